@@ -1,0 +1,78 @@
+// The store: a connection and forward-only recordsets over the site's
+// database file. Statements arrive in the dialect the pages were written
+// for and are translated here; nothing above this layer knows the engine.
+#pragma once
+
+#include <memory>
+#include <source_location>
+#include <string>
+#include <string_view>
+#include <vector>
+
+#include "frame/value.h"
+
+namespace tav {
+
+class Recordset {
+public:
+    Recordset() = default;
+
+    // True when the recordset stands behind its last row (or has none).
+    bool eof(std::source_location loc = std::source_location::current()) const;
+    void movenext(std::source_location loc = std::source_location::current());
+    // Skips n rows forward from the first row; past the end leaves the
+    // recordset at its end; fails on an empty result.
+    void Move(long long n, std::source_location loc = std::source_location::current());
+    // Field read by name, without case. Fails at the end of the rows and for
+    // an unknown name.
+    Value operator()(std::string_view field,
+                     std::source_location loc = std::source_location::current()) const;
+    void close();
+
+    // Built by the connection.
+    struct Data {
+        std::vector<std::string> columns;
+        std::vector<std::vector<Value>> rows;
+    };
+    explicit Recordset(std::shared_ptr<Data> data) : data_(std::move(data)) {}
+
+private:
+    std::shared_ptr<Data> data_;
+    std::size_t pos_ = 0;
+};
+
+class Connection {
+public:
+    Connection();
+    ~Connection();
+    Connection(const Connection&) = delete;
+    Connection& operator=(const Connection&) = delete;
+    Connection(Connection&&) noexcept;
+    Connection& operator=(Connection&&) noexcept;
+
+    // Opens the database named by dbq= in the connection string; the path
+    // may use backslashes and other capitals than the disk.
+    void Open(const std::string& connection_string,
+              std::source_location loc = std::source_location::current());
+    // Runs one statement. A select gives its rows; other statements give an
+    // empty recordset nobody reads.
+    Recordset execute(const std::string& sql,
+                      std::source_location loc = std::source_location::current());
+    void close();
+    bool is_open() const;
+
+    struct Impl;
+
+private:
+    std::unique_ptr<Impl> impl_;
+};
+
+// Translates a statement of the pages' dialect into the engine's. Exposed for
+// tests; execute() applies it.
+std::string translate_sql(std::string_view sql);
+
+// Builds a database file from SQL source (schema and seed rows). Used by
+// site initialisation only; page statements never reach this path.
+void build_database(const std::string& path, const std::string& sql_source);
+
+}  // namespace tav
