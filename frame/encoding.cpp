@@ -1,0 +1,175 @@
+#include "frame/encoding.h"
+
+#include <cerrno>
+#include <iconv.h>
+#include <stdexcept>
+
+namespace tav {
+
+namespace {
+
+// One conversion descriptor per thread and direction: iconv_open is costly.
+class Converter {
+public:
+    Converter(const char* to, const char* from) : cd_(iconv_open(to, from)) {
+        if (cd_ == reinterpret_cast<iconv_t>(-1)) throw std::runtime_error("iconv_open failed");
+    }
+    ~Converter() { iconv_close(cd_); }
+    Converter(const Converter&) = delete;
+    Converter& operator=(const Converter&) = delete;
+
+    // Converts; on a byte that cannot be read, appends `bad` and skips one byte.
+    std::string run(std::string_view in, std::string_view bad) {
+        std::string out;
+        out.reserve(in.size() + in.size() / 2 + 16);
+        iconv(cd_, nullptr, nullptr, nullptr, nullptr);
+        char* src = const_cast<char*>(in.data());
+        std::size_t left = in.size();
+        char buf[4096];
+        while (left > 0) {
+            char* dst = buf;
+            std::size_t room = sizeof buf;
+            std::size_t r = iconv(cd_, &src, &left, &dst, &room);
+            out.append(buf, dst - buf);
+            if (r == static_cast<std::size_t>(-1)) {
+                if (errno == E2BIG) continue;
+                // EILSEQ or EINVAL (truncated sequence at the end)
+                out.append(bad);
+                ++src;
+                --left;
+                iconv(cd_, nullptr, nullptr, nullptr, nullptr);
+            }
+        }
+        char* dst = buf;
+        std::size_t room = sizeof buf;
+        iconv(cd_, nullptr, nullptr, &dst, &room);
+        out.append(buf, dst - buf);
+        return out;
+    }
+
+private:
+    iconv_t cd_;
+};
+
+Converter& to_gb() {
+    thread_local Converter c("GB18030", "UTF-8");
+    return c;
+}
+Converter& from_gb() {
+    thread_local Converter c("UTF-8", "GB18030");
+    return c;
+}
+
+bool all_ascii(std::string_view s) {
+    for (unsigned char c : s)
+        if (c >= 0x80) return false;
+    return true;
+}
+
+int hex(char c) {
+    if (c >= '0' && c <= '9') return c - '0';
+    if (c >= 'a' && c <= 'f') return c - 'a' + 10;
+    if (c >= 'A' && c <= 'F') return c - 'A' + 10;
+    return -1;
+}
+
+void append_utf8(std::string& out, unsigned cp) {
+    if (cp < 0x80) {
+        out += static_cast<char>(cp);
+    } else if (cp < 0x800) {
+        out += static_cast<char>(0xC0 | (cp >> 6));
+        out += static_cast<char>(0x80 | (cp & 0x3F));
+    } else if (cp < 0x10000) {
+        out += static_cast<char>(0xE0 | (cp >> 12));
+        out += static_cast<char>(0x80 | ((cp >> 6) & 0x3F));
+        out += static_cast<char>(0x80 | (cp & 0x3F));
+    } else {
+        out += static_cast<char>(0xF0 | (cp >> 18));
+        out += static_cast<char>(0x80 | ((cp >> 12) & 0x3F));
+        out += static_cast<char>(0x80 | ((cp >> 6) & 0x3F));
+        out += static_cast<char>(0x80 | (cp & 0x3F));
+    }
+}
+
+}  // namespace
+
+std::string utf8_to_gb(std::string_view utf8) {
+    if (all_ascii(utf8)) return std::string(utf8);
+    return to_gb().run(utf8, "");
+}
+
+std::string gb_to_utf8(std::string_view gb) {
+    if (all_ascii(gb)) return std::string(gb);
+    return from_gb().run(gb, "\xEF\xBF\xBD");
+}
+
+bool is_valid_utf8(std::string_view s) {
+    std::size_t i = 0, n = s.size();
+    while (i < n) {
+        unsigned char c = s[i];
+        int len = c < 0x80 ? 1 : (c >> 5) == 6 ? 2 : (c >> 4) == 14 ? 3 : (c >> 3) == 30 ? 4 : 0;
+        if (len == 0 || i + len > n) return false;
+        unsigned cp = len == 1 ? c : len == 2 ? (c & 0x1F) : len == 3 ? (c & 0x0F) : (c & 0x07);
+        for (int k = 1; k < len; ++k) {
+            unsigned char d = s[i + k];
+            if ((d & 0xC0) != 0x80) return false;
+            cp = (cp << 6) | (d & 0x3F);
+        }
+        if ((len == 2 && cp < 0x80) || (len == 3 && cp < 0x800) || (len == 4 && cp < 0x10000) ||
+            cp > 0x10FFFF || (cp >= 0xD800 && cp <= 0xDFFF))
+            return false;
+        i += len;
+    }
+    return true;
+}
+
+std::size_t utf8_length(std::string_view s) {
+    std::size_t n = 0;
+    for (unsigned char c : s)
+        if ((c & 0xC0) != 0x80) ++n;
+    return n;
+}
+
+std::string percent_decode(std::string_view s, bool plus_is_blank) {
+    std::string out;
+    out.reserve(s.size());
+    for (std::size_t i = 0; i < s.size(); ++i) {
+        char c = s[i];
+        if (c == '+' && plus_is_blank) {
+            out += ' ';
+        } else if (c == '%' && i + 5 < s.size() + 0 && (s[i + 1] == 'u' || s[i + 1] == 'U') &&
+                   hex(s[i + 2]) >= 0 && hex(s[i + 3]) >= 0 && hex(s[i + 4]) >= 0 &&
+                   hex(s[i + 5]) >= 0) {
+            unsigned cp = (hex(s[i + 2]) << 12) | (hex(s[i + 3]) << 8) | (hex(s[i + 4]) << 4) |
+                          hex(s[i + 5]);
+            std::string u;
+            if (cp >= 0xD800 && cp <= 0xDFFF) cp = 0xFFFD;
+            append_utf8(u, cp);
+            out += utf8_to_gb(u);
+            i += 5;
+        } else if (c == '%' && i + 2 < s.size() && hex(s[i + 1]) >= 0 && hex(s[i + 2]) >= 0) {
+            out += static_cast<char>((hex(s[i + 1]) << 4) | hex(s[i + 2]));
+            i += 2;
+        } else {
+            out += c;
+        }
+    }
+    return out;
+}
+
+std::string escape_non_ascii(std::string_view bytes) {
+    static const char digits[] = "0123456789ABCDEF";
+    std::string out;
+    for (unsigned char c : bytes) {
+        if (c < 0x21 || c >= 0x7F) {
+            out += '%';
+            out += digits[c >> 4];
+            out += digits[c & 15];
+        } else {
+            out += static_cast<char>(c);
+        }
+    }
+    return out;
+}
+
+}  // namespace tav

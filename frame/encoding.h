@@ -1,0 +1,28 @@
+// Conversion at the edge: the program keeps UTF-8, browsers get and send
+// GB18030 (what they decode for the gb2312 label).
+#pragma once
+
+#include <string>
+#include <string_view>
+
+namespace tav {
+
+// UTF-8 to GB18030. Invalid UTF-8 bytes are dropped.
+std::string utf8_to_gb(std::string_view utf8);
+// GB18030 to UTF-8. Bytes that form no character become U+FFFD.
+std::string gb_to_utf8(std::string_view gb);
+bool is_valid_utf8(std::string_view s);
+
+// Number of characters (code points) of a UTF-8 text.
+std::size_t utf8_length(std::string_view s);
+
+// Percent-decoding of query strings and form bodies: %XX gives a byte,
+// %uXXXX gives the character (as GB18030 bytes), '+' gives a blank when
+// plus_is_blank. Malformed escapes stay as they are.
+std::string percent_decode(std::string_view s, bool plus_is_blank);
+
+// Escapes the bytes of a Location header that are not printable ASCII, so
+// "&" and "#" keep cutting values.
+std::string escape_non_ascii(std::string_view bytes);
+
+}  // namespace tav

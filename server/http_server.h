@@ -1,0 +1,25 @@
+// The HTTP server: keep-alive connections on an I/O thread, a pool of
+// workers for the page code.
+#pragma once
+
+#include <memory>
+
+#include "server/http_types.h"
+
+namespace tav {
+
+class HttpServer {
+public:
+    HttpServer(ServerOptions opts, Handler handler);
+    ~HttpServer();
+    void start();
+    unsigned short port() const;
+    void stop();
+    void run_until_signal();
+
+private:
+    struct Impl;
+    std::unique_ptr<Impl> impl_;
+};
+
+}  // namespace tav

@@ -1,0 +1,75 @@
+// tavelor: makes a site instance and serves it.
+#include <cstdio>
+#include <cstdlib>
+#include <filesystem>
+#include <iostream>
+#include <string>
+
+#include "server/http_server.h"
+#include "server/site.h"
+
+namespace {
+
+int usage() {
+    std::cerr << "usage:\n"
+                 "  tavelor init DIR [--template DIR]\n"
+                 "  tavelor serve DIR [--port 8080] [--bind 127.0.0.1] [--workers N] [--log FILE]\n"
+                 "                    [--body-limit BYTES] [--template DIR]\n";
+    return 2;
+}
+
+}  // namespace
+
+int main(int argc, char** argv) {
+    if (argc < 3) return usage();
+    std::string cmd = argv[1], dir = argv[2];
+    std::string tpl = TAVELOR_TEMPLATE_DIR;
+    tav::ServerOptions opts;
+    opts.bind = "127.0.0.1";
+    opts.port = 8080;
+    std::string log_path;
+    for (int i = 3; i < argc; ++i) {
+        std::string a = argv[i];
+        auto next = [&]() -> std::string {
+            if (i + 1 >= argc) {
+                std::cerr << "missing value for " << a << "\n";
+                std::exit(2);
+            }
+            return argv[++i];
+        };
+        try {
+            if (a == "--template") tpl = next();
+            else if (a == "--port") opts.port = static_cast<unsigned short>(std::stoul(next()));
+            else if (a == "--bind") opts.bind = next();
+            else if (a == "--workers") opts.workers = static_cast<unsigned>(std::stoul(next()));
+            else if (a == "--log") log_path = next();
+            else if (a == "--body-limit") opts.body_limit = std::stoull(next());
+            else return usage();
+        } catch (const std::exception&) {
+            std::cerr << "bad value for " << a << "\n";
+            return 2;
+        }
+    }
+    try {
+        if (cmd == "init") {
+            tav::init_site(dir, tpl);
+            std::cout << "site instance ready in " << std::filesystem::weakly_canonical(dir).string() << "\n";
+            return 0;
+        }
+        if (cmd == "serve") {
+            if (!std::filesystem::exists(std::filesystem::path(dir) / "datebase"))
+                std::cerr << "warning: " << dir << " has no datebase folder; run 'tavelor init' first\n";
+            if (log_path.empty()) log_path = tav::default_log_path(dir);
+            tav::Site site(dir, log_path);
+            tav::HttpServer server(opts, [&site](const tav::HttpRequest& r) { return site.handle(r); });
+            std::cout << "serving " << site.root() << " at http://" << opts.bind << ":" << opts.port
+                      << "/login.asp (log: " << log_path << ")" << std::endl;
+            server.run_until_signal();
+            return 0;
+        }
+    } catch (const std::exception& e) {
+        std::cerr << "tavelor: " << e.what() << "\n";
+        return 1;
+    }
+    return usage();
+}

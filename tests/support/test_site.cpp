@@ -1,0 +1,146 @@
+#include "tests/support/test_site.h"
+
+#include <cstdlib>
+#include <filesystem>
+#include <fstream>
+#include <sstream>
+#include <stdexcept>
+
+#include "frame/encoding.h"
+#include "frame/paths.h"
+
+namespace fs = std::filesystem;
+
+namespace tav::test {
+
+std::string Reply::header(const std::string& name) const {
+    for (const auto& [n, v] : headers)
+        if (iequals(n, name)) return v;
+    return {};
+}
+
+std::string Reply::location() const { return gb_to_utf8(percent_decode(header("Location"), false)); }
+
+std::string form_encode(const std::string& utf8) {
+    static const char digits[] = "0123456789ABCDEF";
+    std::string out;
+    for (unsigned char c : utf8_to_gb(utf8)) {
+        if ((c >= 'a' && c <= 'z') || (c >= 'A' && c <= 'Z') || (c >= '0' && c <= '9') || c == '-' ||
+            c == '_' || c == '.' || c == '*') {
+            out += static_cast<char>(c);
+        } else if (c == ' ') {
+            out += '+';
+        } else {
+            out += '%';
+            out += digits[c >> 4];
+            out += digits[c & 15];
+        }
+    }
+    return out;
+}
+
+TestSite::TestSite() {
+    char tmpl[] = "/tmp/tavelor-test-XXXXXX";
+    if (!::mkdtemp(tmpl)) throw std::runtime_error("mkdtemp failed");
+    dir_ = tmpl;
+    root_ = dir_ + "/site";
+    log_ = dir_ + "/app.log";
+    init_site(root_, TAVELOR_TEMPLATE_DIR);
+    site_ = std::make_unique<Site>(root_, log_);
+    root_ = site_->root();
+    db_.Open("driver={Microsoft Access Driver (*.mdb)};UID=sa;PWD=;dbq=" + root_ + "/datebase/office.mdb");
+}
+
+TestSite::~TestSite() {
+    db_.close();
+    site_.reset();
+    std::error_code ec;
+    fs::remove_all(dir_, ec);
+}
+
+Reply TestSite::send(HttpRequest req) {
+    if (req.remote_addr.empty()) req.remote_addr = "127.0.0.1";
+    bool has_host = false;
+    for (auto& h : req.headers)
+        if (iequals(h.first, "Host")) has_host = true;
+    if (!has_host) req.headers.emplace_back("Host", "localhost:8080");
+    if (!cookie_.empty()) req.headers.emplace_back("Cookie", std::string(Site::kSessionCookie) + "=" + cookie_);
+    HttpResponse r = site_->handle(req);
+    Reply out;
+    out.status = r.status;
+    out.headers = r.headers;
+    if (!r.file.empty()) {
+        std::ifstream in(r.file, std::ios::binary);
+        std::stringstream ss;
+        ss << in.rdbuf();
+        out.raw = ss.str();
+    } else {
+        out.raw = r.body;
+    }
+    std::string ctype = lower(r.header("Content-Type"));
+    if (ctype.find("gb2312") != std::string::npos)
+        out.body = gb_to_utf8(out.raw);
+    else
+        out.body = out.raw;
+    std::string set = r.header("Set-Cookie");
+    std::string prefix = std::string(Site::kSessionCookie) + "=";
+    if (set.rfind(prefix, 0) == 0) cookie_ = set.substr(prefix.size(), set.find(';') - prefix.size());
+    return out;
+}
+
+static std::string encode_target(const std::string& url) {
+    std::string target = url.empty() || url[0] != '/' ? "/" + url : url;
+    return escape_non_ascii(utf8_to_gb(target));
+}
+
+Reply TestSite::get(const std::string& url) {
+    HttpRequest req;
+    req.method = "GET";
+    req.target = encode_target(url);
+    return send(std::move(req));
+}
+
+Reply TestSite::post_form(const std::string& url,
+                          const std::vector<std::pair<std::string, std::string>>& fields) {
+    std::string body;
+    for (const auto& [n, v] : fields) {
+        if (!body.empty()) body += '&';
+        body += form_encode(n) + "=" + form_encode(v);
+    }
+    return post_raw(url, "application/x-www-form-urlencoded", body);
+}
+
+Reply TestSite::post_raw(const std::string& url, const std::string& content_type, std::string body) {
+    HttpRequest req;
+    req.method = "POST";
+    req.target = encode_target(url);
+    req.headers.emplace_back("Content-Type", content_type);
+    req.headers.emplace_back("Content-Length", std::to_string(body.size()));
+    req.body = std::make_shared<MemoryBody>(std::move(body));
+    return send(std::move(req));
+}
+
+bool TestSite::login(const std::string& user, const std::string& password) {
+    get("/login.asp");
+    Reply r = post_form("/loginverify.asp", {{"username", user}, {"password", password}});
+    return r.status == 302 && r.location() == "./";
+}
+
+void TestSite::exec(const std::string& sql) { db_.execute(sql); }
+
+Recordset TestSite::query(const std::string& sql) { return db_.execute(sql); }
+
+std::string TestSite::scalar(const std::string& sql, const std::string& field) {
+    Recordset rs = db_.execute(sql);
+    if (rs.eof()) return {};
+    return rs(field).str();
+}
+
+std::string TestSite::log_text() const {
+    std::ifstream in(log_, std::ios::binary);
+    std::stringstream ss;
+    ss << in.rdbuf();
+    return ss.str();
+}
+
+}  // namespace tav::test

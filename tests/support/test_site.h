@@ -1,0 +1,65 @@
+// A fresh site instance in a temporary folder, with an in-process client
+// that keeps the session cookie: pages are run through the real dispatcher.
+#pragma once
+
+#include <memory>
+#include <string>
+#include <utility>
+#include <vector>
+
+#include "frame/store.h"
+#include "server/http_types.h"
+#include "server/site.h"
+
+namespace tav::test {
+
+struct Reply {
+    int status = 0;
+    std::string body;   // decoded to UTF-8 for text answers
+    std::string raw;    // bytes as sent
+    std::vector<std::pair<std::string, std::string>> headers;
+    std::string header(const std::string& name) const;
+    // The Location header decoded back to UTF-8.
+    std::string location() const;
+};
+
+// Browser-style encoding of a UTF-8 text for a URL or form: GB18030 bytes,
+// non-ASCII and reserved ones percent-escaped.
+std::string form_encode(const std::string& utf8);
+
+class TestSite {
+public:
+    TestSite();
+    ~TestSite();
+    TestSite(const TestSite&) = delete;
+    TestSite& operator=(const TestSite&) = delete;
+
+    // url: site-relative, may hold UTF-8 in its query (sent as GB18030).
+    Reply get(const std::string& url);
+    Reply post_form(const std::string& url, const std::vector<std::pair<std::string, std::string>>& fields);
+    Reply post_raw(const std::string& url, const std::string& content_type, std::string body);
+    Reply send(HttpRequest req);
+    // Logs in through the login pages; true on success.
+    bool login(const std::string& user = "admin", const std::string& password = "admin");
+    void forget_session() { cookie_.clear(); }
+
+    // Direct access to the instance's database, outside any request.
+    void exec(const std::string& sql);
+    Recordset query(const std::string& sql);
+    // The named field of the first row, "" when there is none.
+    std::string scalar(const std::string& sql, const std::string& field);
+
+    std::string log_text() const;
+    const std::string& root() const { return root_; }
+    Site& site() { return *site_; }
+
+private:
+    std::string dir_;
+    std::string root_;
+    std::string log_;
+    std::unique_ptr<Site> site_;
+    std::string cookie_;
+    Connection db_;
+};
+
+}  // namespace tav::test
