@@ -1,0 +1,35 @@
+#!/usr/bin/env bash
+# Installs what is missing, builds and runs every test: the unit and page
+# suite (release and sanitizer builds), the fuzzers over their corpus, the
+# client script tests and the browser tests.
+set -euo pipefail
+cd "$(dirname "$0")/.."
+bash tools/install-deps.sh test
+jobs="$(nproc)"
+
+echo "== release build and suite"
+cmake --preset release >/dev/null
+cmake --build --preset release -j"$jobs"
+ctest --preset release -j"$jobs"
+
+echo "== sanitizer build and suite (AddressSanitizer, UndefinedBehaviorSanitizer)"
+cmake --preset asan >/dev/null
+cmake --build --preset asan -j"$jobs"
+ASAN_OPTIONS=detect_leaks=1 ctest --preset asan -j"$jobs"
+
+if [ -f tests/fuzz/CMakeLists.txt ]; then
+  echo "== fuzzers (clang, libFuzzer, bounded runs over the corpus)"
+  CC=clang CXX=clang++ cmake -S . -B build/fuzz -DCMAKE_BUILD_TYPE=RelWithDebInfo \
+    -DTAVELOR_FUZZ=ON -DTAVELOR_TESTS=OFF >/dev/null
+  cmake --build build/fuzz -j"$jobs"
+  ctest --test-dir build/fuzz --output-on-failure
+fi
+
+echo "== client scripts (node --test)"
+node --test tests/js/
+
+if [ -f tests/e2e/package.json ]; then
+  echo "== browser tests (playwright-core with Debian's chromium)"
+  (cd tests/e2e && npm ci --no-audit --no-fund && TAVELOR_BIN="$PWD/../../build/release/tavelor" node --test)
+fi
+echo "all tests passed"
