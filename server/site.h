@@ -20,8 +20,11 @@ public:
 
     static constexpr const char* kSessionCookie = "TAVSESSION";
 
-private:
+    // Runs the page class cls for the request (also classes no URL names,
+    // which tests use).
     HttpResponse run_page(const std::string& cls, const HttpRequest& req);
+
+private:
     HttpResponse serve_static(const std::string& path);
 
     std::string root_;

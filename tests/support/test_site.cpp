@@ -58,14 +58,23 @@ TestSite::~TestSite() {
     fs::remove_all(dir_, ec);
 }
 
-Reply TestSite::send(HttpRequest req) {
+Reply TestSite::run(const std::string& cls, const std::string& target) {
+    HttpRequest req;
+    req.method = "GET";
+    req.target = escape_non_ascii(utf8_to_gb(target));
+    return send(std::move(req), cls);
+}
+
+Reply TestSite::send(HttpRequest req) { return send(std::move(req), ""); }
+
+Reply TestSite::send(HttpRequest req, const std::string& cls) {
     if (req.remote_addr.empty()) req.remote_addr = "127.0.0.1";
     bool has_host = false;
     for (auto& h : req.headers)
         if (iequals(h.first, "Host")) has_host = true;
     if (!has_host) req.headers.emplace_back("Host", "localhost:8080");
     if (!cookie_.empty()) req.headers.emplace_back("Cookie", std::string(Site::kSessionCookie) + "=" + cookie_);
-    HttpResponse r = site_->handle(req);
+    HttpResponse r = cls.empty() ? site_->handle(req) : site_->run_page(cls, req);
     Reply out;
     out.status = r.status;
     out.headers = r.headers;

@@ -39,6 +39,9 @@ public:
     Reply post_form(const std::string& url, const std::vector<std::pair<std::string, std::string>>& fields);
     Reply post_raw(const std::string& url, const std::string& content_type, std::string body);
     Reply send(HttpRequest req);
+    // Runs a page class directly (e.g. one a test registered), with the
+    // session cookie, as a GET of target.
+    Reply run(const std::string& cls, const std::string& target = "/test.asp");
     // Logs in through the login pages; true on success.
     bool login(const std::string& user = "admin", const std::string& password = "admin");
     void forget_session() { cookie_.clear(); }
@@ -54,6 +57,7 @@ public:
     Site& site() { return *site_; }
 
 private:
+    Reply send(HttpRequest req, const std::string& cls);
     std::string dir_;
     std::string root_;
     std::string log_;
