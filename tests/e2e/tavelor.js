@@ -1,0 +1,73 @@
+// Starts a real tavelor server on a fresh site instance for browser tests,
+// and launches Debian's chromium through playwright-core.
+'use strict';
+const { spawn, execFileSync } = require('node:child_process');
+const fs = require('node:fs');
+const net = require('node:net');
+const os = require('node:os');
+const path = require('node:path');
+const http = require('node:http');
+
+const repo = path.resolve(__dirname, '..', '..');
+const bin = process.env.TAVELOR_BIN || path.join(repo, 'build', 'release', 'tavelor');
+const outDir = path.join(__dirname, 'out');
+
+function freePort() {
+  return new Promise((resolve, reject) => {
+    const srv = net.createServer();
+    srv.listen(0, '127.0.0.1', () => {
+      const { port } = srv.address();
+      srv.close(() => resolve(port));
+    });
+    srv.on('error', reject);
+  });
+}
+
+function get(url) {
+  return new Promise((resolve, reject) => {
+    http.get(url, (res) => { res.resume(); res.on('end', () => resolve(res.statusCode)); }).on('error', reject);
+  });
+}
+
+// A server on a fresh instance. `sql` runs against its database before start.
+async function startServer({ sql = [] } = {}) {
+  const dir = fs.mkdtempSync(path.join(os.tmpdir(), 'tavelor-e2e-'));
+  const site = path.join(dir, 'site');
+  execFileSync(bin, ['init', site], { stdio: 'ignore' });
+  const db = path.join(site, 'datebase', 'office.mdb');
+  for (const s of sql) execFileSync('sqlite3', [db, s]);
+  const port = await freePort();
+  const proc = spawn(bin, ['serve', site, '--port', String(port), '--log', path.join(dir, 'app.log')],
+                     { stdio: ['ignore', 'ignore', 'inherit'] });
+  const base = `http://127.0.0.1:${port}`;
+  for (let i = 0; i < 100; i++) {
+    try { if (await get(base + '/login.asp') === 200) break; } catch (_) { /* not up yet */ }
+    await new Promise((r) => setTimeout(r, 100));
+  }
+  return {
+    base, dir, site, db,
+    sql: (s) => execFileSync('sqlite3', [db, s]).toString(),
+    log: () => fs.existsSync(path.join(dir, 'app.log')) ? fs.readFileSync(path.join(dir, 'app.log'), 'utf8') : '',
+    async stop() {
+      proc.kill('SIGTERM');
+      await new Promise((r) => proc.once('exit', r));
+      fs.rmSync(dir, { recursive: true, force: true });
+    },
+  };
+}
+
+async function launch() {
+  const { chromium } = require('playwright-core');
+  return chromium.launch({
+    executablePath: process.env.CHROMIUM || '/usr/bin/chromium',
+    args: ['--no-sandbox', '--disable-gpu', '--no-first-run', '--disable-background-networking',
+           '--disable-component-update', '--disable-sync'],
+  });
+}
+
+function shot(name) {
+  fs.mkdirSync(outDir, { recursive: true });
+  return path.join(outDir, name);
+}
+
+module.exports = { startServer, launch, shot };
