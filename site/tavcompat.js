@@ -177,7 +177,7 @@
 
   // ---------------------------------------------------------------- parser
 
-  function ParseError(msg, line) { this.msg = msg; this.line = line; }
+  function ParseError(msg, line, keepPlace) { this.msg = msg; this.line = line; this.keepPlace = keepPlace; }
 
   // Words that end an expression or a statement and cannot start a plain call.
   var STOP_WORDS = {
@@ -199,6 +199,11 @@
     fail: function (msg, tok) {
       tok = tok || this.peek();
       throw new ParseError(msg, tok.line);
+    },
+    // A construct left open: the closing word found belongs to an outer one, so parsing
+    // goes on from there.
+    unclosed: function (msg, tok) {
+      throw new ParseError(msg, tok.line, true);
     },
     describe: function (tok) {
       if (tok.t === 'nl') return 'end of statement';
@@ -243,7 +248,7 @@
     },
     endIs: function (w) { return this.isKw('end') && this.isKw(w, 1); },
     closeEnd: function (w, opener) {
-      if (this.peek().t === 'eof') this.fail("'" + opener + "' without 'End " + w + "'", opener.tok);
+      if (this.peek().t === 'eof') this.unclosed("'" + opener + "' without 'End " + w + "'", opener.tok);
       this.expectKw('end');
       this.expectKw(w);
     },
@@ -258,8 +263,10 @@
       } catch (e) {
         if (!(e instanceof ParseError)) throw e;
         this.errors.push({ line: e.line, msg: e.msg + ': ' + (this.lines[e.line - 1] || '').trim() });
-        if (this.p === start) this.p++;
-        this.skipToNl();
+        if (!e.keepPlace) {
+          if (this.p === start) this.p++;
+          this.skipToNl();
+        }
         return { s: 'bad', line: e.line, msg: e.msg };
       }
     },
@@ -438,7 +445,7 @@
       } finally {
         this.inProc = false;
       }
-      if (!self.endIs(kind)) self.fail("'" + kwTok.v + ' ' + name.v + "' without 'End " + kwTok.v + "'", kwTok);
+      if (!self.endIs(kind)) self.unclosed("'" + kwTok.v + ' ' + name.v + "' without 'End " + kwTok.v + "'", kwTok);
       this.next(); this.next();
       this.endStmt();
       return { s: 'proc', kind: kind, name: name.v, params: params, body: body };
@@ -470,7 +477,7 @@
         }
         break;
       }
-      if (!this.endIs('if')) this.fail("'If' without 'End If'", ifTok);
+      if (!this.endIs('if')) this.unclosed("'If' without 'End If'", ifTok);
       this.next(); this.next();
       this.endStmt();
       return { s: 'if', branches: branches, elseBody: elseBody };
@@ -521,7 +528,7 @@
       return { s: 'for', v: name.v, from: from, to: to, step: step, body: b };
     },
     closeNext: function (forTok) {
-      if (!this.isKw('next')) this.fail("'For' without 'Next'", forTok);
+      if (!this.isKw('next')) this.unclosed("'For' without 'Next'", forTok);
       this.next();
       if (this.peek().t === 'id' && !this.isKw('else')) this.next();
       this.endStmt();
@@ -535,7 +542,7 @@
       }
       this.endStmt();
       var body = this.block(function (s) { return s.isKw('loop') || s.endIs('sub') || s.endIs('function'); });
-      if (!this.isKw('loop')) this.fail("'Do' without 'Loop'", doTok);
+      if (!this.isKw('loop')) this.unclosed("'Do' without 'Loop'", doTok);
       this.next();
       if (this.isKw('while') || this.isKw('until')) {
         var k2 = this.next().lv;
@@ -549,7 +556,7 @@
       var cond = this.expr();
       this.endStmt();
       var body = this.block(function (s) { return s.isKw('wend') || s.endIs('sub') || s.endIs('function'); });
-      if (!this.isKw('wend')) this.fail("'While' without 'Wend'", wTok);
+      if (!this.isKw('wend')) this.unclosed("'While' without 'Wend'", wTok);
       this.next();
       this.endStmt();
       return { s: 'do', pre: { until: false, cond: cond }, post: null, body: body };
@@ -586,7 +593,7 @@
         }
         cases.push({ tests: tests, body: this.block(stop) });
       }
-      if (!this.endIs('select')) this.fail("'Select Case' without 'End Select'", selTok);
+      if (!this.endIs('select')) this.unclosed("'Select Case' without 'End Select'", selTok);
       this.next(); this.next();
       this.endStmt();
       return { s: 'select', subject: subject, cases: cases, elseBody: elseBody };
@@ -596,7 +603,7 @@
       var obj = this.expr();
       this.endStmt();
       var body = this.block(function (s) { return s.endIs('with') || s.endIs('sub') || s.endIs('function'); });
-      if (!this.endIs('with')) this.fail("'With' without 'End With'", wTok);
+      if (!this.endIs('with')) this.unclosed("'With' without 'End With'", wTok);
       this.next(); this.next();
       this.endStmt();
       return { s: 'with', obj: obj, body: body };
@@ -668,6 +675,8 @@
     unary: function () {
       if (this.isOp('-')) { this.next(); return { t: 'un', op: '-', a: this.unary() }; }
       if (this.isOp('+')) { this.next(); return this.unary(); }
+      // `"," & Not x`: Not as an operand, read generously
+      if (this.isKw('not')) { this.next(); return { t: 'un', op: 'not', a: this.notLevel() }; }
       return this.powLevel();
     },
     powLevel: function () {
@@ -952,7 +961,10 @@
       var self = this;
       switch (st.s) {
         case 'nop': return '';
-        case 'bad': return RT + '.bad(' + st.line + ', ' + q(st.msg) + ');';
+        case 'bad':
+          // reported when translated; script-level code goes on, a procedure stops there
+          if (ctx.kind === 'top') return '/* line ' + st.line + ': ' + String(st.msg).replace(/\*\//g, '* /') + ' */';
+          return RT + '.bad(' + st.line + ', ' + q(st.msg) + ');';
         case 'proc': return this.bad(st.line, 'procedure inside a procedure');
         case 'assign': return this.assign(st.target, this.expr(st.value, ctx), ctx, st.line) + ';';
         case 'call': return this.callStmt(st, ctx) + ';';
