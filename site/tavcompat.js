@@ -1290,7 +1290,7 @@
     var o = Object(obj);
     var lower = name.toLowerCase();
     var win = isWindowLike(o);
-    if (win && IE_GLOBALS[lower] && IE_GLOBALS[lower] in o) return IE_GLOBALS[lower];
+    if (win && IE_GLOBALS[lower]) return IE_GLOBALS[lower] in o ? IE_GLOBALS[lower] : undefined;
     if (name in o) return name;
     var k;
     if (win) {
@@ -1517,7 +1517,7 @@
     var globalCache = new Map();
     function globalKey(name) {
       var lower = name.toLowerCase();
-      if (IE_GLOBALS[lower] && IE_GLOBALS[lower] in win) return IE_GLOBALS[lower];
+      if (IE_GLOBALS[lower]) return IE_GLOBALS[lower] in win ? IE_GLOBALS[lower] : undefined;
       if (name in win) return name;
       var c = globalCache.get(lower);
       if (c !== undefined && c in win) return c;
@@ -2016,6 +2016,8 @@
     frame.style.width = W + 'px';
     frame.style.height = H + 'px';
     if (f.scroll === false) frame.setAttribute('scrolling', 'no');
+    // focus goes to the page in the dialog, not to the close button
+    frame.setAttribute('autofocus', '');
     dlg.appendChild(bar);
     dlg.appendChild(frame);
 
@@ -2162,7 +2164,8 @@
       var list = doc.querySelectorAll('[id],[name]');
       for (var i = 0; i < list.length; i++) {
         var el = list[i];
-        if ((el.id && el.id.toLowerCase() === lower) || ((el.getAttribute('name') || '').toLowerCase() === lower)) out.push(el);
+        // attributes, not properties: a form's `id` may be its field named "id"
+        if ((el.getAttribute('id') || '').toLowerCase() === lower || (el.getAttribute('name') || '').toLowerCase() === lower) out.push(el);
       }
       return out;
     }
@@ -2271,7 +2274,7 @@
       if (vbs === null) return;
       var res = translate('Sub __tav_h\n' + vbs + '\nEnd Sub', { known: R.known() });
       res.errors.forEach(function (e) {
-        report('tavcompat: VBScript handler ' + attr.name + ' of <' + el.tagName.toLowerCase() + (el.id ? '#' + el.id : '') + '>, line ' + (e.line - 1) + ': ' + e.msg);
+        report('tavcompat: VBScript handler ' + attr.name + ' of <' + el.tagName.toLowerCase() + (el.getAttribute('id') ? '#' + el.getAttribute('id') : '') + '>, line ' + (e.line - 1) + ': ' + e.msg);
       });
       try {
         var fn = new win.Function('event', res.code + '\nreturn __tav_h.call(this, event);');
