@@ -470,7 +470,6 @@
         }
         if (this.isKw('else')) {
           this.next();
-          if (this.isKw('if')) this.fail("write 'ElseIf', not 'Else If'");
           elseBody = this.block(stop);
           if (this.isKw('else') || this.isKw('elseif')) this.fail("'Else' is not the last branch");
           continue;
@@ -1940,6 +1939,12 @@
   function chooseHostWindow(caller, need) {
     need = need || {};
     var w = Math.min(need.width || 400, 200), h = Math.min(need.height || 300, 120);
+    // a dialog opened from one of our dialogs stacks in the same document
+    try {
+      while (caller.frameElement && caller.frameElement.__tavDialog && caller.parent && caller.parent !== caller) {
+        caller = caller.parent;
+      }
+    } catch (e) { /* another origin */ }
     try {
       if (canHost(caller) && caller.innerWidth >= w && caller.innerHeight >= h) return caller;
     } catch (e) { /* fall through */ }
@@ -2266,7 +2271,7 @@
       var vbs = null;
       if (m) vbs = m[1];
       else if (/^javascript:/i.test(code)) return;
-      else if (/^[A-Za-z_][\w]*(\.[A-Za-z_]\w*)*\s*;?$/.test(code) && !/^(true|false|null|undefined|this)$/.test(code.replace(/\s*;$/, ''))) {
+      else if (/^[A-Za-z_][\w]*(\.[A-Za-z_]\w*)*\s*;?$/.test(code) && !JS_RESERVED[code.replace(/[.;\s].*$/, '')] || /^this\./.test(code)) {
         var path = code.replace(/\s*;$/, '');
         el[prop] = function (event) { return R.handlerCall(this, event, path); };
         return;

@@ -205,3 +205,14 @@ test('script-level VBScript that closes its dialog while the page loads (the clo
   assert.deepEqual(errors, []);
   await page.close();
 });
+
+test('a VBScript block runs before the next script; a bad line is reported and the rest works', async () => {
+  const { page, errors } = await openPage();
+  await page.goto(base + '/order.html');
+  assert.equal(await page.evaluate(() => window.early), 42, 'a JS block calls the Function of the block before it');
+  assert.equal(errors.length, 1, errors.join('\n'));
+  assert.match(errors[0], /VBScript block 2, line 3: .*x = = 1/);
+  await page.click('#b');
+  assert.equal(await page.title(), 'fine 42');
+  await page.close();
+});

@@ -56,6 +56,15 @@ test('dialog host: a caller in a zero-height frame gets the largest visible fram
   assert.equal(chooseHostWindow(d.message, need), d.dir);
 });
 
+test('dialog host: a dialog opened from one of our dialogs stacks in the same document', () => {
+  const d = desktop();
+  const inner = fakeFrame('', 400, 300, 'BODY');
+  inner.frameElement = { __tavDialog: {} };
+  inner.parent = d.detail;
+  inner.top = d.top;
+  assert.equal(chooseHostWindow(inner, { width: 300, height: 200 }), d.detail);
+});
+
 test('dialog host: a page that is not in frames and a caller with nothing better keep the dialog', () => {
   const alone = fakeFrame('', 1024, 700, 'BODY');
   alone.top = alone;

@@ -60,6 +60,16 @@ Function One(x)
 End Function
 Function Flag(a, b)
   Flag = a = b
+End Function
+Function Sign(x)
+  If x > 0 Then
+    Sign = "pos"
+  Else If x < 0 Then
+      Sign = "neg"
+    Else
+      Sign = "zero"
+    End If
+  End If
 End Function`);
   assert.equal(call('Grade', 100), 'full');
   assert.equal(call('Grade', '75'), 'pass');
@@ -68,6 +78,7 @@ End Function`);
   assert.equal(call('One', 2), 'no');
   assert.equal(call('Flag', 3, 3), true, '= in an expression compares');
   assert.equal(call('Flag', 'a', 'b'), false);
+  assert.deepEqual([1, -1, 0].map((x) => call('Sign', x)), ['pos', 'neg', 'zero'], 'Else If nests an If');
 });
 
 test('loops: For/Step/Exit For, For Each, Do While, Loop Until, While/Wend, Exit Do inside For', () => {
