@@ -1980,6 +1980,29 @@
     }
   }
 
+  // The backdrop of a <dialog> covers only its own frame; the other visible frames of the
+  // desktop get a shade of their own, which also keeps clicks from them while the dialog is up.
+  function shadeOtherFrames(host) {
+    var out = [];
+    var top;
+    try { top = host.top; } catch (e) { return out; }
+    (function walk(w, depth) {
+      if (depth > 8 || !w) return;
+      try {
+        if (w !== host && canHost(w) && winArea(w) > 0) {
+          var d = w.document;
+          var el = d.createElement('div');
+          el.setAttribute('data-tav-shade', '');
+          el.style.cssText = 'position:fixed;left:0;top:0;right:0;bottom:0;background:rgba(0,0,0,.3);z-index:2147483647';
+          (d.body || d.documentElement).appendChild(el);
+          out.push(el);
+        }
+        for (var i = 0; i < w.frames.length; i++) walk(w.frames[i], depth + 1);
+      } catch (e) { /* another origin */ }
+    })(top, 0);
+    return out;
+  }
+
   // Shows `url` in a <dialog> of this window's document; resolves with the returnValue.
   function openDialogHere(win, url, args, features, modal) {
     var doc = win.document;
@@ -2030,7 +2053,13 @@
     var resolve;
     var promise = new win.Promise(function (r) { resolve = r; });
 
+    var shades = modal ? shadeOtherFrames(win) : [];
+    function unshade() {
+      shades.forEach(function (el) { try { if (el.parentNode) el.parentNode.removeChild(el); } catch (e) { /* gone */ } });
+      shades = [];
+    }
     function remove() {
+      unshade();
       if (state.removed) return;
       state.removed = true;
       try { if (dlg.open) dlg.close(); } catch (e) { /* already closed */ }
@@ -2042,6 +2071,7 @@
         return;
       }
       state.done = true;
+      unshade();
       var rv = w ? readReturnValue(w) : undefined;
       resolve(rv);
       if (state.pending) {

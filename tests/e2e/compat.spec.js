@@ -138,6 +138,11 @@ test('window_onload in the zero-height message frame raises its dialog in the de
   // centred in the detail frame
   assert.ok(Math.abs((box.x + box.width / 2) - (frameBox.x + frameBox.width / 2)) < 3, JSON.stringify([box, frameBox]));
   await detail.locator('.tav-dialog-title', { hasText: 'Tavelor提醒' }).waitFor();
+  // the other visible frames are shaded as well; the hidden ones are left alone
+  for (const name of ['top_w', 'dir', 'bottom']) {
+    assert.equal(await page.frame({ name }).locator('[data-tav-shade]').count(), 1, name);
+  }
+  assert.equal(await message.locator('[data-tav-shade]').count(), 0);
   await page.screenshot({ path: path.join(OUT, 'reminder-dialog.png') });
 
   // the poll frame moves on (it reloads itself) while the reminder is up: the dialog lives on
@@ -145,6 +150,7 @@ test('window_onload in the zero-height message frame raises its dialog in the de
   // the button runs close_my(): closepop into the frame "sound", then window.close()
   await detail.frameLocator('dialog iframe').locator('input[value="确定"]').click();
   await dlg.waitFor({ state: 'detached' });
+  assert.equal(await page.frame({ name: 'dir' }).locator('[data-tav-shade]').count(), 0, 'shade removed');
   await page.waitForFunction(() => /closepop\.html$/.test(window.frames.sound.location.href));
   assert.deepEqual(errors, []);
   await page.close();
