@@ -59,6 +59,7 @@
   };
   // Members that may not exist yet when a page assigns them.
   var IE_MEMBERS = { returnvalue: 'returnValue', dialogarguments: 'dialogArguments' };
+  var IE_ASSIGNABLE = { status: 1, defaultstatus: 1, returnvalue: 1, location: 1 };
 
   var JS_RESERVED = {};
   ('break case catch class const continue debugger default delete do else enum export extends false ' +
@@ -807,7 +808,11 @@
     var known = this.opts.known || {};
     this.knownProcs = known.procs || {};
     this.knownVars = known.vars || {};
-    this.isGlobal = this.opts.isGlobal || function () { return false; };
+    var extra = this.opts.isGlobal;
+    // An undeclared name that is assigned stays a variable of the script, except for the
+    // window members IE-era pages set by bare name.
+    this.isGlobal = function (name) { return !!IE_ASSIGNABLE[name.toLowerCase()] || (!!extra && extra(name)); };
+    this.nativeGlobal = this.opts.nativeGlobal || function () { return false; };
   }
   Emitter.prototype = {
     t: function (p) { return '$' + p + (++this.tmp); },
@@ -861,8 +866,8 @@
       this.procs.forEach(function (info) { procCode.push(self.emitProc(info)); });
       var ctx = { kind: 'top', locals: new Map(), loops: [], withs: [], async: topAsync, onError: false };
       var body = this.stmts(top, ctx);
-      var gl = [];
-      this.globals.forEach(function (js) { gl.push(js); });
+      var gl = [], glNames = [];
+      this.globals.forEach(function (js, lower) { gl.push(js); glNames.push([lower, js]); });
       if (gl.length) out.push('var ' + gl.join(', ') + ';');
       out = out.concat(procCode);
       this.procs.forEach(function (info) {
@@ -870,7 +875,7 @@
           out.push(RT + '.reg(' + q(info.name) + ', ' + info.name + ', ' + info.async + ', ' + info.params.length + ');');
         }
       });
-      gl.forEach(function (g) { out.push(RT + '.regVar(' + q(g) + ');'); });
+      glNames.forEach(function (g) { out.push(RT + '.regVar(' + q(g[0]) + ', ' + q(g[1]) + ');'); });
       if (body) {
         if (topAsync) out.push('(async function () {\n' + body + '\n})().catch(function (e) { ' + RT + '.report(e); });');
         else out.push(body);
@@ -885,7 +890,11 @@
     },
     declGlobal: function (name) {
       var lower = name.toLowerCase();
-      if (!this.globals.has(lower)) this.globals.set(lower, jsName(name));
+      if (this.globals.has(lower)) return;
+      var js = jsName(name);
+      // a script variable must not land on a window member of that name (location, name, top...)
+      if (this.nativeGlobal(js)) js = 'vb_' + js;
+      this.globals.set(lower, js);
     },
     reaches: function (stmts, names) {
       var hit = false;
@@ -1191,7 +1200,8 @@
   /**
    * Translates VBScript source to JavaScript that expects the runtime as global `__tav`.
    * opts.known: {procs: {lower: {name, async}}, vars: {lower: name}} from earlier blocks;
-   * opts.isGlobal(name): whether an undeclared name already names something global.
+   * opts.isGlobal(name): whether an undeclared assigned name is a global to assign to;
+   * opts.nativeGlobal(jsName): whether a script variable of that name would hit a window member.
    * Returns {code, errors: [{line, msg}], procs, globals}.
    */
   function translate(src, opts) {
@@ -1330,7 +1340,7 @@
     R.reg = function (name, fn, isAsync, params) {
       R.procs.set(name.toLowerCase(), { name: name, fn: fn, async: !!isAsync, params: params || 0 });
     };
-    R.regVar = function (name) { R.vars.set(name.toLowerCase(), name); };
+    R.regVar = function (lower, js) { R.vars.set(lower, js || lower); };
     R.known = function () {
       var procs = {}, vars = {};
       R.procs.forEach(function (p, l) { procs[l] = { name: p.name, async: p.async }; });
@@ -2182,6 +2192,7 @@
     }
 
     var seen = typeof WeakSet === 'function' ? new WeakSet() : null;
+    function nativeGlobal(js) { return js in win; }
     var pendingBinds = [];
 
     function isVbsScript(s) {
@@ -2239,7 +2250,7 @@
     }
 
     function runVbs(text, label) {
-      var res = translate(text, { known: R.known() });
+      var res = translate(text, { known: R.known(), nativeGlobal: nativeGlobal });
       res.errors.forEach(function (e) {
         report('tavcompat: VBScript ' + label + ', line ' + e.line + ': ' + e.msg);
       });
@@ -2307,7 +2318,7 @@
         return;
       } else if (!compilesAsJs(code) && (/vbs/i.test(el.getAttribute('language') || '') || defaultIsVbs())) vbs = code;
       if (vbs === null) return;
-      var res = translate('Sub __tav_h\n' + vbs + '\nEnd Sub', { known: R.known() });
+      var res = translate('Sub __tav_h\n' + vbs + '\nEnd Sub', { known: R.known(), nativeGlobal: nativeGlobal });
       res.errors.forEach(function (e) {
         report('tavcompat: VBScript handler ' + attr.name + ' of <' + el.tagName.toLowerCase() + (el.getAttribute('id') ? '#' + el.getAttribute('id') : '') + '>, line ' + (e.line - 1) + ': ' + e.msg);
       });

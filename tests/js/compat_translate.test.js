@@ -289,6 +289,23 @@ test('script-level variables and code; procedures of an earlier block are found 
   assert.equal(call('twice'), 6);
 });
 
+test('script variables never land on window members; status set by bare name does', () => {
+  const { win } = fakeWindow();
+  win.location = 'page.asp';
+  win.status = '';
+  const R = createRuntime(win);
+  R.context = vm.createContext({ __tav: R });
+  const first = translate('Dim location, counter\nlocation = "mine"\nSub Show : status = "ready " & location : End Sub',
+    { known: R.known(), nativeGlobal: (n) => n in win });
+  assert.deepEqual(first.globals, ['vb_location', 'counter']);
+  vm.runInContext(first.code, R.context);
+  R.procs.get('show').fn();
+  assert.equal(win.location, 'page.asp', 'the page did not navigate');
+  assert.equal(win.status, 'ready mine');
+  const { call } = load('Function Where : Where = LOCATION : End Function', win, R);
+  assert.equal(call('where'), 'mine', 'a later block reads the same variable');
+});
+
 test('On Error Resume Next keeps going and fills Err', () => {
   const { call } = load(`
 Function Safe()
