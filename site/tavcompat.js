@@ -871,7 +871,7 @@
       if (gl.length) out.push('var ' + gl.join(', ') + ';');
       out = out.concat(procCode);
       this.procs.forEach(function (info) {
-        if (!/^__tav_/.test(info.name)) {
+        if (!/^tavh__/.test(info.name)) {
           out.push(RT + '.reg(' + q(info.name) + ', ' + info.name + ', ' + info.async + ', ' + info.params.length + ');');
         }
       });
@@ -2316,14 +2316,16 @@
         var path = code.replace(/\s*;$/, '');
         el[prop] = function (event) { return R.handlerCall(this, event, path); };
         return;
-      } else if (!compilesAsJs(code) && (/vbs/i.test(el.getAttribute('language') || '') || defaultIsVbs())) vbs = code;
+      } else if (/vbs/i.test(el.getAttribute('language') || '')) vbs = code;
+      // on a page whose first script is VBScript IE read handlers as VBScript too
+      else if (!compilesAsJs(code) && defaultIsVbs()) vbs = code;
       if (vbs === null) return;
-      var res = translate('Sub __tav_h\n' + vbs + '\nEnd Sub', { known: R.known(), nativeGlobal: nativeGlobal });
+      var res = translate('Sub tavh__handler\n' + vbs + '\nEnd Sub', { known: R.known(), nativeGlobal: nativeGlobal });
       res.errors.forEach(function (e) {
         report('tavcompat: VBScript handler ' + attr.name + ' of <' + el.tagName.toLowerCase() + (el.getAttribute('id') ? '#' + el.getAttribute('id') : '') + '>, line ' + (e.line - 1) + ': ' + e.msg);
       });
       try {
-        var fn = new win.Function('event', res.code + '\nreturn __tav_h.call(this, event);');
+        var fn = new win.Function('event', res.code + '\nreturn tavh__handler.call(this, event);');
         el[prop] = function (event) { return fn.call(this, event) === false ? false : undefined; };
       } catch (e) {
         report('tavcompat: cannot bind ' + attr.name + ':', e);

@@ -99,6 +99,11 @@ test('VBScript do_submit checks the form, alerts and submits; bare-name and <id>
   await page.click('#btnCheck');
   assert.equal(await page.textContent('#result'), 'clicked ABC');
 
+  await page.click('#vbsAttr');
+  assert.equal(await page.textContent('#result'), 'vbs 4', 'a handler attribute in VBScript');
+  await page.click('#btnFor');
+  assert.equal(await page.textContent('#result'), 'for-event OK', 'a script for= event= block');
+
   await page.fill('input[name=work_time]', '90');
   await Promise.all([page.waitForURL(/\/echo\?/), page.click('#send')]);
   assert.match(page.url(), /work_time=90&user_text=abc&id=5$/);
