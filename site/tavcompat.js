@@ -100,7 +100,8 @@
       }
       if (c === ' ' || c === '\t' || c === '\f' || c === '\v' || c === '\u00a0' || c === '\u3000' || c === '\ufeff') { i++; continue; }
       if (c === "'") { skipToEol(); continue; }
-      if (c === ':') { push('nl', ':', { colon: true }); i++; continue; }
+      // ";" is no VBScript, but pages written by JavaScript hands end lines with it
+      if (c === ':' || c === ';') { push('nl', ':', { colon: true }); i++; continue; }
       if (c === '_') {
         // line continuation: "_" with only blanks up to the line end
         var j = i + 1;
@@ -167,7 +168,7 @@
       if (two === '<>' || two === '<=' || two === '>=') { push('op', two); i += 2; continue; }
       if (two === '=<') { push('op', '<='); i += 2; continue; }
       if (two === '=>') { push('op', '>='); i += 2; continue; }
-      if ('=<>+-*/\\^&(),.;'.indexOf(c) >= 0) { push('op', c); i++; continue; }
+      if ('=<>+-*/\\^&(),.'.indexOf(c) >= 0) { push('op', c); i++; continue; }
       push('bad', c);
       i++;
     }
@@ -493,7 +494,9 @@
           if (t.t === 'nl') { self.next(); continue; }
           if (self.isKw('else')) break;
           if (self.endIs('if')) { self.next(); self.next(); break; }
-          out.push(self.statementInner());
+          var st = self.statementInner();
+          st.line = t.line;
+          out.push(st);
         }
         return out;
       }
