@@ -2049,7 +2049,8 @@
     x.type = 'button';
     x.className = 'tav-dialog-x';
     x.setAttribute('aria-label', 'close');
-    x.title = '关闭';
+    // ASCII only in this file: pages load it without a charset, so it is read as GBK
+    x.title = '\u5173\u95ed';
     x.textContent = '\u00d7';
     bar.appendChild(title);
     bar.appendChild(x);
@@ -2128,6 +2129,11 @@
     dlg.addEventListener('cancel', function (e) {
       e.preventDefault();
       finish(frame.contentWindow);
+    });
+    // the host page going away takes the dialog with it: lift the shades, answer undefined
+    win.addEventListener('pagehide', function () {
+      unshade();
+      if (!state.done) { state.done = true; resolve(undefined); }
     });
     frame.src = url;
     (doc.body || doc.documentElement).appendChild(dlg);
