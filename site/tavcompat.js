@@ -2289,7 +2289,19 @@
           function (e) { report('tavcompat: cannot load ' + s.src, e); });
         return;
       }
-      runVbs(text, label);
+      if (doc.readyState !== 'loading') { runVbs(text, label); return; }
+      // While the page parses, a document.write from a block we run ourselves would start a
+      // new document: collect what it writes and put it behind the script element instead.
+      var written = '';
+      doc.write = function () { written += Array.prototype.join.call(arguments, ''); };
+      doc.writeln = function () { written += Array.prototype.join.call(arguments, '') + '\n'; };
+      try {
+        runVbs(text, label);
+      } finally {
+        delete doc.write;
+        delete doc.writeln;
+        if (written) s.insertAdjacentHTML('afterend', written);
+      }
     }
     function scan(final) {
       var list = doc.getElementsByTagName('script');

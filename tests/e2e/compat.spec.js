@@ -221,6 +221,8 @@ test('a VBScript block runs before the next script; a bad line is reported and t
   const { page, errors } = await openPage();
   await page.goto(base + '/order.html');
   assert.equal(await page.evaluate(() => window.early), 42, 'a JS block calls the Function of the block before it');
+  assert.equal(await page.textContent('#w'), 'written 4', 'document.write while parsing lands in place');
+  assert.equal(await page.locator('#b').count(), 1, 'and the page was not replaced');
   assert.equal(errors.length, 1, errors.join('\n'));
   assert.match(errors[0], /VBScript block 2, line 3: .*x = = 1/);
   await page.click('#b');
