@@ -28,6 +28,8 @@ int count(const std::string& hay, const std::string& needle) {
     return n;
 }
 
+unsigned read_p_line = 0;
+
 std::string two(int i) { return (i < 10 ? "n0" : "n") + std::to_string(i); }
 
 class PageBarTest : public ::testing::Test {
@@ -42,6 +44,7 @@ protected:
         auto r = tav::test::run_body(site, "pagebartest", "/x.asp" + query, [opt](BodyPage& page) {
             page.dbI_init();
             PageBar bar(page, opt);
+            read_p_line = __LINE__ + 1;
             bar.read_p();
             bar.count("select count(id) as num from Address where User_id=77");
             Recordset& rs = page.records();
@@ -165,7 +168,8 @@ TEST_F(PageBarTest, PThatIsNoNumberGivesTheStandardReport) {
     rows(3);
     std::string b = list("?p=abc", address());
     EXPECT_EQ(b.rfind(" Error ", 0), 0u) << b;
-    EXPECT_TRUE(has(b, " Routine : pagebartest.I_init"));
+    // Reported under the page, at the line of the call in the page.
+    EXPECT_TRUE(has(b, " LINE" + std::to_string(read_p_line) + " Routine : pagebartest.I_init")) << b;
     EXPECT_FALSE(has(b, "n01"));
     EXPECT_FALSE(has(b, "myform"));
 }
