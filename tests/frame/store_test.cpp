@@ -339,6 +339,22 @@ TEST_F(StoreTest, PathWithBackslashesAndOtherCapitals) {
     EXPECT_THROW(c.execute("select count(id) as num from user"), PageError);
 }
 
+TEST_F(StoreTest, ReusedHandlesKeepTheirRulesAndFollowAReplacedFile) {
+    conn.execute("insert into user(username) values ('old')");
+    conn.close();
+    conn.Open(connstr(db));  // a handle given back on close
+    EXPECT_EQ(fails("select load_extension('/lib/x.so') as n"), err::sql_failure);
+    EXPECT_EQ(num("select instr('aXb','x') as num"), 2);
+    conn.close();
+
+    // The site's database built anew under the same name: no old handle may
+    // serve the old, removed file.
+    for (const char* suffix : {"", "-wal", "-shm"}) fs::remove(db + suffix);
+    build_database(db, read_file(fs::path(TAVELOR_TEMPLATE_DIR) / "datebase" / "schema.sql"));
+    conn.Open(connstr(db));
+    EXPECT_EQ(num("select count(id) as num from user"), 0);
+}
+
 TEST_F(StoreTest, ParallelWritersNeverSeeALockedDatabase) {
     constexpr int threads = 4, rows = 200;
     std::atomic<int> failures{0};
