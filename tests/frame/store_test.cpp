@@ -74,6 +74,12 @@ TEST_F(StoreTest, TopNTakesTheFirstRowsAfterOrdering) {
     EXPECT_EQ(rs("username").str(), "b");
     rs.movenext();
     EXPECT_TRUE(rs.eof());
+
+    // The latest notice: a literal in the condition, then order and limit.
+    for (const char* sub : {"4102", "4101", "4102", "4101"})
+        conn.execute(std::string("insert into Datas(User_id,D_title,Sub_menu) values (1,'t','") + sub + "')");
+    rs = conn.execute("select top 1 * from Datas where sub_menu='4102' order by ID DESC");
+    EXPECT_EQ(rs("id").lng(), 3);
 }
 
 TEST_F(StoreTest, NowInInsertAndComparison) {
