@@ -115,6 +115,10 @@ TEST_F(StoreTest, DateDiffCountsBoundaries) {
     EXPECT_EQ(dd("ww", "2026-11-21", "2026-11-22"), 1);
     EXPECT_EQ(dd("ww", "2026-11-22", "2026-11-28"), 0);
     EXPECT_NE(fails("select DateDiff('d','no date',Now) as num from chat"), 0);
+    // Outside the platform's years 100 to 9999 a date is no date.
+    EXPECT_EQ(fails("select DateDiff('s','99999999999999999999-01-01',Now) as num"), err::sql_failure);
+    EXPECT_EQ(fails("select DateDiff('h',-9223372036854775808,Now) as num"), err::sql_failure);
+    EXPECT_EQ(dd("d", "100-01-01", "9999-12-31"), 3615899);
 }
 
 TEST_F(StoreTest, InstrAsTruthValueWithTwoAndThreeArguments) {
