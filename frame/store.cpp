@@ -8,8 +8,11 @@
 
 #include <cctype>
 #include <filesystem>
+#include <map>
+#include <mutex>
 #include <stdexcept>
 #include <sys/stat.h>
+#include <vector>
 
 #include "frame/context.h"
 #include "frame/errors.h"
@@ -103,6 +106,68 @@ Value column_value(sqlite3_stmt* st, int i) {
     }
 }
 
+// Handles of closed connections, kept per database file as the original
+// platform kept its sessions, so that a request does not pay for opening
+// the file and reading its schema. A handle whose file was removed or
+// replaced on disk is closed instead of reused.
+class HandlePool {
+public:
+    static HandlePool& instance() {
+        static HandlePool* pool = new HandlePool();  // never destroyed: handles may return at exit
+        return *pool;
+    }
+    sqlite3* take(const std::string& path) {
+        std::lock_guard lock(mutex_);
+        auto it = idle_.find(path);
+        while (it != idle_.end() && !it->second.empty()) {
+            sqlite3* db = it->second.back();
+            it->second.pop_back();
+            if (!moved(db)) return db;
+            sqlite3_close_v2(db);
+        }
+        return nullptr;
+    }
+    void give(const std::string& path, sqlite3* db) {
+        // Only a handle at rest goes back: no statement left, no transaction.
+        if (sqlite3_next_stmt(db, nullptr) == nullptr && sqlite3_get_autocommit(db) && !moved(db)) {
+            std::lock_guard lock(mutex_);
+            sweep();
+            auto& list = idle_[path];
+            if (list.size() < max_idle) {
+                list.push_back(db);
+                return;
+            }
+        }
+        sqlite3_close_v2(db);
+    }
+
+private:
+    static bool moved(sqlite3* db) {
+        int has_moved = 0;
+        if (sqlite3_file_control(db, "main", SQLITE_FCNTL_HAS_MOVED, &has_moved) != SQLITE_OK) return true;
+        return has_moved != 0;
+    }
+    // Sites made and removed (tests, rebuilds) must not leave descriptors.
+    void sweep() {
+        for (auto it = idle_.begin(); it != idle_.end();) {
+            auto& list = it->second;
+            for (auto h = list.begin(); h != list.end();) {
+                if (moved(*h)) {
+                    sqlite3_close_v2(*h);
+                    h = list.erase(h);
+                } else {
+                    ++h;
+                }
+            }
+            it = list.empty() ? idle_.erase(it) : std::next(it);
+        }
+    }
+
+    static constexpr std::size_t max_idle = 16;
+    std::mutex mutex_;
+    std::map<std::string, std::vector<sqlite3*>> idle_;
+};
+
 }  // namespace
 
 // ---------------------------------------------------------------------------
@@ -154,8 +219,14 @@ void Recordset::close() {
 
 struct Connection::Impl {
     sqlite3* db = nullptr;
+    std::string path;
+    bool pooled = false;  // set once the handle is fully set up
     ~Impl() {
-        if (db) sqlite3_close_v2(db);
+        if (!db) return;
+        if (pooled)
+            HandlePool::instance().give(path, db);
+        else
+            sqlite3_close_v2(db);
     }
 };
 
@@ -186,6 +257,12 @@ void Connection::Open(const std::string& connection_string, std::source_location
         raise_error(err::db_failure, "[Microsoft][ODBC Microsoft Access Driver] Could not find file '" + given + "'.");
 
     auto impl = std::make_unique<Impl>();
+    impl->path = resolved;
+    if ((impl->db = HandlePool::instance().take(resolved))) {
+        impl->pooled = true;
+        impl_ = std::move(impl);
+        return;
+    }
     int rc = sqlite3_open_v2(resolved.c_str(), &impl->db, SQLITE_OPEN_READWRITE | SQLITE_OPEN_NOMUTEX, nullptr);
     if (rc != SQLITE_OK) {
         std::string msg = impl->db ? sqlite3_errmsg(impl->db) : sqlite3_errstr(rc);
@@ -208,6 +285,7 @@ void Connection::Open(const std::string& connection_string, std::source_location
     if (rc == SQLITE_OK) rc = sqlite3_set_authorizer(db, authorize, nullptr);
     if (rc != SQLITE_OK)
         raise_error(err::db_failure, std::string("[Microsoft][ODBC Microsoft Access Driver] ") + sqlite3_errmsg(db));
+    impl->pooled = true;
     impl_ = std::move(impl);
 }
 

@@ -333,6 +333,8 @@ std::optional<Stamp> parse_stamp(sqlite3_value* v) {
     int type = sqlite3_value_type(v);
     if (type == SQLITE_INTEGER || type == SQLITE_FLOAT) {
         double serial = sqlite3_value_double(v);
+        // The platform's dates run from the year 100 to 9999.
+        if (!(serial >= -657434.0 && serial < 2958466.0)) return std::nullopt;
         double whole = std::floor(serial);
         st.days = static_cast<long long>(whole) + days_from_civil(1899, 12, 30);
         st.seconds = std::llround((serial - whole) * 86400.0);
@@ -346,8 +348,9 @@ std::optional<Stamp> parse_stamp(sqlite3_value* v) {
         auto read_num = [&](long long& out) {
             std::size_t b = i;
             out = 0;
-            while (i < s.size() && std::isdigit(static_cast<unsigned char>(s[i]))) out = out * 10 + (s[i++] - '0');
-            return i > b;
+            for (; i < s.size() && std::isdigit(static_cast<unsigned char>(s[i])); ++i)
+                if (i - b < 5) out = out * 10 + (s[i] - '0');
+            return i > b && i - b <= 4;  // no part of a date has more digits
         };
         if (!read_num(nums[0])) return std::nullopt;
         count = 1;
@@ -380,7 +383,7 @@ std::optional<Stamp> parse_stamp(sqlite3_value* v) {
         if (i != s.size()) return std::nullopt;
         if (!has_date && count < 5) return std::nullopt;  // a bare number text is no time
         if (has_date) {
-            if (nums[1] < 1 || nums[1] > 12 || nums[2] < 1 || nums[2] > 31) return std::nullopt;
+            if (nums[0] < 100 || nums[1] < 1 || nums[1] > 12 || nums[2] < 1 || nums[2] > 31) return std::nullopt;
             st.days = days_from_civil(nums[0], static_cast<unsigned>(nums[1]), static_cast<unsigned>(nums[2]));
         } else {
             st.days = days_from_civil(1899, 12, 30);

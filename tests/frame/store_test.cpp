@@ -74,6 +74,12 @@ TEST_F(StoreTest, TopNTakesTheFirstRowsAfterOrdering) {
     EXPECT_EQ(rs("username").str(), "b");
     rs.movenext();
     EXPECT_TRUE(rs.eof());
+
+    // The latest notice: a literal in the condition, then order and limit.
+    for (const char* sub : {"4102", "4101", "4102", "4101"})
+        conn.execute(std::string("insert into Datas(User_id,D_title,Sub_menu) values (1,'t','") + sub + "')");
+    rs = conn.execute("select top 1 * from Datas where sub_menu='4102' order by ID DESC");
+    EXPECT_EQ(rs("id").lng(), 3);
 }
 
 TEST_F(StoreTest, NowInInsertAndComparison) {
@@ -109,6 +115,10 @@ TEST_F(StoreTest, DateDiffCountsBoundaries) {
     EXPECT_EQ(dd("ww", "2026-11-21", "2026-11-22"), 1);
     EXPECT_EQ(dd("ww", "2026-11-22", "2026-11-28"), 0);
     EXPECT_NE(fails("select DateDiff('d','no date',Now) as num from chat"), 0);
+    // Outside the platform's years 100 to 9999 a date is no date.
+    EXPECT_EQ(fails("select DateDiff('s','99999999999999999999-01-01',Now) as num"), err::sql_failure);
+    EXPECT_EQ(fails("select DateDiff('h',-9223372036854775808,Now) as num"), err::sql_failure);
+    EXPECT_EQ(dd("d", "100-01-01", "9999-12-31"), 3615899);
 }
 
 TEST_F(StoreTest, InstrAsTruthValueWithTwoAndThreeArguments) {
@@ -337,6 +347,22 @@ TEST_F(StoreTest, PathWithBackslashesAndOtherCapitals) {
     c.close();
     EXPECT_FALSE(c.is_open());
     EXPECT_THROW(c.execute("select count(id) as num from user"), PageError);
+}
+
+TEST_F(StoreTest, ReusedHandlesKeepTheirRulesAndFollowAReplacedFile) {
+    conn.execute("insert into user(username) values ('old')");
+    conn.close();
+    conn.Open(connstr(db));  // a handle given back on close
+    EXPECT_EQ(fails("select load_extension('/lib/x.so') as n"), err::sql_failure);
+    EXPECT_EQ(num("select instr('aXb','x') as num"), 2);
+    conn.close();
+
+    // The site's database built anew under the same name: no old handle may
+    // serve the old, removed file.
+    for (const char* suffix : {"", "-wal", "-shm"}) fs::remove(db + suffix);
+    build_database(db, read_file(fs::path(TAVELOR_TEMPLATE_DIR) / "datebase" / "schema.sql"));
+    conn.Open(connstr(db));
+    EXPECT_EQ(num("select count(id) as num from user"), 0);
 }
 
 TEST_F(StoreTest, ParallelWritersNeverSeeALockedDatabase) {
