@@ -47,7 +47,7 @@ public:
         if (start > total_) return 0;
         if (pat.empty()) return start;
         const i64 plen = static_cast<i64>(pat.size());
-        const std::size_t window = UploadGroup::kChunk + pat.size() - 1;
+        const std::size_t window = UploadGroup::chunk + pat.size() - 1;
         std::string buf;
         i64 off = start - 1;
         while (off + plen <= total_) {
@@ -279,7 +279,7 @@ std::string UploadGroup::upload_save(const std::string& full_path, const FileRec
         const std::string target = FileSystemObject::resolve(full_path);
         int fd = ::open(target.c_str(), O_WRONLY | O_CREAT | O_TRUNC | O_CLOEXEC, 0644);
         if (fd < 0) raise_error(kWriteFailed, "Write to file failed.");
-        std::string buf(std::min<std::size_t>(kChunk, static_cast<std::size_t>(std::max<i64>(rec.file_size, 1))), '\0');
+        std::string buf(std::min<std::size_t>(chunk, static_cast<std::size_t>(std::max<i64>(rec.file_size, 1))), '\0');
         i64 off = rec.file_start;
         i64 left = std::min(rec.file_size, std::max<i64>(total - off, 0));
         bool ok = true;

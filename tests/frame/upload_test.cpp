@@ -275,3 +275,22 @@ TEST_F(UploadTest, LargeSpooledBodyIsParsed) {
     });
     EXPECT_TRUE(slurp(datas("xbig.bin")) == big);
 }
+
+TEST_F(UploadTest, MatchesAcrossPieceEdgesAreFound) {
+    std::string content = "0123456789\r\n" + kBoundary.substr(0, 20) + "abc\r\n" + kBoundary + "tail";
+    std::string body = multipart({{"title", {}, utf8_to_gb("中文标题")}, {"file1", "edge.bin", content}});
+    for (std::size_t piece : {1u, 3u, 7u, 29u}) {
+        UploadGroup::chunk = piece;
+        std::string name = "edge" + std::to_string(piece);
+        site.run(test::multipart_request(body, piece == 7), [&](Page& page) {
+            UploadGroup up{page};
+            up.upload_initialize();
+            std::string t = "title", f = "file1";
+            EXPECT_EQ(up.upload_form(t), "中文标题") << piece;
+            EXPECT_EQ(up.upload_file(f, "Datas/", std::to_string(piece)), std::to_string(piece) + "edge.bin");
+        });
+        EXPECT_EQ(slurp(datas(std::to_string(piece) + "edge.bin")),
+                  "0123456789\r\n" + kBoundary.substr(0, 20) + "abc") << piece;
+    }
+    UploadGroup::chunk = 1 << 20;
+}

@@ -73,29 +73,46 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
     ContextScope scope(ctx);
 
     FuzzPage page;
-    bool wrote = false;
-    for (auto variant : {UploadGroup::Variant::Standard, UploadGroup::Variant::UploadImg}) {
-        UploadGroup up{page, variant};
+    // The same body parsed with tiny pieces and with the serving size must
+    // give the same fields and records: piece edges are invisible.
+    auto parse = [&](std::size_t chunk, UploadGroup& up) {
+        UploadGroup::chunk = chunk;
         try {
-            up.upI_init();
             up.upload_initialize();
-            for (const auto& [name, value] : up.fields()) {
-                std::string n = name;
-                if (up.upload_form(n) != value) std::abort();  // the first value of a name is the joined one
-            }
-            if (variant == UploadGroup::Variant::Standard) {
-                for (std::size_t i = 0; i < up.files().size(); ++i) {
-                    std::string n = up.files()[i].form_name;
-                    if (!up.upload_file(n, "Datas/", "").empty()) wrote = true;
-                }
-            } else {
-                for (const FileRecord& r : up.files())
-                    if (up.upload_save(Server.MapPath("./Datas/") + r.file_name, r).rfind("File : ", 0) == 0)
-                        wrote = true;
-            }
-            up.upload_terminate();
         } catch (const ScriptTimeout&) {
         }
+    };
+    UploadGroup small{page};
+    parse(1 + (size ? data[0] % 40 : 0), small);
+    UploadGroup big{page, UploadGroup::Variant::UploadImg};
+    parse(1 << 20, big);
+    if (small.fields() != big.fields() || small.files().size() != big.files().size()) std::abort();
+    for (std::size_t i = 0; i < small.files().size(); ++i) {
+        const FileRecord &a = small.files()[i], &b = big.files()[i];
+        if (a.form_name != b.form_name || a.file_path != b.file_path || a.file_name != b.file_name ||
+            a.file_start != b.file_start || a.file_size != b.file_size || a.file_type != b.file_type)
+            std::abort();
+    }
+    for (const auto& [name, value] : small.fields()) {
+        std::string n = name;
+        if (small.upload_form(n) != value) std::abort();
+    }
+
+    // Saving copies in small pieces too.
+    UploadGroup::chunk = 1 + (size > 1 ? data[1] % 40 : 0);
+    bool wrote = false;
+    try {
+        small.upI_init();
+        for (std::size_t i = 0; i < small.files().size(); ++i) {
+            std::string n = small.files()[i].form_name;
+            if (!small.upload_file(n, "Datas/", "").empty()) wrote = true;
+        }
+        for (const FileRecord& r : big.files())
+            if (big.upload_save(Server.MapPath("./Datas/") + "img" + r.file_name, r).rfind("File : ", 0) == 0)
+                wrote = true;
+        small.upload_terminate();
+        big.upload_terminate();
+    } catch (const ScriptTimeout&) {
     }
     if (wrote || !response.body().empty()) {
         if (!scratch.only_site_in_dir()) std::abort();
