@@ -294,3 +294,17 @@ TEST_F(UploadTest, MatchesAcrossPieceEdgesAreFound) {
     }
     UploadGroup::chunk = 1 << 20;
 }
+
+TEST_F(UploadTest, FilePartWithoutEndRunsOutTheScriptTime) {
+    // No boundary behind the file: the walk returns to the first part for
+    // ever, which ends the script as its time limit would.
+    std::string body = kBoundary +
+                       "\r\nContent-Disposition: form-data; name=\"file1\"; filename=\"x.txt\"\r\n\r\nno end here";
+    bool after = false;
+    EXPECT_THROW(site.run(test::multipart_request(body), [&](Page& page) {
+        UploadGroup up{page};
+        up.upload_initialize();
+        after = true;
+    }), ScriptTimeout);
+    EXPECT_FALSE(after);
+}
