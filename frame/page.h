@@ -65,6 +65,7 @@ public:
                     const std::string& text, const Value& degree);
 
 protected:
+    friend class PageBar;  // the shared page bar counts and skips on the page's connection
     Connection conn;
     std::string db_path;
     Recordset rs;

@@ -1,0 +1,105 @@
+// The hidden frame "message": counts what awaits the account at each reload
+// and raises the reminder popup when the gate in the session is open.
+#include "desktop/wordstr.h"
+#include "frame/vb.h"
+
+namespace tav::pages {
+
+class message : public WordStrGroup {
+public:
+    message() : WordStrGroup("message") {}
+
+    void I_init() override {
+        dbI_init();
+        wordstrI_init();
+
+        rs = conn.execute("select * from software where softname='work_time'");
+        Response.line("<html>");
+        Response.line("<head>");
+        Response.line("<meta http-equiv=\"Content-Type\" content=\"text/html; charset=gb2312\">");
+        Response.write("<meta http-equiv=\"REFRESH\" content=\"");
+        Response.write(rs("Hardserial"));
+        Response.line("\">");
+        Response.line("<meta http-equiv=\"pragma\" content=\"no-cache\">");
+        Response.line("<meta http-equiv=\"expires\" content=\"" + NowText(-10) + "\">");
+
+        std::string mstr = "<center>欢迎您使用本系统！</center><hr>";
+        int pop = 0;
+
+        rs = conn.execute("select count(id) as num from email where read=0 and to_del<>2 and to_user_id=" +
+                          Session("user_id"));
+        num = rs("num");
+        if (num > 0) {
+            mstr = mstr + "有 " + num + " 封新邮件正等待您阅读！<br>";
+            pop = 1;
+        }
+
+        // Replies to the account's own threads that it has not seen yet.
+        rs = conn.execute("select id from book where user_id=" + Session("user_id") + " and reply_id=0");
+        Value replies = 0;
+        while (!rs.eof()) {
+            Recordset rs1 = conn.execute("select count(id) as num from book where reply_id=" + rs("id") +
+                                         " and reply_read=0");
+            replies = replies.num() + rs1("num").num();
+            rs1.close();
+            rs.movenext();
+        }
+        if (replies > 0) {
+            mstr = mstr + "留言板有 " + replies + " 条新的回复信息！<br>";
+            pop = 1;
+        }
+
+        // Received files: the account is the first signer of the chain.
+        rs = conn.execute("select count(id) as num from Files where left(py,instr(2,py,'|'))='|" +
+                          Session("USER_ID") + "|'");
+        num = rs("num");
+        if (num > 0) {
+            mstr = mstr + "有 " + num + " 个文书等待您签阅！<br>";
+            pop = 1;
+        }
+
+        // The counter still holds the files count when get_word_str does not
+        // touch it.
+        Value word_str = get_word_str();
+        if (num > 0) {
+            mstr = mstr + word_str + "<br>";
+            pop = 1;
+        }
+
+        num = 0;
+        if (InStr(menu_idstr, "1905") > 0) {
+            rs = conn.execute("select count(id) as num from user where password_lose<>0");
+            num = rs("num");
+            if (num > 0) {
+                mstr = mstr + "有 " + num + " 个员工的密码忘记了，请处理！<br>";
+                pop = 1;
+            }
+        }
+
+        rs = conn.execute("select * from software where softname='work_pop'");
+        if (rs("Hardserial") != "1") pop = 0;
+
+        rs.close();
+        conn.close();
+
+        Response.line("</head>");
+        Response.line("<body>");
+        if (pop == 1 && Session("Message_POP") == "YES") {
+            Response.line("<script language=\"VBScript\">");
+            Response.line("<!--");
+            Response.line("Sub window_onload");
+            Response.line("  showModalDialog \"message_pop.asp?mstr=" + mstr +
+                          "\", \"\", \"dialogWidth:25em;dialogHeight:11em; status:0\"");
+            Response.line("End Sub");
+            Response.line("-->");
+            Response.line("</script>");
+        }
+        Response.line("</body>");
+        Response.line("</html>");
+        Response.write("");
+    }
+};
+
+TAVELOR_PAGE(message)
+
+}  // namespace tav::pages

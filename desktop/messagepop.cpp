@@ -1,0 +1,52 @@
+// The reminder popup. While it is open the session gate stays shut, so the
+// polls raise no second one; closepop opens it again.
+#include "frame/page.h"
+#include "frame/vb.h"
+
+namespace tav::pages {
+
+class messagepop : public Page {
+public:
+    messagepop() : Page("messagepop") {}
+
+    void I_init() override {
+        dbI_init();
+        Response.line("<html>");
+        Response.line("<head>");
+        Response.line("<title>" + Session("dw_name") + "</title>");
+        Response.line("<meta http-equiv=\"Content-Type\" content=\"text/html; charset=gb2312\">");
+        Response.line("<meta http-equiv=\"pragma\" content=\"no-cache\">");
+        Response.line("<meta http-equiv=\"expires\" content=\"" + NowText(-10) + "\">");
+        Response.line("<link rel=\"stylesheet\" href=\"style.css\" type=\"text/css\">");
+
+        rs = conn.execute("select * from software where softname='pop_music'");
+        if (rs("Hardserial") == "1") {
+            rs = conn.execute("select * from software where softname='music'");
+            Response.write("<bgsound src=\"./medium/");
+            Response.write(rs("Hardserial"));
+            Response.line("\" loop=\"infinite\">");
+        }
+
+        Response.line("<script language=\"JavaScript\">");
+        Response.line("function close_my()");
+        Response.line("{");
+        Response.line("  window.open(\"closepop.asp\",\"sound\");");
+        Response.line("  window.close();");
+        Response.line("}");
+        Response.line("</script>");
+        Response.line("</head>");
+        Response.line("<body bgcolor=\"#FFD0FF\">");
+        Session.set("Message_POP", "");
+        Response.write(Request.querystring("mstr"));
+        Response.line("<center><input type=\"button\" name=\"ok\" value=\"确定\" onclick=\"window.close_my()\"></center>");
+        Response.line("</body>");
+        Response.line("</html>");
+        rs.close();
+        conn.close();
+        Response.write("");
+    }
+};
+
+TAVELOR_PAGE(messagepop)
+
+}  // namespace tav::pages

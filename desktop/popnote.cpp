@@ -1,0 +1,62 @@
+// The popup with the newest notice of the data centre's notice category.
+#include "frame/page.h"
+#include "frame/vb.h"
+
+namespace tav::pages {
+
+class popnote : public Page {
+public:
+    popnote() : Page("popnote") {}
+
+    void I_init() override {
+        dbI_init();
+        rs = conn.execute("select top 1 * from Datas where sub_menu='4102' order by ID DESC");
+        if (rs.eof()) {
+            Response.write("<br><br><font color=red>系统数据库错误！</font>");
+            END_PAGE();
+        }
+        std::vector<std::string> files = Split(rs("D_afile"), "*");
+
+        Response.line("<html>");
+        Response.line("<head>");
+        Response.line("<title>最近通知</title>");
+        Response.line("<meta http-equiv=\"Content-Type\" content=\"text/html; charset=gb2312\">");
+        Response.line("<link rel=\"stylesheet\" href=\"style.css\" type=\"text/css\">");
+        Response.line("<meta http-equiv=\"pragma\" content=\"no-cache\">");
+        Response.line("<meta http-equiv=\"expires\" content=\"" + NowText(-1) + "\">");
+        Response.line("</head>");
+        Response.line("<body bgcolor=\"#abcdef\">");
+        Response.line("<table width=\"100%\" border=\"0\" cellspacing=\"0\" cellpadding=\"4\">");
+        Response.write("<tr><td>&nbsp;主题：");
+        Response.write(rs("D_title"));
+        Response.line("</td></tr>");
+        Response.write("<tr><td>");
+        Response.write(rs("D_text"));
+        Response.line("</td></tr>");
+        Response.line("<tr><td>");
+        // An empty attachment text splits into nothing, and its first element
+        // does not exist.
+        if (files.empty()) raise_error(9, "Subscript out of range");
+        if (files[0] != "0") {
+            for (const std::string& name : files) {
+                Response.write("　<a href=\"./Datas/" + rs("Sub_menu") + "/" + name + "\" target=\"_blank\">查看附件：" +
+                               name + "</a>　");
+            }
+        }
+        Response.line("</td></tr>");
+        Response.write("<tr><td align=\"right\">发布时间：");
+        Response.write(rs("D_date"));
+        Response.line("</td></tr>");
+        Response.line("<tr><td align=\"center\"><input type=\"button\" value=\"关闭\" onclick=\"window.close()\"></td></tr>");
+        Response.line("</table>");
+        Response.line("</body>");
+        Response.line("</html>");
+        rs.close();
+        conn.close();
+        Response.write("");
+    }
+};
+
+TAVELOR_PAGE(popnote)
+
+}  // namespace tav::pages

@@ -1,0 +1,110 @@
+// The hidden frame "monitorbottom": at each reload it counts what awaits
+// the account and rewrites the status cells of the bottom frame, whose tool
+// tips carry the news.
+#include "desktop/wordstr.h"
+#include "frame/vb.h"
+
+namespace tav::pages {
+
+class sysmonitor : public WordStrGroup {
+public:
+    sysmonitor() : WordStrGroup("sysmonitor") {}
+
+    void I_init() override {
+        dbI_init();
+        wordstrI_init();
+        Value user_id = Session("USER_ID");
+
+        rs = conn.execute("select * from software where softname='stat_time'");
+        Response.line("<html>");
+        Response.line("<head>");
+        Response.line("<meta http-equiv=\"Content-Type\" content=\"text/html; charset=gb2312\">");
+        Response.write("<meta http-equiv=\"REFRESH\" content=\"");
+        Response.write(rs("Hardserial"));
+        Response.line("\">");
+        Response.line("<meta http-equiv=\"pragma\" content=\"no-cache\">");
+        Response.line("<meta http-equiv=\"expires\" content=\"" + NowText(-10) + "\">");
+        Response.line("</head>");
+        Response.line("<body>");
+
+        Value mail_str = "没有新邮件！";
+        Value book_str = "留言板没有新的回复信息！";
+        Value password_str = "没有密码提醒信息。";
+        Value word_str = "没有新的公文等待您审核或签发！";
+        Value files_str = "没有新的文书等待您签阅！";
+
+        Value caption;
+        if (Session("message").blank()) {
+            caption = "Tavelor for Audit";
+            Session.set("message", "e");
+        } else {
+            caption = Session("dw_name") + "自动化网络办公系统 ";
+            Session.set("message", "");
+        }
+
+        rs = conn.execute("select count(id) as num from user where online<>0");
+        Value onlines = rs("num");
+
+        rs = conn.execute("select count(id) as num from email where read=0 and to_del<>2 and to_user_id=" +
+                          Session("user_id"));
+        num = rs("num");
+        if (num > 0) mail_str = "邮箱中有 " + num + " 封新邮件！";
+
+        rs = conn.execute("select id from book where user_id=" + Session("user_id") + " and reply_id=0");
+        Value replies = 0;
+        while (!rs.eof()) {
+            Recordset rs1 = conn.execute("select count(id) as num from book where reply_id=" + rs("id") +
+                                         " and reply_read=0");
+            replies = replies.num() + rs1("num").num();
+            rs1.close();
+            rs.movenext();
+        }
+        if (replies > 0) book_str = "留言板有 " + replies + " 条新的回复信息！";
+
+        word_str = get_word_str();
+
+        rs = conn.execute("select count(id) as num from Files where left(py,instr(2,py,'|'))='|" + user_id +
+                          "|'");
+        num = rs("num");
+        if (num > 0) files_str = "有 " + num + " 个文书等待您签阅！";
+
+        // Every account sees the lost passwords here; only the popup asks
+        // for the right.
+        rs = conn.execute("select count(id) as num from user where password_lose<>0");
+        num = rs("num");
+        if (num > 0) password_str = "有 " + num + " 个员工的密码忘记了，请处理！";
+
+        cell("infiles", "<a href='File_list.asp?howdo=gsqm' target='detail'><img src='images/boxin.gif' alt='" +
+                            files_str + "' border='0'></a>");
+        cell("meeting", "<a href='word_list_sh.asp?sh=" + get_shs() +
+                            "' target='detail'><img src='images/boxout.gif' alt='" + word_str +
+                            "' border='0'></a>");
+        cell("onlines", "<a href='Online_user.asp' target='detail'><img src='images/onlinenone.gif' alt='当前在线人数：" +
+                            onlines + " 人' border='0'></a>");
+        cell("board", "<a href='book_list1.asp' target='detail'><img src='images/boardnone.gif' alt='" + book_str +
+                          "' border='0'></a>");
+        cell("email", "<a href='Email_list.asp?type=0' target='detail'><img src='images/mail_0.gif' alt='" +
+                          mail_str + "' border='0'></a>");
+        cell("password", "<a href='sys_losepassword.asp' target='detail'><img src='images/key.gif' alt='" +
+                             password_str + "' border='0'></a>");
+        cell("system", caption + "&nbsp;");
+
+        rs.close();
+        conn.close();
+        Response.line("</body>");
+        Response.line("</html>");
+        Response.write("");
+    }
+
+private:
+    // One script block that replaces the content of a cell of the bottom frame.
+    void cell(const char* id, const std::string& html) {
+        Response.line("<script language=\"JavaScript\">");
+        Response.line(std::string("parent.bottom.") + id + ".innerHTML=\"" + html + "\";");
+        Response.line("</script>");
+    }
+};
+
+TAVELOR_PAGE(sysmonitor)
+
+}  // namespace tav::pages

@@ -1,0 +1,90 @@
+#include "desktop/wordstr.h"
+
+#include <string>
+#include <vector>
+
+#include "frame/vb.h"
+
+namespace tav::pages {
+
+void WordStrGroup::wordstrI_init() {
+    routine("wordstrI_init", [&] { Response.write(""); });
+}
+
+Value WordStrGroup::get_shs() {
+    return routine("get_shs", [&]() -> Value {
+        static const char* const rights[5][2] = {
+            {"2302", "ywsh"}, {"2303", "hh"}, {"2304", "fh"}, {"2305", "ldsh"}, {"2306", "ldqf"}};
+        rs = conn.execute("select menu_idstr from user where id=" + Session("user_id"));
+        Value str = rs("menu_idstr");
+        std::string shs;
+        for (const auto& right : rights) {
+            if (InStr(str, right[0]) > 0) {
+                if (Len(shs) <= 1)
+                    shs = right[1];
+                else
+                    shs = shs + "|" + right[1];
+            }
+        }
+        return shs;
+    });
+}
+
+Value WordStrGroup::get_word_str() {
+    return routine("get_word_str", [&]() -> Value {
+        Value result;
+        rs = conn.execute("select menu_idstr from user where id=" + Session("user_id"));
+        menu_idstr = rs("menu_idstr");
+        Value shs = get_shs();
+        Value user_id = Session("user_id");
+
+        // i is the loop variable of the persons condition and then counts the
+        // kinds: after the loop it holds the number of codes, and it is not
+        // set back before the count.
+        Value i;
+        std::string persons;
+        if (InStr(shs, "|") > 0) {
+            std::vector<std::string> codes = Split(shs, "|");
+            persons = codes[0] + "='" + user_id + "'";
+            for (i = 1; i.num() <= static_cast<double>(codes.size() - 1); i = i.num() + 1)
+                persons = persons + " or " + codes[static_cast<std::size_t>(i.num())] + "='" + user_id + "'";
+        } else {
+            persons = shs + "='" + user_id + "'";
+        }
+
+        std::string kinds;
+        rs = conn.execute("select * from word_type");
+        while (!rs.eof()) {
+            if (InStr(menu_idstr, "h" + rs("id")) > 0) {
+                kinds = kinds + rs("id") + "|";
+                i = i.num() + 1;
+            }
+            rs.movenext();
+        }
+
+        if (i > 0) {
+            kinds = Left(kinds, Len(kinds) - 1);
+            std::string sql;
+            if (i == 1) {
+                kinds = " and word_type=" + kinds;
+                sql = "select count(id) as num from Word where " + persons + kinds + " and signed<>1";
+            } else {
+                std::string cond;
+                for (const std::string& id : Split(kinds, "|")) cond = cond + "word_type=" + id + " or ";
+                cond = Left(cond, Len(cond) - 3);
+                sql = "select count(id) as num from Word where (" + persons + ") and (" + cond + ") and signed<>1";
+            }
+            rs = conn.execute(sql);
+            num = rs("num");
+            if (num == 0)
+                result = "没有新公文需要处理";
+            else
+                result = "有 " + num + " 个公文正等待[或将要]您审核或签发！";
+        } else {
+            result = "您没有权限处理任何公文！";
+        }
+        return result;
+    });
+}
+
+}  // namespace tav::pages

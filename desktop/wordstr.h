@@ -1,0 +1,29 @@
+// The count of official documents that await the account, shared by the two
+// polling pages. Each routine runs on the calling page's connection and
+// recordset and reports under the calling page's class.
+#pragma once
+
+#include "frame/page.h"
+#include "frame/value.h"
+
+namespace tav::pages {
+
+class WordStrGroup : public Page {
+protected:
+    using Page::Page;
+
+    void wordstrI_init();
+    // The review stage codes the account holds a right for, joined by bars.
+    Value get_shs();
+    // A sentence on the documents that await the account.
+    Value get_word_str();
+
+    // The rights string as get_word_str last read it (message tests "1905"
+    // in it).
+    Value menu_idstr;
+    // The page's counter: get_word_str leaves the document count here, and
+    // leaves it alone when the account has no document rights.
+    Value num;
+};
+
+}  // namespace tav::pages

@@ -1,0 +1,28 @@
+// close.asp: closes the browser window it is loaded into.
+#include "frame/page.h"
+
+namespace tav::pages {
+
+class close : public Page {
+public:
+    close() : Page("close") {}
+    void I_init() override {
+        Response.block(
+            "<html>\r\n"
+            "<head>\r\n"
+            "<title></title>\r\n"
+            "<meta http-equiv=\"Content-Type\" content=\"text/html; charset=gb2312\">\r\n"
+            "</head>\r\n"
+            "<body>\r\n"
+            "<script language=\"VBScript\">\r\n"
+            "window.close()\r\n"
+            "</script>\r\n"
+            "</body>\r\n"
+            "</html>");
+        Response.write("");
+    }
+};
+
+TAVELOR_PAGE(close)
+
+}  // namespace tav::pages

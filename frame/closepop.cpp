@@ -1,0 +1,18 @@
+// closepop.asp: loaded into the hidden frame when the reminder popup closes;
+// re-arms the popup for the next poll.
+#include "frame/page.h"
+
+namespace tav::pages {
+
+class closepop : public Page {
+public:
+    closepop() : Page("closepop") {}
+    void I_init() override {
+        Session.set("Message_POP", "YES");
+        Response.write("");
+    }
+};
+
+TAVELOR_PAGE(closepop)
+
+}  // namespace tav::pages

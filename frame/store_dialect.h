@@ -1,0 +1,13 @@
+// Private to the store: the functions that statements of the pages' dialect
+// call once translated, registered on every engine handle.
+#pragma once
+
+struct sqlite3;
+
+namespace tav::store_detail {
+
+// Registers now(), tav_datediff, tav_instr, tav_left, tav_right, tav_mid and
+// tav_len on the handle. Returns an engine result code.
+int register_dialect_functions(sqlite3* db);
+
+}  // namespace tav::store_detail

@@ -1,0 +1,542 @@
+// The only translation unit that sees Beast: it compiles slowly, so pages
+// get plain HttpRequest/HttpResponse values and nothing else.
+#include "server/http_server.h"
+
+#include <fcntl.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
+#include <atomic>
+#include <csignal>
+#include <future>
+#include <mutex>
+#include <optional>
+#include <stdexcept>
+#include <thread>
+#include <unordered_map>
+
+#include <boost/asio.hpp>
+#include <boost/beast/core.hpp>
+#include <boost/beast/http.hpp>
+
+#include "server/http_parse.h"
+
+namespace tav {
+
+namespace net = boost::asio;
+namespace beast = boost::beast;
+namespace http = beast::http;
+using tcp = net::ip::tcp;
+using error_code = beast::error_code;
+
+namespace {
+
+// Headers of any size a browser sends fit; longer ones are an attack.
+constexpr std::uint32_t kHeaderLimit = 64 * 1024;
+// How long a client gets to take an error answer before we hang up.
+constexpr std::chrono::seconds kErrorWriteTimeout{5};
+
+HttpRequest make_request(const http::request_header<>& h, std::string remote,
+                         std::shared_ptr<const RequestBody> body) {
+    HttpRequest r;
+    r.method = std::string(h.method_string());
+    r.target = std::string(h.target());
+    r.headers.reserve(std::distance(h.begin(), h.end()));
+    for (const auto& f : h) r.headers.emplace_back(std::string(f.name_string()), std::string(f.value()));
+    r.remote_addr = std::move(remote);
+    r.body = std::move(body);
+    return r;
+}
+
+// The answer for a parse error, or 0 when the error is the peer going away.
+int status_for(const error_code& ec) {
+    if (ec.category() != http::make_error_code(http::error::need_more).category()) return 0;
+    if (ec == http::error::body_limit) return 413;
+    if (ec == http::error::end_of_stream || ec == http::error::partial_message ||
+        ec == http::error::need_more)
+        return 0;
+    return 400;
+}
+
+bool has_body(const http::request_header<>& h, bool header_parser_done) {
+    return !header_parser_done || h.find(http::field::content_length) != h.end();
+}
+
+}  // namespace
+
+int parse_request_bytes(std::string_view bytes, std::uint64_t body_limit, HttpRequest& out) {
+    http::request_parser<http::empty_body> hdr;
+    hdr.header_limit(kHeaderLimit);
+    hdr.body_limit(body_limit);
+    hdr.eager(true);
+    error_code ec;
+    std::size_t pos = 0;
+    while (!hdr.is_header_done()) {
+        std::size_t n = hdr.put(net::buffer(bytes.data() + pos, bytes.size() - pos), ec);
+        pos += n;
+        if (ec == http::error::need_more) return 0;
+        if (ec) return status_for(ec) ? status_for(ec) : 400;
+        if (n == 0) return 0;
+    }
+    bool header_only = hdr.is_done();
+    http::request_parser<http::string_body> p{std::move(hdr)};
+    while (!p.is_done()) {
+        std::size_t n = p.put(net::buffer(bytes.data() + pos, bytes.size() - pos), ec);
+        pos += n;
+        if (ec == http::error::need_more) return 0;
+        if (ec) return status_for(ec) ? status_for(ec) : 400;
+        if (n == 0) return 0;
+    }
+    std::shared_ptr<const RequestBody> body;
+    if (has_body(p.get().base(), header_only))
+        body = std::make_shared<MemoryBody>(std::move(p.get().body()));
+    out = make_request(p.get().base(), "127.0.0.1", std::move(body));
+    return 200;
+}
+
+struct HttpServer::Impl {
+    class Session;
+
+    Impl(ServerOptions o, Handler h) : opts(std::move(o)), handler(std::move(h)) {}
+
+    ServerOptions opts;
+    Handler handler;
+    std::atomic<unsigned> in_flight{0};
+
+    std::mutex sessions_mu;
+    std::unordered_map<Session*, std::weak_ptr<Session>> sessions;
+
+    // Declared after what the sessions touch, so that the sessions still
+    // queued in the context die before it.
+    net::io_context ioc;
+    std::optional<net::executor_work_guard<net::io_context::executor_type>> work;
+    tcp::acceptor acceptor{ioc};
+    std::vector<std::thread> io_threads;
+    std::unique_ptr<net::thread_pool> pool;
+    unsigned short bound_port = 0;
+    bool running = false;
+
+    void do_accept();
+    void close_all();
+};
+
+class HttpServer::Impl::Session : public std::enable_shared_from_this<Session> {
+public:
+    Session(Impl& srv, tcp::socket&& sock)
+        : srv_(srv), stream_(std::move(sock)), deadline_(stream_.get_executor()) {
+        error_code ec;
+        auto ep = stream_.socket().remote_endpoint(ec);
+        if (!ec) remote_ = ep.address().to_string();
+    }
+
+    void start() { read_header(); }
+
+    void close() {
+        net::dispatch(stream_.get_executor(), [self = shared_from_this()] {
+            self->closed_ = true;
+            self->deadline_.cancel();
+            error_code ec;
+            self->stream_.socket().shutdown(tcp::socket::shutdown_both, ec);
+            self->stream_.close();
+        });
+    }
+
+private:
+    // Keep-alive: wait for the next request's first bytes under the idle
+    // timeout, then give the whole header one deadline.
+    void read_header() {
+        if (closed_) return;
+        if (requests_ > 0 && buf_.size() == 0) {
+            stream_.expires_after(srv_.opts.idle_timeout);
+            stream_.async_read_some(buf_.prepare(4096),
+                                    [self = shared_from_this()](error_code ec, std::size_t n) {
+                                        if (ec) return self->stream_.close();
+                                        self->buf_.commit(n);
+                                        self->read_header_now();
+                                    });
+            return;
+        }
+        read_header_now();
+    }
+
+    void read_header_now() {
+        stream_.expires_never();
+        hdr_.emplace();
+        hdr_->header_limit(kHeaderLimit);
+        hdr_->body_limit(srv_.opts.body_limit);
+        reading_header_ = true;
+        timed_out_ = false;
+        deadline_.expires_after(srv_.opts.header_timeout);
+        deadline_.async_wait([self = shared_from_this()](error_code ec) {
+            if (ec || !self->reading_header_) return;
+            // A slow or stalled header: stop reading, answer 408 below.
+            self->timed_out_ = true;
+            error_code ignored;
+            self->stream_.socket().cancel(ignored);
+        });
+        http::async_read_header(stream_, buf_, *hdr_,
+                                [self = shared_from_this()](error_code ec, std::size_t) {
+                                    self->on_header(ec);
+                                });
+    }
+
+    void on_header(error_code ec) {
+        reading_header_ = false;
+        deadline_.cancel();
+        if (closed_) return;
+        if (timed_out_) {
+            bool partial = buf_.size() > 0 || hdr_->got_some();
+            if (partial) return send_error(408, "Request Timeout");
+            return stream_.close();
+        }
+        if (ec) {
+            int st = status_for(ec);
+            if (st) return send_error(st, st == 413 ? "Payload Too Large" : "Bad Request");
+            return stream_.close();
+        }
+        ++requests_;
+        auto& h = hdr_->get();
+        keep_alive_ = h.keep_alive();
+        hdr_version_ = h.version();
+        head_ = h.method() == http::verb::head;
+        if (hdr_->is_done()) {
+            std::shared_ptr<const RequestBody> body;
+            if (has_body(h, true)) body = std::make_shared<MemoryBody>(std::string());
+            return dispatch(make_request(h, remote_, std::move(body)));
+        }
+        auto expect = h[http::field::expect];
+        if (beast::iequals(expect, "100-continue")) {
+            static const char kContinue[] = "HTTP/1.1 100 Continue\r\n\r\n";
+            stream_.expires_after(srv_.opts.idle_timeout);
+            net::async_write(stream_, net::buffer(kContinue, sizeof kContinue - 1),
+                             [self = shared_from_this()](error_code ec, std::size_t) {
+                                 if (ec) return self->stream_.close();
+                                 self->start_body();
+                             });
+            return;
+        }
+        start_body();
+    }
+
+    void start_body() {
+        auto len = hdr_->content_length();
+        // Chunked bodies have no length: spool them and take small ones back.
+        if (len && *len <= srv_.opts.spool_threshold) {
+            mem_.emplace(std::move(*hdr_));
+            hdr_.reset();
+            return read_body(*mem_);
+        }
+        std::string tmpl = srv_.opts.spool_dir + "/tavelor-upload-XXXXXX";
+        int fd = ::mkstemp(tmpl.data());
+        if (fd < 0) return send_error(500, "Internal Server Error");
+        spool_fd_ = fd;
+        spool_path_ = tmpl;
+        file_.emplace(std::move(*hdr_));
+        hdr_.reset();
+        int dup = ::dup(fd);
+        if (dup < 0) return send_error(500, "Internal Server Error");
+        beast::file f;
+        f.native_handle(dup);
+        error_code ec;
+        file_->get().body().reset(std::move(f), ec);
+        if (ec) return send_error(500, "Internal Server Error");
+        read_body(*file_);
+    }
+
+    template <class Parser>
+    void read_body(Parser& p) {
+        // An idle timeout per read: a slow but live upload goes on.
+        stream_.expires_after(srv_.opts.idle_timeout);
+        http::async_read_some(stream_, buf_, p,
+                              [self = shared_from_this(), &p](error_code ec, std::size_t) {
+                                  if (self->closed_) return;
+                                  if (ec) {
+                                      self->drop_spool();
+                                      int st = status_for(ec);
+                                      if (st) return self->send_error(st, st == 413 ? "Payload Too Large" : "Bad Request");
+                                      return self->stream_.close();
+                                  }
+                                  if (!p.is_done()) return self->read_body(p);
+                                  self->body_done();
+                              });
+    }
+
+    void body_done() {
+        stream_.expires_never();
+        if (mem_) {
+            auto& msg = mem_->get();
+            auto req = make_request(msg.base(), remote_, std::make_shared<MemoryBody>(std::move(msg.body())));
+            mem_.reset();
+            return dispatch(std::move(req));
+        }
+        auto& msg = file_->get();
+        HttpRequest req = make_request(msg.base(), remote_, nullptr);
+        file_.reset();  // closes its own descriptor
+        struct stat st {};
+        if (::fstat(spool_fd_, &st) != 0) {
+            drop_spool();
+            return send_error(500, "Internal Server Error");
+        }
+        std::uint64_t size = static_cast<std::uint64_t>(st.st_size);
+        if (size <= srv_.opts.spool_threshold) {
+            // A small chunked body: back to memory.
+            std::string data(size, '\0');
+            FileBody tmp(spool_fd_, spool_path_, size);
+            spool_fd_ = -1;
+            spool_path_.clear();
+            data.resize(tmp.read_at(0, data.data(), data.size()));
+            req.body = std::make_shared<MemoryBody>(std::move(data));
+        } else {
+            req.body = std::make_shared<FileBody>(spool_fd_, spool_path_, size);
+            spool_fd_ = -1;
+            spool_path_.clear();
+        }
+        dispatch(std::move(req));
+    }
+
+    void drop_spool() {
+        file_.reset();
+        if (spool_fd_ >= 0) ::close(spool_fd_);
+        if (!spool_path_.empty()) ::unlink(spool_path_.c_str());
+        spool_fd_ = -1;
+        spool_path_.clear();
+    }
+
+    void dispatch(HttpRequest req) {
+        if (srv_.in_flight.fetch_add(1) >= srv_.opts.max_in_flight) {
+            srv_.in_flight.fetch_sub(1);
+            HttpResponse busy;
+            busy.status = 503;
+            busy.set_header("Content-Type", "text/plain");
+            busy.set_header("Retry-After", "1");
+            busy.body = "Service Unavailable";
+            return write_response(std::move(busy));
+        }
+        stream_.expires_never();
+        net::post(*srv_.pool, [self = shared_from_this(), req = std::move(req)]() mutable {
+            HttpResponse res;
+            try {
+                res = self->srv_.handler(req);
+            } catch (...) {
+                res = HttpResponse{};
+                res.status = 500;
+                res.set_header("Content-Type", "text/plain");
+                res.body = "Internal Server Error";
+            }
+            req.body.reset();  // the spool file goes as soon as the page is done
+            self->srv_.in_flight.fetch_sub(1);
+            net::post(self->stream_.get_executor(),
+                      [self, res = std::move(res)]() mutable { self->write_response(std::move(res)); });
+        });
+    }
+
+    template <class Body>
+    void fill(http::response<Body>& res, const HttpResponse& r) {
+        res.version(hdr_version_);
+        res.result(static_cast<unsigned>(r.status));
+        for (const auto& [k, v] : r.headers) {
+            // Framing is ours.
+            if (beast::iequals(k, "Content-Length") || beast::iequals(k, "Transfer-Encoding")) continue;
+            if (beast::iequals(k, "Connection")) {
+                if (beast::iequals(v, "close")) keep_alive_ = false;
+                continue;
+            }
+            res.insert(k, v);
+        }
+        res.keep_alive(keep_alive_);
+    }
+
+    void write_response(HttpResponse r) {
+        if (closed_) return;
+        bool no_body = r.status < 200 || r.status == 204 || r.status == 304;
+        std::uint64_t length = r.body.size();
+        std::optional<http::file_body::value_type> file;
+        if (!r.file.empty() && !no_body) {
+            error_code ec;
+            file.emplace();
+            file->open(r.file.c_str(), beast::file_mode::scan, ec);
+            if (ec) {
+                file.reset();
+                r.file.clear();
+                r.status = 404;
+                r.body = "Not Found";
+                r.set_header("Content-Type", "text/plain");
+            } else {
+                length = file->size();
+            }
+        }
+        if (head_ || no_body) {
+            auto res = std::make_shared<http::response<http::empty_body>>();
+            fill(*res, r);
+            if (!no_body) res->content_length(length);
+            return send(res);
+        }
+        if (file) {
+            auto res = std::make_shared<http::response<http::file_body>>();
+            fill(*res, r);
+            res->body() = std::move(*file);
+            res->prepare_payload();
+            return send(res);
+        }
+        auto res = std::make_shared<http::response<http::string_body>>();
+        fill(*res, r);
+        res->body() = std::move(r.body);
+        res->prepare_payload();
+        send(res);
+    }
+
+    template <class Msg>
+    void send(std::shared_ptr<Msg> res) {
+        stream_.expires_after(srv_.opts.idle_timeout);
+        http::async_write(stream_, *res, [self = shared_from_this(), res](error_code ec, std::size_t) {
+            if (ec || self->closed_) return self->stream_.close();
+            if (!res->keep_alive()) return self->shutdown();
+            self->read_header();
+        });
+    }
+
+    void send_error(int status, const char* text) {
+        keep_alive_ = false;
+        auto res = std::make_shared<http::response<http::string_body>>();
+        res->version(11);
+        res->result(static_cast<unsigned>(status));
+        res->set(http::field::content_type, "text/plain");
+        res->body() = text;
+        res->keep_alive(false);
+        res->prepare_payload();
+        stream_.expires_after(kErrorWriteTimeout);
+        http::async_write(stream_, *res, [self = shared_from_this(), res](error_code, std::size_t) {
+            self->shutdown();
+        });
+    }
+
+    void shutdown() {
+        error_code ec;
+        stream_.socket().shutdown(tcp::socket::shutdown_send, ec);
+        stream_.close();
+    }
+
+public:
+    ~Session() {
+        drop_spool();
+        std::lock_guard lk(srv_.sessions_mu);
+        srv_.sessions.erase(this);
+    }
+
+private:
+    Impl& srv_;
+    beast::tcp_stream stream_;
+    net::steady_timer deadline_;
+    beast::flat_buffer buf_;
+    std::string remote_;
+    std::optional<http::request_parser<http::empty_body>> hdr_;
+    std::optional<http::request_parser<http::string_body>> mem_;
+    std::optional<http::request_parser<http::file_body>> file_;
+    int spool_fd_ = -1;
+    std::string spool_path_;
+    unsigned requests_ = 0;
+    unsigned hdr_version_ = 11;
+    bool keep_alive_ = true;
+    bool head_ = false;
+    bool reading_header_ = false;
+    bool timed_out_ = false;
+    bool closed_ = false;
+};
+
+void HttpServer::Impl::do_accept() {
+    acceptor.async_accept(net::make_strand(ioc), [this](error_code ec, tcp::socket sock) {
+        if (ec == net::error::operation_aborted || !acceptor.is_open()) return;
+        if (!ec) {
+            auto s = std::make_shared<Session>(*this, std::move(sock));
+            {
+                std::lock_guard lk(sessions_mu);
+                sessions.emplace(s.get(), s);
+            }
+            s->start();
+        }
+        do_accept();
+    });
+}
+
+void HttpServer::Impl::close_all() {
+    std::vector<std::shared_ptr<Session>> live;
+    {
+        std::lock_guard lk(sessions_mu);
+        for (auto& [p, w] : sessions)
+            if (auto s = w.lock()) live.push_back(std::move(s));
+    }
+    for (auto& s : live) s->close();
+}
+
+HttpServer::HttpServer(ServerOptions opts, Handler handler)
+    : impl_(std::make_unique<Impl>(std::move(opts), std::move(handler))) {}
+
+HttpServer::~HttpServer() { stop(); }
+
+void HttpServer::start() {
+    auto& m = *impl_;
+    if (m.running) return;
+    tcp::endpoint ep{net::ip::make_address(m.opts.bind), m.opts.port};
+    m.acceptor.open(ep.protocol());
+    m.acceptor.set_option(net::socket_base::reuse_address(true));
+    m.acceptor.bind(ep);  // throws on a busy port
+    m.acceptor.listen(net::socket_base::max_listen_connections);
+    m.bound_port = m.acceptor.local_endpoint().port();
+
+    unsigned workers = m.opts.workers;
+    if (workers == 0) workers = std::max(2u, std::thread::hardware_concurrency());
+    m.pool = std::make_unique<net::thread_pool>(workers);
+    m.work.emplace(m.ioc.get_executor());
+    m.do_accept();
+    unsigned io = std::thread::hardware_concurrency() >= 4 ? 2 : 1;
+    for (unsigned i = 0; i < io; ++i)
+        m.io_threads.emplace_back([&m] {
+            // Whatever escapes a connection's handler must not take the
+            // server down: drop it and go on serving.
+            for (;;) {
+                try {
+                    m.ioc.run();
+                    return;
+                } catch (...) {
+                }
+            }
+        });
+    m.running = true;
+}
+
+unsigned short HttpServer::port() const { return impl_->bound_port; }
+
+void HttpServer::stop() {
+    auto& m = *impl_;
+    if (!m.running) return;
+    m.running = false;
+    // Stop accepting and hang up on every connection; pages already running
+    // finish, queued ones are dropped.
+    std::promise<void> closed;
+    net::post(m.ioc, [&m, &closed] {
+        error_code ec;
+        m.acceptor.close(ec);
+        m.close_all();
+        closed.set_value();
+    });
+    closed.get_future().wait();
+    m.pool->stop();
+    m.pool->join();
+    m.work.reset();
+    m.ioc.stop();
+    for (auto& t : m.io_threads) t.join();
+    m.io_threads.clear();
+}
+
+void HttpServer::run_until_signal() {
+    // The signal handlers go in before the threads start, so no signal
+    // arrives while the default action would still kill the process.
+    std::promise<int> got;
+    net::signal_set signals(impl_->ioc, SIGINT, SIGTERM);
+    signals.async_wait([&got](error_code ec, int sig) { got.set_value(ec ? 0 : sig); });
+    start();
+    got.get_future().wait();
+    stop();
+}
+
+}  // namespace tav

@@ -1,0 +1,162 @@
+-- Tables of the site's database. Text compares without case, as the pages
+-- expect; dates are local time as text so that they sort and print plainly.
+-- Columns that inserts leave out and pages compare carry their defaults here.
+
+CREATE TABLE user (
+  id INTEGER PRIMARY KEY AUTOINCREMENT,
+  username TEXT COLLATE NOCASE,
+  password TEXT COLLATE NOCASE,
+  TrueName TEXT COLLATE NOCASE,
+  DepartMentID INTEGER,
+  IDCard TEXT COLLATE NOCASE,
+  sex TEXT COLLATE NOCASE,
+  Telphone TEXT COLLATE NOCASE,
+  Mobile TEXT COLLATE NOCASE,
+  Email TEXT COLLATE NOCASE,
+  Duty TEXT COLLATE NOCASE,
+  Address TEXT COLLATE NOCASE,
+  SpeTech TEXT COLLATE NOCASE,
+  Zip TEXT COLLATE NOCASE,
+  UserRemark TEXT COLLATE NOCASE,
+  menu_idstr TEXT COLLATE NOCASE,
+  record INTEGER DEFAULT 30,
+  plays INTEGER DEFAULT 0,
+  start_meeting INTEGER DEFAULT 0,
+  online INTEGER DEFAULT 0,
+  ip TEXT COLLATE NOCASE,
+  password_lose INTEGER DEFAULT 0,
+  pen_ok TEXT COLLATE NOCASE,
+  pen_no TEXT COLLATE NOCASE
+);
+
+CREATE TABLE menu (
+  id INTEGER PRIMARY KEY AUTOINCREMENT,
+  menu_id TEXT COLLATE NOCASE,
+  menu_text TEXT COLLATE NOCASE,
+  user_text TEXT COLLATE NOCASE,
+  xm TEXT COLLATE NOCASE
+);
+
+CREATE TABLE software (
+  id INTEGER PRIMARY KEY AUTOINCREMENT,
+  softname TEXT COLLATE NOCASE,
+  Hardserial TEXT COLLATE NOCASE
+);
+
+CREATE TABLE monitor (
+  id INTEGER PRIMARY KEY AUTOINCREMENT,
+  user_id INTEGER,
+  work_text TEXT COLLATE NOCASE,
+  work_date TEXT DEFAULT (strftime('%Y-%m-%d %H:%M:%S', 'now', 'localtime'))
+);
+
+CREATE TABLE Email (
+  id INTEGER PRIMARY KEY AUTOINCREMENT,
+  send_user_id INTEGER,
+  to_user_id INTEGER,
+  Email_title TEXT COLLATE NOCASE,
+  Email_text TEXT COLLATE NOCASE,
+  Email_doc TEXT COLLATE NOCASE DEFAULT '0',
+  Email_id INTEGER,
+  email_date TEXT DEFAULT (strftime('%Y-%m-%d', 'now', 'localtime')),
+  email_time TEXT DEFAULT (strftime('%H:%M:%S', 'now', 'localtime')),
+  read INTEGER DEFAULT 0,
+  reply INTEGER DEFAULT 0,
+  To_del INTEGER DEFAULT 0,
+  Send_del INTEGER DEFAULT 0
+);
+
+CREATE TABLE Datas (
+  id INTEGER PRIMARY KEY AUTOINCREMENT,
+  User_id INTEGER,
+  D_title TEXT COLLATE NOCASE,
+  D_text TEXT COLLATE NOCASE,
+  D_afile TEXT COLLATE NOCASE,
+  Sub_menu TEXT COLLATE NOCASE,
+  Main_menu TEXT COLLATE NOCASE,
+  D_date TEXT DEFAULT (strftime('%Y-%m-%d %H:%M:%S', 'now', 'localtime')),
+  lock TEXT COLLATE NOCASE DEFAULT '0'
+);
+
+CREATE TABLE Book (
+  id INTEGER PRIMARY KEY AUTOINCREMENT,
+  user_id INTEGER,
+  Book_title TEXT COLLATE NOCASE,
+  Book_text TEXT COLLATE NOCASE,
+  Reply_id INTEGER,
+  User_IP TEXT COLLATE NOCASE,
+  Read_num INTEGER DEFAULT 0,
+  Reply_num INTEGER DEFAULT 0,
+  reply_read INTEGER DEFAULT 0,
+  Book_date TEXT DEFAULT (strftime('%Y-%m-%d %H:%M:%S', 'now', 'localtime'))
+);
+
+CREATE TABLE Chat (
+  id INTEGER PRIMARY KEY AUTOINCREMENT,
+  user_id INTEGER,
+  Truename TEXT COLLATE NOCASE,
+  To_username TEXT COLLATE NOCASE,
+  Chat_text TEXT COLLATE NOCASE,
+  chat_date TEXT DEFAULT (strftime('%Y-%m-%d %H:%M:%S', 'now', 'localtime'))
+);
+
+CREATE TABLE Address (
+  id INTEGER PRIMARY KEY AUTOINCREMENT,
+  User_id INTEGER,
+  Name TEXT COLLATE NOCASE,
+  Work TEXT COLLATE NOCASE,
+  Telphone TEXT COLLATE NOCASE,
+  Mobile TEXT COLLATE NOCASE,
+  Sex TEXT COLLATE NOCASE,
+  Email TEXT COLLATE NOCASE
+);
+
+CREATE TABLE Record (
+  id INTEGER PRIMARY KEY AUTOINCREMENT,
+  user_id INTEGER,
+  Rec_title TEXT COLLATE NOCASE,
+  Rec_text TEXT COLLATE NOCASE,
+  Rec_money NUMERIC,
+  Rec_date TEXT DEFAULT (strftime('%Y-%m-%d %H:%M:%S', 'now', 'localtime'))
+);
+
+CREATE TABLE Medium (
+  id INTEGER PRIMARY KEY AUTOINCREMENT,
+  Title TEXT COLLATE NOCASE,
+  Medium_text TEXT COLLATE NOCASE,
+  Path TEXT COLLATE NOCASE,
+  filename TEXT COLLATE NOCASE,
+  file_type TEXT COLLATE NOCASE,
+  Author TEXT COLLATE NOCASE,
+  PY TEXT COLLATE NOCASE,
+  click_num INTEGER DEFAULT 0,
+  Append_date TEXT DEFAULT (strftime('%Y-%m-%d %H:%M:%S', 'now', 'localtime'))
+);
+
+CREATE TABLE DepartMent (
+  id INTEGER PRIMARY KEY AUTOINCREMENT,
+  name TEXT COLLATE NOCASE,
+  Remark TEXT COLLATE NOCASE
+);
+
+CREATE TABLE word_type (
+  id INTEGER PRIMARY KEY AUTOINCREMENT,
+  name TEXT COLLATE NOCASE,
+  Remark TEXT COLLATE NOCASE
+);
+
+CREATE TABLE Word (
+  id INTEGER PRIMARY KEY AUTOINCREMENT,
+  word_type INTEGER,
+  signed INTEGER,
+  ywsh TEXT COLLATE NOCASE,
+  hh TEXT COLLATE NOCASE,
+  fh TEXT COLLATE NOCASE,
+  ldsh TEXT COLLATE NOCASE,
+  ldqf TEXT COLLATE NOCASE
+);
+
+CREATE TABLE Files (
+  id INTEGER PRIMARY KEY AUTOINCREMENT,
+  py TEXT COLLATE NOCASE
+);

@@ -1,0 +1,437 @@
+// The polling frames of the desktop (message, sysmonitor), the reminder
+// popup, the notice popup, and the count of documents they share.
+#include <gtest/gtest.h>
+
+#include <string>
+
+#include "frame/page.h"
+#include "tests/support/test_site.h"
+
+using tav::test::TestSite;
+
+namespace {
+
+// Sets one session key from the query, as the pages that arm the popup do.
+class statusgate : public tav::Page {
+public:
+    statusgate() : Page("statusgate") {}
+    void I_init() override {
+        tav::Session.set(tav::Request.querystring("k").str(), tav::Request.querystring("v"));
+        tav::Response.write("");
+    }
+};
+TAVELOR_PAGE(statusgate)
+
+bool has(const std::string& hay, const std::string& needle) { return hay.find(needle) != std::string::npos; }
+
+// The cell script line of sysmonitor for a cell id.
+std::string cell_line(const std::string& body, const std::string& id) {
+    std::string key = "parent.bottom." + id + ".innerHTML=\"";
+    auto at = body.find(key);
+    if (at == std::string::npos) return {};
+    return body.substr(at, body.find("\r\n", at) - at);
+}
+
+// The alt text of the image in a cell of sysmonitor.
+std::string alt_of(const std::string& body, const std::string& id) {
+    std::string line = cell_line(body, id);
+    auto at = line.find("alt='");
+    if (at == std::string::npos) return "<none>";
+    at += 5;
+    return line.substr(at, line.find('\'', at) - at);
+}
+
+struct Desk {
+    TestSite site;
+
+    // An account with the rights string given; returns its id.
+    std::string add_user(const std::string& name, const std::string& rights, const std::string& id = "") {
+        std::string cols = id.empty() ? "" : "id,";
+        std::string vals = id.empty() ? "" : id + ",";
+        site.exec("insert into user(" + cols + "username,password,TrueName,DepartMentID,menu_idstr,record) values (" +
+                  vals + "'" + name + "','pw','" + name + "',1,'" + rights + "',30)");
+        return site.scalar("select id from user where username='" + name + "'", "id");
+    }
+    void as(const std::string& name) {
+        site.forget_session();
+        ASSERT_TRUE(site.login(name, "pw"));
+    }
+    void arm() { site.run("statusgate", "/gate.asp?k=Message_POP&v=YES"); }
+    std::string kind(const std::string& name) {
+        return site.scalar("select id from word_type where name='" + name + "'", "id");
+    }
+    void word(const std::string& kind, const std::string& signed_, const std::string& col, const std::string& uid) {
+        site.exec("insert into Word(word_type,signed," + col + ") values (" + kind + "," + signed_ + ",'" + uid + "')");
+    }
+    std::string monitor() { return site.get("/sysmonitor.asp").body; }
+    std::string message() { return site.get("/message.asp").body; }
+};
+
+const char kNoRights[] = "您没有权限处理任何公文！";
+
+}  // namespace
+
+// ---- The count of documents
+
+TEST(StatusWordStr, OneStageAndOneKindCountOnlyOpenDocumentsOfThatKind) {
+    Desk d;
+    std::string k1 = d.kind("通知"), k2 = d.kind("请示");
+    std::string u = d.add_user("rev1", "0101 2302 h" + k1);
+    d.word(k1, "0", "ywsh", u);
+    d.word(k1, "0", "ywsh", u);
+    d.word(k1, "1", "ywsh", u);       // finished
+    d.word(k1, "NULL", "ywsh", u);    // null differs from 1 only where the database says so
+    d.word(k2, "0", "ywsh", u);       // a kind without the right
+    d.word(k1, "0", "hh", u);         // a stage without the right
+    d.word(k1, "0", "ywsh", u + "0"); // someone else
+    d.as("rev1");
+    std::string body = d.monitor();
+    EXPECT_EQ(alt_of(body, "meeting"), "有 2 个公文正等待[或将要]您审核或签发！");
+    EXPECT_TRUE(has(cell_line(body, "meeting"), "href='word_list_sh.asp?sh=ywsh'"));
+    EXPECT_FALSE(has(body, " Error "));
+
+    // Nothing open: the plain sentence.
+    d.site.exec("update Word set signed=1");
+    EXPECT_EQ(alt_of(d.monitor(), "meeting"), "没有新公文需要处理");
+}
+
+TEST(StatusWordStr, SeveralStagesJoinInBracketsWithTheKinds) {
+    Desk d;
+    std::string k1 = d.kind("通知"), k2 = d.kind("请示");
+    std::string u = d.add_user("rev2", "2302 2304 h" + k1);
+    d.word(k1, "0", "ywsh", u);
+    d.word(k1, "0", "fh", u);
+    d.word(k2, "0", "ywsh", u);  // would count if the persons condition had no brackets
+    d.word(k1, "0", "hh", u);   // stage 2303 not held
+    d.as("rev2");
+    std::string body = d.monitor();
+    EXPECT_EQ(alt_of(body, "meeting"), "有 2 个公文正等待[或将要]您审核或签发！");
+    EXPECT_TRUE(has(cell_line(body, "meeting"), "href='word_list_sh.asp?sh=ywsh|fh'"));
+}
+
+TEST(StatusWordStr, OneStageAndTwoKindsUseTheBracketForm) {
+    Desk d;
+    std::string k1 = d.kind("通知"), k2 = d.kind("请示"), k3 = d.kind("报告");
+    std::string u = d.add_user("rev3", "h" + k1 + " h" + k2 + " 2306");
+    d.word(k1, "0", "ldqf", u);
+    d.word(k2, "0", "ldqf", u);
+    d.word(k3, "0", "ldqf", u);
+    d.word(k2, "0", "ldqf", u + "9");  // would count if the kinds had no brackets
+    d.as("rev3");
+    std::string body = d.monitor();
+    EXPECT_EQ(alt_of(body, "meeting"), "有 2 个公文正等待[或将要]您审核或签发！");
+    EXPECT_TRUE(has(cell_line(body, "meeting"), "sh=ldqf'"));
+}
+
+TEST(StatusWordStr, AllFiveStagesInTheirOrder) {
+    Desk d;
+    d.add_user("rev4", "2306 2305 2304 2303 2302");
+    d.as("rev4");
+    EXPECT_TRUE(has(cell_line(d.monitor(), "meeting"), "sh=ywsh|hh|fh|ldsh|ldqf'"));
+}
+
+TEST(StatusWordStr, SeveralStagesWithoutKindsReportAndLeaveTheTipEmpty) {
+    Desk d;
+    d.add_user("rev5", "2302 2303");
+    d.as("rev5");
+    std::string body = d.monitor();
+    EXPECT_TRUE(has(body, " Routine : sysmonitor.get_word_str"));
+    EXPECT_EQ(alt_of(body, "meeting"), "");
+    EXPECT_TRUE(has(cell_line(body, "meeting"), "sh=ywsh|hh'"));
+    // The page goes on after the nested report.
+    EXPECT_FALSE(cell_line(body, "system").empty());
+    EXPECT_TRUE(has(d.site.log_text(), "sysmonitor.get_word_str"));
+}
+
+TEST(StatusWordStr, NoStagesAndNoKindsMeansNoRights) {
+    Desk d;
+    d.add_user("plain", "0101 1905");
+    d.as("plain");
+    std::string body = d.monitor();
+    EXPECT_EQ(alt_of(body, "meeting"), kNoRights);
+    EXPECT_TRUE(has(cell_line(body, "meeting"), "href='word_list_sh.asp?sh='"));
+    EXPECT_FALSE(has(body, " Error "));
+}
+
+TEST(StatusWordStr, AKindWithoutAStageBreaksTheStatement) {
+    Desk d;
+    std::string k1 = d.kind("通知");
+    d.add_user("kindonly", "w" + k1 + " h" + k1);
+    d.as("kindonly");
+    std::string body = d.monitor();
+    EXPECT_TRUE(has(body, " Routine : sysmonitor.get_word_str"));
+    EXPECT_EQ(alt_of(body, "meeting"), "");
+}
+
+// ---- message
+
+TEST(StatusMessage, RefreshFromTheSettingsAndNoCache) {
+    Desk d;
+    d.site.exec("update software set Hardserial='75' where softname='work_time'");
+    d.site.exec("update software set Hardserial='15' where softname='stat_time'");
+    d.add_user("m0", "");
+    d.as("m0");
+    std::string m = d.message(), s = d.monitor();
+    EXPECT_TRUE(has(m, "<meta http-equiv=\"REFRESH\" content=\"75\">\r\n"));
+    EXPECT_TRUE(has(s, "<meta http-equiv=\"REFRESH\" content=\"15\">\r\n"));
+    EXPECT_TRUE(has(m, "<meta http-equiv=\"pragma\" content=\"no-cache\">"));
+    EXPECT_TRUE(has(s, "<meta http-equiv=\"expires\" content=\""));
+}
+
+TEST(StatusMessage, PopupOnlyWhenArmedAndSwitchedOn) {
+    Desk d;
+    std::string u = d.add_user("m1", "");
+    d.site.exec("insert into Email(send_user_id,to_user_id,Email_title,Email_text,Email_id) values (1," + u +
+                ",'t','x',0)");
+    d.as("m1");
+    // Not armed: the key is empty.
+    std::string body = d.message();
+    EXPECT_FALSE(has(body, "showModalDialog"));
+    EXPECT_FALSE(has(body, " Error "));
+
+    d.arm();
+    body = d.message();
+    EXPECT_TRUE(has(body, "Sub window_onload\r\n"));
+    EXPECT_TRUE(has(body,
+                    "  showModalDialog \"message_pop.asp?mstr=<center>欢迎您使用本系统！</center><hr>"
+                    "有 1 封新邮件正等待您阅读！<br>\", \"\", \"dialogWidth:25em;dialogHeight:11em; status:0\"\r\n"));
+
+    // work_pop "0": the page still runs its counts, and never pops up.
+    d.site.exec("update software set Hardserial='0' where softname='work_pop'");
+    body = d.message();
+    EXPECT_FALSE(has(body, "showModalDialog"));
+    EXPECT_FALSE(has(body, " Error "));
+    EXPECT_TRUE(has(body, "</html>"));
+}
+
+TEST(StatusMessage, NothingWaitingRaisesNothing) {
+    Desk d;
+    d.add_user("m2", "");
+    d.as("m2");
+    d.arm();
+    std::string body = d.message();
+    EXPECT_FALSE(has(body, "showModalDialog"));
+    EXPECT_FALSE(has(body, " Error "));
+}
+
+TEST(StatusMessage, FilesWithoutDocumentRightsBringTheNoRightsSentence) {
+    Desk d;
+    std::string u = d.add_user("m3", "");
+    d.site.exec("insert into Files(py) values ('|" + u + "|')");
+    d.as("m3");
+    d.arm();
+    std::string body = d.message();
+    EXPECT_TRUE(has(body, "<hr>有 1 个文书等待您签阅！<br>" + std::string(kNoRights) + "<br>\""));
+}
+
+TEST(StatusMessage, DocumentsJoinTheReminder) {
+    Desk d;
+    std::string k1 = d.kind("函");
+    std::string u = d.add_user("m4", "2305 h" + k1);
+    d.word(k1, "0", "ldsh", u);
+    d.as("m4");
+    d.arm();
+    EXPECT_TRUE(has(d.message(), "<hr>有 1 个公文正等待[或将要]您审核或签发！<br>\""));
+}
+
+TEST(StatusMessage, LostPasswordsOnlyForTheAdministratorRight) {
+    Desk d;
+    std::string u = d.add_user("m5", "");
+    d.add_user("admin5", "i1905");  // the right matches inside a longer code
+    d.site.exec("update user set password_lose=1 where username='m5'");
+    d.site.exec("insert into Email(send_user_id,to_user_id,Email_title,Email_text,Email_id) values (1," + u +
+                ",'t','x',0)");
+    d.as("m5");
+    d.arm();
+    std::string body = d.message();
+    EXPECT_TRUE(has(body, "showModalDialog"));
+    EXPECT_FALSE(has(body, "密码忘记了"));
+
+    d.as("admin5");
+    d.arm();
+    body = d.message();
+    EXPECT_TRUE(has(body, "<hr>有 1 个员工的密码忘记了，请处理！<br>\""));
+}
+
+// ---- sysmonitor
+
+TEST(StatusMonitor, EveryCellWithItsLinkImageAndTip) {
+    Desk d;
+    d.add_user("s1", "");
+    d.as("s1");
+    std::string body = d.monitor();
+    EXPECT_EQ(cell_line(body, "infiles"),
+              "parent.bottom.infiles.innerHTML=\"<a href='File_list.asp?howdo=gsqm' target='detail'>"
+              "<img src='images/boxin.gif' alt='没有新的文书等待您签阅！' border='0'></a>\";");
+    EXPECT_EQ(cell_line(body, "meeting"),
+              "parent.bottom.meeting.innerHTML=\"<a href='word_list_sh.asp?sh=' target='detail'>"
+              "<img src='images/boxout.gif' alt='您没有权限处理任何公文！' border='0'></a>\";");
+    EXPECT_EQ(cell_line(body, "onlines"),
+              "parent.bottom.onlines.innerHTML=\"<a href='Online_user.asp' target='detail'>"
+              "<img src='images/onlinenone.gif' alt='当前在线人数：0 人' border='0'></a>\";");
+    EXPECT_EQ(cell_line(body, "board"),
+              "parent.bottom.board.innerHTML=\"<a href='book_list1.asp' target='detail'>"
+              "<img src='images/boardnone.gif' alt='留言板没有新的回复信息！' border='0'></a>\";");
+    EXPECT_EQ(cell_line(body, "email"),
+              "parent.bottom.email.innerHTML=\"<a href='Email_list.asp?type=0' target='detail'>"
+              "<img src='images/mail_0.gif' alt='没有新邮件！' border='0'></a>\";");
+    EXPECT_EQ(cell_line(body, "password"),
+              "parent.bottom.password.innerHTML=\"<a href='sys_losepassword.asp' target='detail'>"
+              "<img src='images/key.gif' alt='没有密码提醒信息。' border='0'></a>\";");
+    EXPECT_EQ(cell_line(body, "system"), "parent.bottom.system.innerHTML=\"Tavelor for Audit&nbsp;\";");
+    // Seven blocks, in the order of the cells.
+    EXPECT_LT(body.find("bottom.infiles"), body.find("bottom.meeting"));
+    EXPECT_LT(body.find("bottom.password"), body.find("bottom.system"));
+    EXPECT_FALSE(has(body, " Error "));
+}
+
+TEST(StatusMonitor, CaptionAlternatesWithEachPoll) {
+    Desk d;
+    d.add_user("s2", "");
+    d.as("s2");
+    EXPECT_EQ(cell_line(d.monitor(), "system"), "parent.bottom.system.innerHTML=\"Tavelor for Audit&nbsp;\";");
+    EXPECT_EQ(cell_line(d.monitor(), "system"),
+              "parent.bottom.system.innerHTML=\"示范单位自动化网络办公系统 &nbsp;\";");
+    EXPECT_EQ(cell_line(d.monitor(), "system"), "parent.bottom.system.innerHTML=\"Tavelor for Audit&nbsp;\";");
+}
+
+TEST(StatusMonitor, CountsMailRepliesOnlineAndLostPasswords) {
+    Desk d;
+    std::string u = d.add_user("s3", "");
+    std::string other = d.add_user("s3b", "");
+    auto mail = [&](const std::string& to, const std::string& read, const std::string& del) {
+        d.site.exec("insert into Email(send_user_id,to_user_id,Email_title,Email_text,Email_id,read,To_del) values (" +
+                    other + "," + to + ",'t','x',0," + read + "," + del + ")");
+    };
+    mail(u, "0", "0");
+    mail(u, "0", "1");  // in the waste box, still unread
+    mail(u, "1", "0");
+    mail(u, "0", "2");
+    mail(other, "0", "0");
+
+    // Two own threads and one of someone else.
+    auto post = [&](const std::string& who, const std::string& reply_id, const std::string& seen) {
+        d.site.exec("insert into Book(user_id,Book_title,Book_text,Reply_id,User_IP,reply_read) values (" + who +
+                    ",'t','x'," + reply_id + ",'1.1.1.1'," + seen + ")");
+        return d.site.scalar("select top 1 id from Book order by id DESC", "id");
+    };
+    std::string a = post(u, "0", "0"), b = post(u, "0", "0"), c = post(other, "0", "0");
+    post(other, a, "0");
+    post(other, a, "0");
+    post(other, a, "1");
+    post(other, b, "0");
+    post(u, c, "0");
+
+    d.site.exec("update user set online=1 where username in ('s3','s3b')");
+    d.site.exec("update user set password_lose=1 where username='s3b'");
+
+    d.as("s3");
+    std::string body = d.monitor();
+    EXPECT_EQ(alt_of(body, "email"), "邮箱中有 2 封新邮件！");
+    EXPECT_EQ(alt_of(body, "board"), "留言板有 3 条新的回复信息！");
+    EXPECT_EQ(alt_of(body, "onlines"), "当前在线人数：2 人");
+    // No right asked for here: every account sees it.
+    EXPECT_EQ(alt_of(body, "password"), "有 1 个员工的密码忘记了，请处理！");
+
+    d.arm();
+    std::string m = d.message();
+    EXPECT_TRUE(has(m, "<hr>有 2 封新邮件正等待您阅读！<br>留言板有 3 条新的回复信息！<br>\""));
+}
+
+TEST(StatusMonitor, FilesCountWhenTheAccountIsFirstInTheChain) {
+    Desk d;
+    d.add_user("f12", "", "12");
+    d.add_user("f121", "", "121");
+    d.add_user("f30", "", "30");
+    for (const char* py : {"|12|", "|12|30|", "|121|", "|30|12|", "|121|12|"})
+        d.site.exec(std::string("insert into Files(py) values ('") + py + "')");
+    d.as("f12");
+    EXPECT_EQ(alt_of(d.monitor(), "infiles"), "有 2 个文书等待您签阅！");
+    d.as("f121");
+    EXPECT_EQ(alt_of(d.monitor(), "infiles"), "有 2 个文书等待您签阅！");
+    d.as("f30");
+    EXPECT_EQ(alt_of(d.monitor(), "infiles"), "有 1 个文书等待您签阅！");
+}
+
+TEST(StatusMonitor, MissingSettingStopsThePollInItsRefreshMeta) {
+    Desk d;
+    d.add_user("s4", "");
+    d.as("s4");
+    d.site.exec("delete from software where softname='stat_time'");
+    d.site.exec("delete from software where softname='work_time'");
+    std::string s = d.monitor();
+    auto at = s.find("<meta http-equiv=\"REFRESH\" content=\" Error ");
+    ASSERT_NE(at, std::string::npos) << s;
+    EXPECT_TRUE(has(s.substr(at), " Routine : sysmonitor.I_init"));
+    EXPECT_FALSE(has(s, "parent.bottom"));
+    std::string m = d.message();
+    EXPECT_TRUE(has(m, "<meta http-equiv=\"REFRESH\" content=\" Error "));
+    EXPECT_TRUE(has(m, " Routine : message.I_init"));
+    EXPECT_FALSE(has(m, "</html>"));
+}
+
+TEST(StatusMonitor, WithoutSessionThePollKeepsItsRefreshAndReports) {
+    Desk d;
+    std::string body = d.monitor();
+    EXPECT_TRUE(has(body, "<meta http-equiv=\"REFRESH\" content=\"30\">"));
+    EXPECT_TRUE(has(body, " Routine : sysmonitor.I_init"));
+    EXPECT_FALSE(has(body, "parent.bottom"));
+}
+
+// ---- The popups
+
+TEST(StatusPopup, MusicAndTheGateClosedWhileOpen) {
+    Desk d;
+    std::string u = d.add_user("p1", "");
+    d.site.exec("update software set Hardserial='1' where softname='pop_music'");
+    d.site.exec("update software set Hardserial='ring.mid' where softname='music'");
+    d.site.exec("insert into Email(send_user_id,to_user_id,Email_title,Email_text,Email_id) values (1," + u +
+                ",'t','x',0)");
+    d.as("p1");
+    d.arm();
+    ASSERT_TRUE(has(d.message(), "showModalDialog"));
+
+    std::string pop = d.site.get("/message_pop.asp?mstr=" + tav::test::form_encode("<b>有 1 封</b>")).body;
+    EXPECT_TRUE(has(pop, "<title>示范单位</title>"));
+    EXPECT_TRUE(has(pop, "<bgsound src=\"./medium/ring.mid\" loop=\"infinite\">"));
+    EXPECT_TRUE(has(pop, "window.open(\"closepop.asp\",\"sound\");"));
+    EXPECT_TRUE(has(pop, "<body bgcolor=\"#FFD0FF\">\r\n<b>有 1 封</b><center>"));
+    EXPECT_TRUE(has(pop, "value=\"确定\" onclick=\"window.close_my()\""));
+    // While the popup is up the polls raise no other.
+    EXPECT_FALSE(has(d.message(), "showModalDialog"));
+
+    d.site.exec("update software set Hardserial='0' where softname='pop_music'");
+    EXPECT_FALSE(has(d.site.get("/message_pop.asp").body, "bgsound"));
+}
+
+TEST(StatusPopup, NoticeMissingShowsTheRedError) {
+    Desk d;
+    auto r = d.site.get("/pop_note.asp");
+    EXPECT_EQ(r.body, "<br><br><font color=red>系统数据库错误！</font>");
+}
+
+TEST(StatusPopup, NoticeShowsTheNewestWithItsAttachments) {
+    Desk d;
+    auto item = [&](const std::string& title, const std::string& sub, const std::string& files) {
+        d.site.exec("insert into Datas(User_id,D_title,D_text,D_afile,Sub_menu,Main_menu) values (1,'" + title +
+                    "','<p>正文" + title + "</p>','" + files + "','" + sub + "','41')");
+    };
+    item("旧通知", "4102", "old.doc");
+    item("新通知", "4102", "a.doc*附件b.txt");
+    item("别的类别", "4103", "0");
+    std::string body = d.site.get("/pop_note.asp").body;
+    EXPECT_TRUE(has(body, "<title>最近通知</title>"));
+    EXPECT_TRUE(has(body, "&nbsp;主题：新通知"));
+    EXPECT_TRUE(has(body, "<p>正文新通知</p>"));
+    EXPECT_TRUE(has(body, "　<a href=\"./Datas/4102/a.doc\" target=\"_blank\">查看附件：a.doc</a>　"));
+    EXPECT_TRUE(has(body, "　<a href=\"./Datas/4102/附件b.txt\" target=\"_blank\">查看附件：附件b.txt</a>　"));
+    EXPECT_FALSE(has(body, "old.doc"));
+    EXPECT_TRUE(has(body, "发布时间："));
+    EXPECT_TRUE(has(body, "value=\"关闭\""));
+
+    item("无附件", "4102", "0");
+    body = d.site.get("/pop_note.asp").body;
+    EXPECT_TRUE(has(body, "&nbsp;主题：无附件"));
+    EXPECT_FALSE(has(body, "查看附件"));
+    EXPECT_FALSE(has(body, " Error "));
+}

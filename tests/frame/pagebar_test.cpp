@@ -1,0 +1,261 @@
+// The shared page bar, run inside a request as a list page would use it.
+#include <gtest/gtest.h>
+
+#include "frame/page.h"
+#include "frame/pagebar.h"
+#include "frame/vb.h"
+#include "tests/support/page_runner.h"
+#include "tests/support/test_site.h"
+
+using namespace tav;
+using tav::test::BodyPage;
+using tav::test::TestSite;
+
+namespace {
+
+class pagebartest : public BodyPage {
+public:
+    pagebartest() : BodyPage("pagebartest") {}
+};
+
+const bool registered = register_page("pagebartest", [] { return std::make_unique<pagebartest>(); });
+
+bool has(const std::string& hay, const std::string& needle) { return hay.find(needle) != std::string::npos; }
+
+int count(const std::string& hay, const std::string& needle) {
+    int n = 0;
+    for (std::size_t at = hay.find(needle); at != std::string::npos; at = hay.find(needle, at + 1)) ++n;
+    return n;
+}
+
+unsigned read_p_line = 0;
+
+std::string two(int i) { return (i < 10 ? "n0" : "n") + std::to_string(i); }
+
+class PageBarTest : public ::testing::Test {
+protected:
+    // Rows n01..nN of owner 77, listed in id order.
+    void rows(int n) {
+        for (int i = 1; i <= n; ++i)
+            site.exec("insert into Address(User_id,Name) values (77,'" + two(i) + "')");
+    }
+    // A list page in the manner of the address list.
+    std::string list(const std::string& query, PageBar::Options opt) {
+        auto r = tav::test::run_body(site, "pagebartest", "/x.asp" + query, [opt](BodyPage& page) {
+            page.dbI_init();
+            PageBar bar(page, opt);
+            read_p_line = __LINE__ + 1;
+            bar.read_p();
+            bar.count("select count(id) as num from Address where User_id=77");
+            Recordset& rs = page.records();
+            rs = page.db().execute("select * from Address where User_id=77 order by id");
+            bar.skip(rs);
+            long n = 1;
+            while (bar.within(n) && !rs.eof()) {
+                Response.line("<tr><td>" + std::to_string(n + bar.offset()) + "</td><td>" + rs("Name") +
+                              "</td></tr>");
+                rs.movenext();
+                ++n;
+            }
+            bar.fill_rows(n, 2);
+            Response.line("</table>");
+            bar.write_bar("<input type=\"button\" value=\"新增名片\">");
+            Response.write("");
+        });
+        return r.body;
+    }
+    static PageBar::Options address() {
+        return {.url = "Address_list.asp", .size = 10, .limit = 10, .row_height = 26, .carry = {}};
+    }
+    static int fillers(const std::string& body) { return count(body, "<tr height=\"26\">"); }
+    TestSite site;
+};
+
+}  // namespace
+
+TEST_F(PageBarTest, EmptyListHasOnePageFillerRowsAndNoLinks) {
+    std::string b = list("", address());
+    EXPECT_EQ(fillers(b), 10) << b;
+    EXPECT_TRUE(has(b, "<tr height=\"26\"><td>\xE3\x80\x80</td><td>\xE3\x80\x80</td></tr>\r\n"));
+    EXPECT_TRUE(has(b, "<option value=\"0\" selected>1</option></select>页/共1页"));
+    EXPECT_EQ(count(b, "<option"), 1);
+    EXPECT_FALSE(has(b, "<a href"));
+    EXPECT_EQ(count(b, "</a>"), 4);  // written even where no link opened
+}
+
+TEST_F(PageBarTest, BarMarkupAndFormAroundTheOwnButtons) {
+    rows(25);
+    std::string b = list("?p=1", address());
+    EXPECT_TRUE(has(b, "<table width=\"100%\" height=\"40\" border=\"0\" cellpadding=\"0\" cellspacing=\"0\" "
+                       "bgcolor=\"#E0E0E0\">"));
+    std::size_t form = b.find("<form action=\"Address_list.asp\" method=\"get\" name=\"myform\">");
+    ASSERT_NE(form, std::string::npos) << b;
+    std::size_t own = b.find("新增名片"), first = b.find("images/first.gif");
+    EXPECT_LT(form, own);
+    EXPECT_LT(own, first);
+    EXPECT_TRUE(has(b, "<a href=\"Address_list.asp?p=0\"><img src=\"images/first.gif\" width=\"25\" height=\"25\" "
+                       "align=\"absBottom\" border=\"0\" alt=\"到第一页\"></a>"));
+    EXPECT_TRUE(has(b, "<a href=\"Address_list.asp?p=0\"><img src=\"images/prev.gif\" width=\"25\" height=\"25\" "
+                       "align=\"absBottom\" border=\"0\" title=\"到上页\"></a>"));
+    EXPECT_TRUE(has(b, " 第<select name=\"P\" style=\"font-size:9pt\" Onchange=\"change_sort()\">"
+                       "<option value=\"0\">1</option><option value=\"1\" selected>2</option>"
+                       "<option value=\"2\">3</option></select>页/共3页"));
+    EXPECT_TRUE(has(b, "<a href=\"Address_list.asp?p=2\"><img src=\"images/next.gif\" width=\"25\" height=\"25\" "
+                       "align=\"absBottom\" border=\"0\" title=\"到下页\"></a>"));
+    EXPECT_TRUE(has(b, "<a href=\"Address_list.asp?p=2\"><img src=\"images/last.gif\" width=\"25\" height=\"25\" "
+                       "align=\"absBottom\" border=\"0\" title=\"到最后页\"></a>"));
+    // The script that submits the form stands at the end.
+    EXPECT_LT(b.find("</form>"), b.find("function change_sort(){"));
+    EXPECT_TRUE(has(b, "document.myform.submit();"));
+    EXPECT_EQ(b.substr(b.size() - 11), "</script>\r\n");
+}
+
+TEST_F(PageBarTest, LastPageNumberIsTheIntegerPartNotARoundingUp) {
+    rows(10);
+    std::string b = list("", address());
+    EXPECT_EQ(fillers(b), 0);
+    EXPECT_TRUE(has(b, "<td>10</td><td>n10</td>"));
+    EXPECT_TRUE(has(b, "页/共2页")) << b;
+    EXPECT_TRUE(has(b, "<a href=\"Address_list.asp?p=1\"><img src=\"images/next.gif\""));
+    EXPECT_TRUE(has(b, "<a href=\"Address_list.asp?p=1\"><img src=\"images/last.gif\""));
+    EXPECT_FALSE(has(b, "<a href=\"Address_list.asp?p=0\""));
+    // The second page holds filler rows only, and links back but not on.
+    b = list("?p=1", address());
+    EXPECT_EQ(fillers(b), 10);
+    EXPECT_FALSE(has(b, "n10"));
+    EXPECT_TRUE(has(b, "<a href=\"Address_list.asp?p=0\"><img src=\"images/prev.gif\""));
+    EXPECT_FALSE(has(b, "?p=2"));
+    EXPECT_FALSE(has(b, "<a href=\"Address_list.asp?p=1\""));
+}
+
+TEST_F(PageBarTest, LastPageOfTwentyFiveRowsAndTheRunningNumber) {
+    rows(25);
+    std::string b = list("?p=2", address());
+    EXPECT_TRUE(has(b, "<td>21</td><td>n21</td>")) << b;
+    EXPECT_TRUE(has(b, "<td>25</td><td>n25</td>"));
+    EXPECT_FALSE(has(b, "n20"));
+    EXPECT_EQ(fillers(b), 5);
+    EXPECT_TRUE(has(b, "<option value=\"2\" selected>3</option>"));
+    EXPECT_FALSE(has(b, "?p=3"));
+}
+
+TEST_F(PageBarTest, NegativePShowsTheFirstPageAndCapitalPIsTheSameParameter) {
+    rows(25);
+    std::string b = list("?p=-1", address());
+    EXPECT_TRUE(has(b, "<td>1</td><td>n01</td>")) << b;
+    EXPECT_TRUE(has(b, "<td>10</td><td>n10</td>"));
+    EXPECT_FALSE(has(b, "n11"));
+    EXPECT_TRUE(has(b, "<option value=\"0\" selected>1</option>"));
+    EXPECT_FALSE(has(b, "?p=-"));
+    // The select sends P; the page reads p.
+    b = list("?P=1", address());
+    EXPECT_TRUE(has(b, "<td>11</td><td>n11</td>")) << b;
+    EXPECT_TRUE(has(b, "<td>20</td><td>n20</td>"));
+    EXPECT_TRUE(has(b, "<option value=\"1\" selected>2</option>"));
+}
+
+TEST_F(PageBarTest, PagePastTheLastShowsFillerRowsOnly) {
+    rows(25);
+    std::string b = list("?p=5", address());
+    EXPECT_FALSE(has(b, " Error ")) << b;
+    EXPECT_EQ(fillers(b), 10);
+    EXPECT_FALSE(has(b, "selected"));
+    EXPECT_TRUE(has(b, "<a href=\"Address_list.asp?p=4\"><img src=\"images/prev.gif\""));
+    EXPECT_FALSE(has(b, "?p=6"));
+}
+
+TEST_F(PageBarTest, PThatIsNoNumberGivesTheStandardReport) {
+    rows(3);
+    std::string b = list("?p=abc", address());
+    EXPECT_EQ(b.rfind(" Error ", 0), 0u) << b;
+    // Reported under the page, at the line of the call in the page.
+    EXPECT_TRUE(has(b, " LINE" + std::to_string(read_p_line) + " Routine : pagebartest.I_init")) << b;
+    EXPECT_FALSE(has(b, "n01"));
+    EXPECT_FALSE(has(b, "myform"));
+}
+
+TEST_F(PageBarTest, DataListRepeatsTheLastRowAndCarriesItsParameters) {
+    rows(25);
+    PageBar::Options data{.url = "Data_list.asp", .size = 10, .limit = 11, .row_height = 26,
+                          .carry = {{"Sub_menu", "3110"}, {"sstr", "报告"}}};
+    std::string b = list("?p=0", data);
+    EXPECT_TRUE(has(b, "<td>11</td><td>n11</td>")) << b;
+    EXPECT_FALSE(has(b, "n12"));
+    EXPECT_TRUE(has(b, "页/共3页"));
+    EXPECT_TRUE(has(b, "<a href=\"Data_list.asp?p=1&Sub_menu=3110&sstr=报告\"><img src=\"images/next.gif\""));
+    EXPECT_TRUE(has(b, "<a href=\"Data_list.asp?p=2&Sub_menu=3110&sstr=报告\"><img src=\"images/last.gif\""));
+    EXPECT_TRUE(has(b, "<input type=\"hidden\" name=\"Sub_menu\" value=\"3110\">"));
+    EXPECT_TRUE(has(b, "<input type=\"hidden\" name=\"sstr\" value=\"报告\">"));
+    EXPECT_LT(b.find("name=\"sstr\""), b.find("</form>"));
+    // The next page starts again with the row that ended this one.
+    b = list("?p=1", data);
+    EXPECT_TRUE(has(b, "<td>11</td><td>n11</td>")) << b;
+    EXPECT_TRUE(has(b, "<td>21</td><td>n21</td>"));
+    EXPECT_FALSE(has(b, "n22"));
+    EXPECT_TRUE(has(b, "<a href=\"Data_list.asp?p=0&Sub_menu=3110&sstr=报告\"><img src=\"images/first.gif\""));
+    // Short last page: 5 rows, filled up to eleven.
+    b = list("?p=2", data);
+    EXPECT_EQ(fillers(b), 6);
+}
+
+TEST_F(PageBarTest, LedgerBarLeadsToTheGuestBook) {
+    rows(25);
+    PageBar::Options ledger{.url = "Book_list.asp", .size = 10, .limit = 10, .row_height = 26, .carry = {}};
+    std::string b = list("?p=1", ledger);
+    EXPECT_TRUE(has(b, "<form action=\"Book_list.asp\" method=\"get\" name=\"myform\">"));
+    EXPECT_TRUE(has(b, "<a href=\"Book_list.asp?p=0\">"));
+    EXPECT_TRUE(has(b, "<a href=\"Book_list.asp?p=2\">"));
+    EXPECT_FALSE(has(b, "Record_"));
+    EXPECT_FALSE(has(b, "type=\"hidden\""));
+}
+
+TEST_F(PageBarTest, MediumListWritesTwoItemsARowAndItsOwnFormTail) {
+    rows(25);
+    auto r = tav::test::run_body(site, "pagebartest", "/x.asp?p=1", [](BodyPage& page) {
+        page.dbI_init();
+        PageBar bar(page, {.url = "Medium_list.asp", .size = 20, .limit = 10, .row_height = 26,
+                           .carry = {{"sstr", ""}, {"file_type", "mp3"}, {"PY", "A"}},
+                           .own_hidden = true,
+                           .hidden = {{"File_type", "mp3"}, {"PY", "A"}}});
+        bar.read_p();
+        bar.count("select count(id) as num from Address where User_id=77");
+        Recordset& rs = page.records();
+        rs = page.db().execute("select * from Address where User_id=77 order by id");
+        bar.skip(rs);
+        long n = 1;
+        while (bar.within(n) && !rs.eof()) {
+            Response.write("<tr height=\"26\" class=\"items\"><td>" + std::to_string(n) + "</td><td>" + rs("Name") +
+                           "</td>");
+            rs.movenext();
+            if (rs.eof()) {
+                Response.line(std::string("<td>") + PageBar::kBlank + "</td><td>" + PageBar::kBlank + "</td></tr>");
+                ++n;
+                break;
+            }
+            Response.line("<td>" + std::to_string(10 + n) + "</td><td>" + rs("Name") + "</td></tr>");
+            rs.movenext();
+            ++n;
+        }
+        bar.fill_rows(n, 4);
+        Response.line("</table>");
+        bar.open_bar("<input type=\"button\" value=\"播放选中\">");
+        bar.write_nav();
+        bar.close_bar("<input name=\"sstr\" type=\"text\" size=\"12\" value=\"\">");
+        bar.write_script();
+    });
+    const std::string& b = r.body;
+    EXPECT_TRUE(has(b, "<td>1</td><td>n21</td><td>11</td><td>n22</td>")) << b;
+    EXPECT_TRUE(has(b, "<td>3</td><td>n25</td><td>\xE3\x80\x80</td><td>\xE3\x80\x80</td></tr>"));
+    EXPECT_EQ(count(b, "class=\"items\""), 3);
+    EXPECT_EQ(count(b, "<tr height=\"26\"><td>\xE3\x80\x80</td><td>\xE3\x80\x80</td><td>\xE3\x80\x80</td>"
+                       "<td>\xE3\x80\x80</td></tr>"),
+              7);
+    EXPECT_TRUE(has(b, "页/共2页"));
+    EXPECT_TRUE(has(b, "<a href=\"Medium_list.asp?p=0&sstr=&file_type=mp3&PY=A\"><img src=\"images/first.gif\""));
+    EXPECT_FALSE(has(b, "?p=2"));
+    EXPECT_TRUE(has(b, "<input type=\"hidden\" name=\"File_type\" value=\"mp3\">"));
+    EXPECT_TRUE(has(b, "<input type=\"hidden\" name=\"PY\" value=\"A\">"));
+    EXPECT_FALSE(has(b, "type=\"hidden\" name=\"sstr\""));
+    EXPECT_LT(b.find("images/last.gif"), b.find("name=\"sstr\" type=\"text\""));
+    EXPECT_LT(b.find("name=\"sstr\" type=\"text\""), b.find("</form>"));
+}

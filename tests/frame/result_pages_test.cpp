@@ -1,0 +1,144 @@
+// The result box, the deletion question and the row deletion behind it, and
+// the two window pages.
+#include <gtest/gtest.h>
+
+#include "frame/page.h"
+#include "tests/support/page_runner.h"
+#include "tests/support/test_site.h"
+
+using namespace tav;
+using tav::test::BodyPage;
+using tav::test::TestSite;
+
+namespace {
+
+const bool registered = register_page("sessionprobe", [] { return std::make_unique<BodyPage>("sessionprobe"); });
+
+bool has(const std::string& hay, const std::string& needle) { return hay.find(needle) != std::string::npos; }
+
+int count(const std::string& hay, const std::string& needle) {
+    int n = 0;
+    for (std::size_t at = hay.find(needle); at != std::string::npos; at = hay.find(needle, at + 1)) ++n;
+    return n;
+}
+
+}  // namespace
+
+TEST(PopOk, ButtonLeadsToNextHrefAloneWithoutType) {
+    TestSite site;
+    auto r = site.get("Pop_OK.asp?message=%20%20删除成功！&next_href=%20Data_type.asp?m_id=41%20");
+    ASSERT_EQ(r.status, 200);
+    // The head of the page is one block write: its end is followed by CR LF and a blank.
+    EXPECT_EQ(r.body.rfind("<html>\r\n<head>\r\n<title>系统提示</title>", 0), 0u) << r.body;
+    EXPECT_TRUE(has(r.body, "height=\"100\">\r\n 删除成功！<br><br>\r\n")) << r.body;
+    EXPECT_TRUE(has(r.body, "<INPUT class=\"buttons02\" type=\"submit\" size=\"3\" value=\"确定\" name=\"Submit2\" "
+                            "onclick=\"window.location.href='Data_type.asp?m_id=41'\">"))
+        << r.body;
+    EXPECT_TRUE(has(r.body, "Tavelor 系统提示"));
+    EXPECT_TRUE(has(r.body, "width=\"308\""));
+    EXPECT_TRUE(has(r.body, "bgcolor=\"#336699\""));
+    EXPECT_TRUE(has(r.body, "bgcolor=\"#F5F5F5\""));
+    EXPECT_TRUE(has(r.body, "bgcolor=\"#6d8e4d\""));
+    EXPECT_TRUE(has(r.body, "style.css"));
+    EXPECT_FALSE(has(r.body, "<form"));
+    EXPECT_FALSE(has(r.body, "&type="));
+}
+
+TEST(PopOk, TypeIsAppendedToTheTargetAndTheMessageIsMarkup) {
+    TestSite site;
+    auto r = site.get("Pop_OK.asp?message=邮件成功发送<br>共2封&next_href=Email_list.asp?sstr=a&type=%203%20");
+    EXPECT_TRUE(has(r.body, "邮件成功发送<br>共2封<br><br>")) << r.body;
+    EXPECT_TRUE(has(r.body, "window.location.href='Email_list.asp?sstr=a&type=3'\">")) << r.body;
+    EXPECT_FALSE(has(r.body, "&lt;br&gt;"));
+    // No database behind the box, so nothing can fail in it.
+    EXPECT_FALSE(has(r.body, " Error "));
+}
+
+TEST(PopDel, HiddenFieldsCarryTheRowWithoutQuotes) {
+    TestSite site;
+    auto r = site.get("Pop_Del.asp?id=7&Table=Book&message=%20确实要删除留言[你好]及所有回复吗？"
+                      "&next=Book_list.asp?GL=1");
+    ASSERT_EQ(r.status, 200);
+    EXPECT_TRUE(has(r.body, "<form action=\"Del_Record.asp\" method=\"GET\" id=\"info\" name=\"info\">"));
+    // The message is written as it came, blank in front included.
+    EXPECT_TRUE(has(r.body, "\r\n  确实要删除留言[你好]及所有回复吗？<br><br>")) << r.body;
+    EXPECT_TRUE(has(r.body, "<input type=\"hidden\" name=\"Table\" value=Book>"));
+    EXPECT_TRUE(has(r.body, "<input type=\"hidden\" name=\"ID\" value=7>"));  // sent as id
+    EXPECT_TRUE(has(r.body, "<input type=\"hidden\" name=\"next\" value=Book_list.asp?GL=1>"));
+    EXPECT_TRUE(has(r.body, "<INPUT class=\"buttons02\" type=\"submit\" value=\"删除\" name=\"Submit2\">"));
+    EXPECT_TRUE(has(r.body, "value=\"返回\" name=\"Submit2\" onclick=\"window.history.back()\">"));
+    EXPECT_EQ(count(r.body, "name=\"Submit2\""), 2);
+    EXPECT_LT(r.body.find("<form"), r.body.find("Tavelor 系统提示"));
+    EXPECT_GT(r.body.find("</form>"), r.body.find("#6d8e4d"));
+}
+
+class DelRecord : public ::testing::Test {
+protected:
+    void SetUp() override {
+        ASSERT_TRUE(site.login());
+        uid = site.scalar("select id from user where username='admin'", "id");
+        site.exec("insert into Address(User_id,Name) values (" + uid + ",'甲')");
+        site.exec("insert into Address(User_id,Name) values (" + uid + ",'乙')");
+        first = site.scalar("select id from Address where Name='甲'", "id");
+        logs_before = site.scalar("select count(id) as num from monitor", "num");
+    }
+    std::string logs() { return site.scalar("select count(id) as num from monitor", "num"); }
+    TestSite site;
+    std::string uid, first, logs_before;
+};
+
+TEST_F(DelRecord, DeletesTheRowLogsAndRedirectsToTheResultBox) {
+    auto r = site.get("Del_Record.asp?Table=Address&ID=" + first + "&next=Address_List.asp");
+    EXPECT_EQ(r.status, 302);
+    EXPECT_EQ(r.location(), "Pop_OK.asp?message=记录成功删除！&next_href=Address_List.asp");
+    EXPECT_EQ(site.scalar("select count(id) as num from Address where id=" + first, "num"), "0");
+    EXPECT_EQ(site.scalar("select count(id) as num from Address", "num"), "1");  // only that row
+    EXPECT_EQ(site.scalar("select work_text from monitor order by id DESC", "work_text"),
+              "删除数据库表：Address 记录ID号: " + first);
+    EXPECT_EQ(site.scalar("select user_id from monitor order by id DESC", "user_id"), uid);
+}
+
+TEST_F(DelRecord, MissingRowStillReportsSuccessAndNextKeepsItsQuery) {
+    auto r = site.get("Del_Record.asp?Table=Address&ID=999999&next=Data_type.asp?m_id=41");
+    EXPECT_EQ(r.status, 302);
+    EXPECT_EQ(r.location(), "Pop_OK.asp?message=记录成功删除！&next_href=Data_type.asp?m_id=41");
+    EXPECT_EQ(site.scalar("select count(id) as num from Address", "num"), "2");
+}
+
+TEST_F(DelRecord, FailingDeleteStopsBeforeTheLogLineAndTheRedirect) {
+    auto r = site.get("Del_Record.asp?Table=NoSuchTable&ID=1&next=Address_List.asp");
+    EXPECT_EQ(r.status, 200);
+    EXPECT_EQ(r.header("Location"), "");
+    EXPECT_EQ(r.body.rfind(" Error ", 0), 0u) << r.body;
+    EXPECT_TRUE(has(r.body, " Routine : delrecord.I_init")) << r.body;
+    EXPECT_EQ(logs(), logs_before);
+    EXPECT_TRUE(has(site.log_text(), "delrecord.I_init"));
+}
+
+TEST(ClosePages, CloseIsOneBlockWithAVBScriptClose) {
+    TestSite site;
+    auto r = site.get("close.asp");
+    ASSERT_EQ(r.status, 200);
+    EXPECT_TRUE(has(r.body, "<html>\r\n<head>\r\n<title></title>")) << r.body;
+    EXPECT_TRUE(has(r.body, "<script language=\"VBScript\">\r\nwindow.close()\r\n</script>"));
+    std::string tail = "</html>\r\n ";
+    EXPECT_EQ(r.body.substr(r.body.size() - tail.size()), tail);
+}
+
+TEST(ClosePages, ClosePopRearmsTheReminder) {
+    TestSite site;
+    std::string seen;
+    auto probe = [&](const char* set) {
+        return tav::test::run_body(site, "sessionprobe", "/x.asp", [&, set](BodyPage&) {
+            if (set) Session.set("Message_POP", set);
+            seen = Session("message_pop").str();
+        });
+    };
+    probe("NO");
+    ASSERT_EQ(seen, "NO");
+    auto r = site.get("closepop.asp");
+    EXPECT_EQ(r.status, 200);
+    EXPECT_EQ(r.body, "");
+    probe(nullptr);
+    EXPECT_EQ(seen, "YES");
+}

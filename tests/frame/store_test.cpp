@@ -1,0 +1,405 @@
+#include <gtest/gtest.h>
+
+#include <atomic>
+#include <filesystem>
+#include <fstream>
+#include <mutex>
+#include <regex>
+#include <sstream>
+#include <thread>
+
+#include <unistd.h>
+
+#include "frame/errors.h"
+#include "frame/store.h"
+
+namespace fs = std::filesystem;
+using namespace tav;
+
+namespace {
+
+std::string read_file(const fs::path& p) {
+    std::ifstream in(p, std::ios::binary);
+    std::stringstream ss;
+    ss << in.rdbuf();
+    return ss.str();
+}
+
+std::string connstr(const std::string& path) {
+    return "driver={Microsoft Access Driver (*.mdb)};UID=sa;PWD=;dbq=" + path;
+}
+
+class StoreTest : public ::testing::Test {
+protected:
+    void SetUp() override {
+        dir = fs::temp_directory_path() /
+              ("tav_store_" + std::to_string(::getpid()) + "_" +
+               ::testing::UnitTest::GetInstance()->current_test_info()->name());
+        fs::remove_all(dir);
+        fs::create_directories(dir / "datebase");
+        db = (dir / "datebase" / "office.mdb").string();
+        build_database(db, read_file(fs::path(TAVELOR_TEMPLATE_DIR) / "datebase" / "schema.sql"));
+        conn.Open(connstr(db));
+    }
+    void TearDown() override {
+        conn.close();
+        fs::remove_all(dir);
+    }
+    long long num(const std::string& sql) { return conn.execute(sql)("num").lng(); }
+    // The error number a statement fails with, 0 when it does not fail.
+    long fails(const std::string& sql) {
+        try {
+            conn.execute(sql);
+        } catch (const PageError& e) {
+            return e.number();
+        }
+        return 0;
+    }
+
+    fs::path dir;
+    std::string db;
+    Connection conn;
+};
+
+TEST_F(StoreTest, TopNTakesTheFirstRowsAfterOrdering) {
+    for (const char* n : {"a", "b", "c"})
+        conn.execute(std::string("insert into user(username) values ('") + n + "')");
+    Recordset rs = conn.execute("select top 1 id from user order by id DESC");
+    EXPECT_EQ(rs("id").lng(), 3);
+    rs.movenext();
+    EXPECT_TRUE(rs.eof());
+    rs = conn.execute("select top 2 * from User order by ID desc;");
+    EXPECT_EQ(rs("username").str(), "c");
+    rs.movenext();
+    EXPECT_EQ(rs("username").str(), "b");
+    rs.movenext();
+    EXPECT_TRUE(rs.eof());
+}
+
+TEST_F(StoreTest, NowInInsertAndComparison) {
+    conn.execute("insert into monitor(user_id,work_text,work_date) values (1,'x',Now)");
+    std::string stamp = conn.execute("select work_date from monitor")("work_date").str();
+    EXPECT_TRUE(std::regex_match(stamp, std::regex(R"(\d{4}-\d\d-\d\d \d\d:\d\d:\d\d)"))) << stamp;
+    EXPECT_EQ(num("select count(id) as num from monitor where work_date<=Now and DateDiff('d',work_date,Now)=0"), 1);
+}
+
+TEST_F(StoreTest, DateDiffCountsBoundaries) {
+    // Rows of different ages: only those older than one calendar day go.
+    for (const char* age : {"-5 days", "-2 days", "-1 days", "+0 days"})
+        conn.execute(std::string("insert into chat(user_id,Chat_text,chat_date) values (1,'t',"
+                                 "strftime('%Y-%m-%d %H:%M:%S','now','localtime','") +
+                     age + "'))");
+    conn.execute("delete from chat where DateDiff('d', chat_date,Now)>1");
+    EXPECT_EQ(num("select count(id) as num from chat"), 2);
+
+    auto dd = [&](const std::string& iv, const std::string& a, const std::string& b) {
+        return num("select DateDiff('" + iv + "','" + a + "','" + b + "') as num from chat");
+    };
+    // Calendar days, not 24-hour spans.
+    EXPECT_EQ(dd("d", "2026-01-01 23:59:00", "2026-01-02 00:01:00"), 1);
+    EXPECT_EQ(dd("d", "2026-01-02 00:00:00", "2026-01-02 23:59:59"), 0);
+    EXPECT_EQ(dd("d", "2026-03-01", "2026-02-28"), -1);
+    EXPECT_EQ(dd("d", "2024-02-28", "2024-03-01"), 2);
+    EXPECT_EQ(dd("h", "2026-01-01 10:59:59", "2026-01-01 11:00:00"), 1);
+    EXPECT_EQ(dd("n", "2026-01-01 10:00:59", "2026-01-01 10:02:00"), 2);
+    EXPECT_EQ(dd("s", "2026-01-01 10:00:00", "2026-01-01 10:01:01"), 61);
+    EXPECT_EQ(dd("m", "2025-12-31", "2026-01-01"), 1);
+    EXPECT_EQ(dd("yyyy", "2025-12-31", "2026-01-01"), 1);
+    // 2026-11-21 is a Saturday, 2026-11-22 a Sunday.
+    EXPECT_EQ(dd("ww", "2026-11-21", "2026-11-22"), 1);
+    EXPECT_EQ(dd("ww", "2026-11-22", "2026-11-28"), 0);
+    EXPECT_NE(fails("select DateDiff('d','no date',Now) as num from chat"), 0);
+}
+
+TEST_F(StoreTest, InstrAsTruthValueWithTwoAndThreeArguments) {
+    conn.execute("insert into menu(menu_id,menu_text,xm) values ('4101','x.asp?sub_menu=41&a','sjzx')");
+    conn.execute("insert into menu(menu_id,menu_text,xm) values ('4102','x.asp?SUB_MENU=41','sjzx')");
+    conn.execute("insert into menu(menu_id,menu_text,xm) values ('4201','x.asp?sub_menu=42','sjzx')");
+    Recordset rs = conn.execute(
+        "select * from menu where instr(menu_text,'sub_menu=41') and instr('menu1 4102 4201 ',menu_id) "
+        "order by menu_id");
+    ASSERT_FALSE(rs.eof());
+    EXPECT_EQ(rs("menu_id").str(), "4102");
+    rs.movenext();
+    EXPECT_TRUE(rs.eof());
+
+    EXPECT_EQ(num("select instr('abcABC','B') as num"), 2);
+    EXPECT_EQ(num("select instr(3,'abcABC','B') as num"), 5);
+    EXPECT_EQ(num("select instr(7,'abcABC','a') as num"), 0);
+    EXPECT_EQ(num("select instr('abc','z') as num"), 0);
+    // Positions count characters, not bytes.
+    EXPECT_EQ(num("select instr('办公室|12|','|') as num"), 4);
+    EXPECT_EQ(conn.execute("select mid('办公室x',2,2) as s")("s").str(), "公室");
+    EXPECT_EQ(conn.execute("select right('办公室',1) as s")("s").str(), "室");
+    EXPECT_EQ(num("select len('办公室') as num"), 3);
+    EXPECT_TRUE(conn.execute("select instr(pen_ok,'a') as n from user union all select null")("n").is_null());
+}
+
+TEST_F(StoreTest, SignerChainMatchesOnlyTheFirstId) {
+    for (const char* py : {"|12|", "|12|30|", "|121|", "|30|12|"})
+        conn.execute(std::string("insert into Files(py) values ('") + py + "')");
+    EXPECT_EQ(num("select count(id) as num from Files where left(py,instr(2,py,'|'))='|12|'"), 2);
+    EXPECT_EQ(num("select count(id) as num from Files where left(py,instr(2,py,'|'))='|30|'"), 1);
+}
+
+TEST_F(StoreTest, LeftComparesWithoutCase) {
+    for (const char* id : {"menu1", "menu12", "MENU13", "menu2", "me"})
+        conn.execute(std::string("insert into menu(menu_id) values ('") + id + "')");
+    EXPECT_EQ(num("select count(id) as num from menu where left(menu_id,5)='menu1'"), 3);
+    EXPECT_EQ(num("select count(id) as num from menu where left(menu_id,2)='me'"), 5);
+}
+
+TEST_F(StoreTest, CountOnEmptyTableIsZero) {
+    Value v = conn.execute("select count(id) as num from Datas where Sub_menu='4101'")("num");
+    EXPECT_TRUE(v.is_number());
+    EXPECT_EQ(v.lng(), 0);
+}
+
+TEST_F(StoreTest, LikeWithPercentIgnoresCase) {
+    conn.execute("insert into Datas(User_id,D_title,Sub_menu) values (1,'Annual Report','4101')");
+    conn.execute("insert into Datas(User_id,D_title,Sub_menu) values (1,'年度报告','4101')");
+    conn.execute("insert into Datas(User_id,D_title,Sub_menu) values (1,'Minutes','4101')");
+    EXPECT_EQ(num("select count(id) as num from Datas where Sub_menu='4101' and D_title like '%REPORT%'"), 1);
+    EXPECT_EQ(num("select count(id) as num from Datas where Sub_menu='4101' and D_title like '%报告%'"), 1);
+    EXPECT_EQ(num("select count(id) as num from Datas where D_title like '%%'"), 3);
+}
+
+TEST_F(StoreTest, ArithmeticInUpdate) {
+    conn.execute("Insert into Book(user_id,Book_title,book_text,Reply_id,User_IP) values (1,'t','b',0,'1.2.3.4')");
+    conn.execute("update Book set Read_num=Read_num+1 where ID=1");
+    conn.execute("update book set Read_num=Read_num+1 where id=1");
+    EXPECT_EQ(conn.execute("select Read_num from book where id=1")("read_num").lng(), 2);
+}
+
+TEST_F(StoreTest, QuotedNumbersConvertForIntegerColumns) {
+    conn.execute("insert into user(username,DepartMentID) values ('a',1)");
+    conn.execute("update user set DepartMentID='3' where id='1'");
+    Value v = conn.execute("select DepartMentID from user where id=1")("departmentid");
+    EXPECT_TRUE(v.is_number());
+    EXPECT_EQ(v.lng(), 3);
+    conn.execute("insert into Email(send_user_id,Email_doc,Email_title,Email_text,to_user_id,Email_id) "
+                 "values (1,'0','t','b','5',0)");
+    EXPECT_EQ(num("select count(id) as num from email where read=0 and to_del<>2 and to_user_id=5"), 1);
+    EXPECT_EQ(num("select count(id) as num from Email where to_user_id='5'"), 1);
+}
+
+TEST_F(StoreTest, TextAndNamesWithoutCase) {
+    conn.execute("insert into user(username,password,TrueName) values ('admin','Secret','Root')");
+    Recordset rs = conn.execute("select id,record from User where username='Admin' and password='secret'");
+    ASSERT_FALSE(rs.eof());
+    EXPECT_EQ(rs("ID").lng(), 1);
+    EXPECT_EQ(conn.execute("select truename from user where id=1")("TRUENAME").str(), "Root");
+    EXPECT_EQ(conn.execute("select * from USER where id=1")("trueName").str(), "Root");
+}
+
+TEST_F(StoreTest, DefaultsFillWhatInsertsLeaveOut) {
+    conn.execute("insert into user(TrueName,username,password,DepartMentID) values ('t','u','p',1)");
+    Recordset u = conn.execute("select * from user");
+    EXPECT_EQ(u("record").lng(), 30);
+    for (const char* flag : {"online", "password_lose", "plays", "start_meeting"}) {
+        EXPECT_TRUE(u(flag).is_number()) << flag;
+        EXPECT_EQ(u(flag).lng(), 0) << flag;
+    }
+    EXPECT_TRUE(u("pen_ok").is_null());
+    EXPECT_EQ(u("pen_ok").str(), "");
+
+    conn.execute("Insert into Email(send_user_id,to_user_id,Email_title,Email_text,Email_id) values (0,1,'t','b',0)");
+    Recordset e = conn.execute("select * from email");
+    EXPECT_EQ(e("Email_doc").str(), "0");
+    EXPECT_TRUE(e("Email_doc").is_text());
+    for (const char* flag : {"read", "reply", "To_del", "Send_del"}) EXPECT_EQ(e(flag).lng(), 0) << flag;
+    EXPECT_TRUE(std::regex_match(e("email_date").str(), std::regex(R"(\d{4}-\d\d-\d\d)")));
+    EXPECT_TRUE(std::regex_match(e("email_time").str(), std::regex(R"(\d\d:\d\d:\d\d)")));
+
+    conn.execute("insert into Datas(User_id,d_afile,D_title,D_text,Sub_menu,main_menu) values (1,'0','t','b','4101','x')");
+    Recordset d = conn.execute("select * from Datas");
+    EXPECT_TRUE(d("lock").is_text());
+    EXPECT_EQ(d("lock").str(), "0");
+    EXPECT_EQ(num("select count(id) as num from Datas where lock='0'"), 1);
+
+    const std::regex stamp(R"(\d{4}-\d\d-\d\d \d\d:\d\d:\d\d)");
+    EXPECT_TRUE(std::regex_match(d("D_date").str(), stamp));
+    conn.execute("Insert into Book(user_id,Book_title,book_text,Reply_id,User_IP) values (1,'t','b',0,'ip')");
+    Recordset b = conn.execute("select * from Book");
+    EXPECT_TRUE(std::regex_match(b("Book_date").str(), stamp));
+    EXPECT_EQ(b("Reply_num").lng() + b("reply_read").lng(), 0);
+    conn.execute("Insert into Medium(Title,Medium_text,Path,filename,file_type,Author,PY) values('a','b','c','d','e','f','g')");
+    EXPECT_EQ(conn.execute("select click_num from Medium")("click_num").lng(), 0);
+    conn.execute("Insert into Record(user_id,Rec_title,Rec_text,Rec_money) values (1,'t','b',12.5)");
+    EXPECT_DOUBLE_EQ(conn.execute("select Rec_money from Record")("rec_money").num(), 12.5);
+}
+
+TEST_F(StoreTest, MoveSkipsForwardAndStopsAtTheEnd) {
+    Recordset empty = conn.execute("select * from Address where user_id=1");
+    EXPECT_TRUE(empty.eof());
+    try {
+        empty.Move(0);
+        FAIL() << "Move on an empty result must fail";
+    } catch (const PageError& e) {
+        EXPECT_EQ(e.number(), err::no_current_record);
+    }
+    for (int i = 1; i <= 3; ++i)
+        conn.execute("insert into Address(User_id,Name) values (1,'n" + std::to_string(i) + "')");
+    Recordset rs = conn.execute("select * from Address where user_id=1 order by id");
+    rs.Move(1);
+    EXPECT_EQ(rs("name").str(), "n2");
+    rs = conn.execute("select * from Address where user_id=1 order by id");
+    rs.Move(10);
+    EXPECT_TRUE(rs.eof());
+    rs = conn.execute("select * from Address where user_id=1 order by id");
+    rs.Move(3);
+    EXPECT_TRUE(rs.eof());
+    EXPECT_THROW(rs.movenext(), PageError);
+}
+
+TEST_F(StoreTest, FieldReadsFailAtEndAndForUnknownNames) {
+    Recordset rs = conn.execute("select truename from user where id=7");
+    try {
+        rs("truename");
+        FAIL();
+    } catch (const PageError& e) {
+        EXPECT_EQ(e.number(), err::no_current_record);
+        EXPECT_STREQ(e.what(),
+                     "Either BOF or EOF is True, or the current record has been deleted. Requested operation "
+                     "requires a current record.");
+    }
+    conn.execute("insert into user(username) values ('a')");
+    rs = conn.execute("select username from user");
+    try {
+        rs("truename");
+        FAIL();
+    } catch (const PageError& e) {
+        EXPECT_EQ(e.number(), err::item_not_found);
+        EXPECT_STREQ(e.what(),
+                     "Item cannot be found in the collection corresponding to the requested name or ordinal.");
+    }
+    rs.close();
+    EXPECT_THROW(rs.eof(), PageError);
+}
+
+TEST_F(StoreTest, QuoteInValueBreaksTheStatement) {
+    EXPECT_EQ(fails("Insert into Book(user_id,Book_title,book_text,Reply_id,User_IP) values (1,'it's','b',0,'ip')"),
+              err::sql_failure);
+    EXPECT_EQ(num("select count(id) as num from book"), 0);
+    // The doubled quote is a quote, and the translator keeps it so.
+    conn.execute("Insert into Book(user_id,Book_title) values (1,'it''s now top 5')");
+    EXPECT_EQ(conn.execute("select Book_title from book")("book_title").str(), "it's now top 5");
+}
+
+TEST_F(StoreTest, OneStatementPerCall) {
+    conn.execute("insert into user(username) values ('a')");
+    EXPECT_EQ(fails("delete from chat; delete from user"), err::sql_failure);
+    EXPECT_EQ(fails("select * from user where id=1; --"), err::sql_failure);
+    EXPECT_EQ(fails(""), err::sql_failure);
+    EXPECT_EQ(num("select count(id) as num from user"), 1);
+    EXPECT_EQ(fails("select count(id) as num from user ; "), 0);
+}
+
+TEST_F(StoreTest, EngineControlIsRefused) {
+    fs::path other = dir / "other.db";
+    for (std::string sql : {"attach database '" + other.string() + "' as x", std::string("pragma journal_mode=delete"),
+                            std::string("create table t(a)"), std::string("drop table user"),
+                            std::string("alter table user add column x"), std::string("vacuum"),
+                            std::string("begin"), std::string("create index i on user(username)"),
+                            std::string("select load_extension('/lib/x.so') from user")})
+        EXPECT_NE(fails(sql), 0) << sql;
+    EXPECT_FALSE(fs::exists(other));
+    // Reached past the first word, so refused by the engine's authorizer.
+    EXPECT_EQ(fails("select * from pragma_table_info('user')"), err::sql_failure);
+    EXPECT_EQ(fails("select load_extension('/lib/x.so') as n"), err::sql_failure);
+    EXPECT_EQ(fails("select count(id) as num from user"), 0);
+    EXPECT_EQ(fails("select * from sqlite_master where name='user'"), 0);
+    EXPECT_EQ(num("select count(*) as num from sqlite_master where type='table' and name='user'"), 1);
+}
+
+TEST(StoreOpen, MissingFileFailsWithoutCreatingIt) {
+    fs::path missing = fs::temp_directory_path() / ("tav_missing_" + std::to_string(::getpid())) / "office.mdb";
+    Connection c;
+    try {
+        c.Open(connstr(missing.string()));
+        FAIL();
+    } catch (const PageError& e) {
+        EXPECT_EQ(e.number(), err::db_failure);
+        EXPECT_NE(std::string(e.what()).find("Could not find file '" + missing.string() + "'."), std::string::npos);
+    }
+    EXPECT_FALSE(c.is_open());
+    EXPECT_FALSE(fs::exists(missing));
+    EXPECT_FALSE(fs::exists(missing.parent_path()));
+    EXPECT_THROW(c.execute("select 1"), PageError);
+}
+
+TEST_F(StoreTest, PathWithBackslashesAndOtherCapitals) {
+    Connection c;
+    c.Open(connstr(dir.string() + "\\DateBase\\OFFICE.mdb"));
+    c.execute("insert into user(username) values ('x')");
+    EXPECT_EQ(conn.execute("select count(id) as num from user")("num").lng(), 1);
+    EXPECT_THROW(c.Open(connstr(db)), PageError);  // already open
+    c.close();
+    EXPECT_FALSE(c.is_open());
+    EXPECT_THROW(c.execute("select count(id) as num from user"), PageError);
+}
+
+TEST_F(StoreTest, ParallelWritersNeverSeeALockedDatabase) {
+    constexpr int threads = 4, rows = 200;
+    std::atomic<int> failures{0};
+    std::string first_error;
+    std::mutex m;
+    std::vector<std::thread> pool;
+    for (int t = 0; t < threads; ++t)
+        pool.emplace_back([&, t] {
+            try {
+                for (int i = 0; i < rows; ++i) {
+                    // A connection per request, as the pages do.
+                    Connection c;
+                    c.Open(connstr(db));
+                    c.execute("Insert into monitor(user_id,work_text) values (" + std::to_string(t) + ",'w')");
+                    c.execute("select top 1 id from monitor order by id DESC");
+                    c.execute("update user set online=1 where id=1");
+                }
+            } catch (const PageError& e) {
+                ++failures;
+                std::lock_guard lock(m);
+                first_error = e.what();
+            }
+        });
+    for (auto& th : pool) th.join();
+    EXPECT_EQ(failures.load(), 0) << first_error;
+    EXPECT_EQ(num("select count(id) as num from monitor"), threads * rows);
+}
+
+TEST(StoreBuild, RefusesAnExistingFileAndCleansUpAFailedBuild) {
+    fs::path d = fs::temp_directory_path() / ("tav_build_" + std::to_string(::getpid()));
+    fs::create_directories(d);
+    fs::path p = d / "x.mdb";
+    EXPECT_THROW(build_database(p.string(), "create table t(a); this is no sql;"), std::runtime_error);
+    EXPECT_FALSE(fs::exists(p));
+    build_database(p.string(), "create table t(a);");
+    EXPECT_THROW(build_database(p.string(), "create table u(a);"), std::runtime_error);
+    fs::remove_all(d);
+}
+
+TEST(TranslateSql, RewritesOutsideLiteralsOnly) {
+    EXPECT_EQ(translate_sql("select top 1 id from user order by id DESC"),
+              "select id from user order by id DESC limit 1");
+    EXPECT_EQ(translate_sql("select top 100 * from Chat order by ID DESC; "),
+              "select * from Chat order by ID DESC limit 100; ");
+    EXPECT_EQ(translate_sql("select 'top 5 Now' as x from t where a=b"), "select 'top 5 Now' as x from t where a=b");
+    EXPECT_EQ(translate_sql("update t set s='it''s Now left(' where id=1"),
+              "update t set s='it''s Now left(' where id=1");
+    EXPECT_EQ(translate_sql("delete from chat where DateDiff('d', chat_date,Now)>1"),
+              "delete from chat where tav_datediff('d', chat_date,now())>1");
+    EXPECT_EQ(translate_sql("select Now() as n"), "select now() as n");
+    EXPECT_EQ(translate_sql("select * from t where LEFT (py,instr(2,py,'|'))='|12|'"),
+              "select * from t where tav_left (py,tav_instr(2,py,'|'))='|12|' COLLATE NOCASE");
+    // Column names that merely look like functions stay.
+    EXPECT_EQ(translate_sql("select left, nowhere from t"), "select left, nowhere from t");
+    EXPECT_EQ(translate_sql("select * from t where name like '%a%'"),
+              "select * from t where name like '%a%' COLLATE NOCASE");
+    EXPECT_EQ(translate_sql("insert into t(a) values ('x')"), "insert into t(a) values ('x')");
+    EXPECT_EQ(translate_sql("update t set a='x',b='y' where c='z'"),
+              "update t set a='x',b='y' where c='z' COLLATE NOCASE");
+    // An unclosed literal is left for the engine to refuse.
+    EXPECT_EQ(translate_sql("select * from t where a='x"), "select * from t where a='x");
+}
+
+}  // namespace

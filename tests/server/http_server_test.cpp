@@ -1,0 +1,459 @@
+// The HTTP server over real sockets on 127.0.0.1, with a small echo handler.
+#include <arpa/inet.h>
+#include <dirent.h>
+#include <netinet/in.h>
+#include <poll.h>
+#include <sys/socket.h>
+#include <unistd.h>
+
+#include <atomic>
+#include <condition_variable>
+#include <cstdio>
+#include <cstdlib>
+#include <filesystem>
+#include <fstream>
+#include <map>
+#include <mutex>
+#include <stdexcept>
+#include <string>
+#include <thread>
+
+#include <gtest/gtest.h>
+
+#include "server/http_server.h"
+
+namespace tav {
+namespace {
+
+struct Response {
+    int status = 0;
+    std::map<std::string, std::string> headers;  // names in lower case
+    std::string body;
+};
+
+// A bare client, so the test sees exactly the bytes on the wire.
+class Client {
+public:
+    explicit Client(unsigned short port) {
+        fd_ = ::socket(AF_INET, SOCK_STREAM, 0);
+        sockaddr_in a{};
+        a.sin_family = AF_INET;
+        a.sin_port = htons(port);
+        a.sin_addr.s_addr = htonl(INADDR_LOOPBACK);
+        if (::connect(fd_, reinterpret_cast<sockaddr*>(&a), sizeof a) != 0)
+            throw std::runtime_error("connect failed");
+    }
+    ~Client() { ::close(fd_); }
+
+    void send(const std::string& s) {
+        for (std::size_t done = 0; done < s.size();) {
+            ssize_t n = ::send(fd_, s.data() + done, s.size() - done, MSG_NOSIGNAL);
+            if (n <= 0) return;  // the server hung up; the read tells
+            done += static_cast<std::size_t>(n);
+        }
+    }
+
+    // Reads one answer; status 0 when the connection closed or nothing came
+    // within the wait.
+    Response read(bool head = false, int wait_ms = 5000) {
+        Response r;
+        std::size_t end;
+        while ((end = buf_.find("\r\n\r\n")) == std::string::npos)
+            if (!fill(wait_ms)) return r;
+        std::string head_text = buf_.substr(0, end);
+        buf_.erase(0, end + 4);
+        std::size_t eol = head_text.find("\r\n");
+        std::string line = head_text.substr(0, eol);
+        r.status = std::atoi(line.substr(9, 3).c_str());
+        while (eol != std::string::npos) {
+            std::size_t next = head_text.find("\r\n", eol + 2);
+            std::string h = head_text.substr(eol + 2, next == std::string::npos ? std::string::npos : next - eol - 2);
+            std::size_t colon = h.find(':');
+            std::string name = h.substr(0, colon);
+            for (auto& c : name) c = static_cast<char>(std::tolower(static_cast<unsigned char>(c)));
+            std::string value = h.substr(colon + 1);
+            while (!value.empty() && value.front() == ' ') value.erase(0, 1);
+            r.headers[name] = value;
+            eol = next;
+        }
+        std::size_t len = r.headers.count("content-length") ? std::stoul(r.headers["content-length"]) : 0;
+        if (head || r.status < 200 || r.status == 204 || r.status == 304) len = 0;
+        while (buf_.size() < len)
+            if (!fill(wait_ms)) return Response{};
+        r.body = buf_.substr(0, len);
+        buf_.erase(0, len);
+        return r;
+    }
+
+    // True when the server closed the connection within the wait.
+    bool closed(int wait_ms = 5000) {
+        while (fill(wait_ms)) {
+        }
+        return eof_;
+    }
+
+    // True when nothing at all arrives within the wait.
+    bool silent(int wait_ms) {
+        pollfd p{fd_, POLLIN, 0};
+        return ::poll(&p, 1, wait_ms) == 0;
+    }
+
+private:
+    bool fill(int wait_ms) {
+        pollfd p{fd_, POLLIN, 0};
+        if (::poll(&p, 1, wait_ms) <= 0) return false;
+        char tmp[65536];
+        ssize_t n = ::recv(fd_, tmp, sizeof tmp, 0);
+        if (n <= 0) {
+            eof_ = true;
+            return false;
+        }
+        buf_.append(tmp, static_cast<std::size_t>(n));
+        return true;
+    }
+
+    int fd_ = -1;
+    std::string buf_;
+    bool eof_ = false;
+};
+
+std::string read_all(const RequestBody& b) {
+    std::string out(b.size(), '\0');
+    std::size_t got = 0;
+    while (got < out.size()) {
+        std::size_t n = b.read_at(got, out.data() + got, 1000);  // small pieces on purpose
+        if (n == 0) break;
+        got += n;
+    }
+    out.resize(got);
+    return out;
+}
+
+int count_files(const std::string& dir) {
+    int n = 0;
+    for ([[maybe_unused]] auto& e : std::filesystem::directory_iterator(dir)) ++n;
+    return n;
+}
+
+class HttpServerTest : public ::testing::Test {
+protected:
+    void SetUp() override {
+        char tmpl[] = "/tmp/tavelor-http-test-XXXXXX";
+        dir_ = ::mkdtemp(tmpl);
+        opts_.port = 0;
+        opts_.workers = 2;
+        opts_.spool_dir = dir_ + "/spool";
+        std::filesystem::create_directory(opts_.spool_dir);
+        opts_.spool_threshold = 1024;
+        opts_.body_limit = 1 << 20;
+        opts_.header_timeout = std::chrono::seconds(2);
+        opts_.idle_timeout = std::chrono::seconds(2);
+    }
+    void TearDown() override {
+        server_.reset();
+        std::filesystem::remove_all(dir_);
+    }
+
+    // Echoes what it was given; a few targets behave differently.
+    HttpResponse handle(const HttpRequest& req) {
+        HttpResponse res;
+        if (req.target == "/throw") throw std::runtime_error("page failed");
+        if (req.target == "/block") {
+            std::unique_lock lk(mu_);
+            entered_ = true;
+            cv_.notify_all();
+            cv_.wait(lk, [&] { return released_; });
+        }
+        if (req.target == "/file") {
+            res.file = dir_ + "/data.bin";
+            res.set_header("Content-Type", "application/octet-stream");
+            return res;
+        }
+        std::string kind = "none";
+        if (req.body) {
+            kind = dynamic_cast<const FileBody*>(req.body.get()) ? "file" : "memory";
+            std::lock_guard lk(mu_);
+            last_body_ = read_all(*req.body);
+            spool_files_seen_ = count_files(opts_.spool_dir);
+        }
+        res.set_header("Content-Type", "text/plain");
+        res.set_header("X-Body", kind);
+        res.headers.emplace_back("Set-Cookie", "a=1");
+        res.headers.emplace_back("Set-Cookie", "b=2");
+        res.body = req.method + " " + req.target + " " + req.header("x-test") + " " + req.remote_addr;
+        return res;
+    }
+
+    void start() {
+        server_ = std::make_unique<HttpServer>(opts_, [this](const HttpRequest& r) { return handle(r); });
+        server_->start();
+    }
+    unsigned short port() const { return server_->port(); }
+
+    std::string dir_;
+    ServerOptions opts_;
+    std::unique_ptr<HttpServer> server_;
+    std::mutex mu_;
+    std::condition_variable cv_;
+    bool entered_ = false, released_ = false;
+    std::string last_body_;
+    int spool_files_seen_ = -1;
+};
+
+TEST_F(HttpServerTest, KeepAliveAnswersTwoRequestsOnOneConnectionWithTheHandlersHeaders) {
+    start();
+    Client c(port());
+    c.send("GET /a.asp?x=1 HTTP/1.1\r\nHost: h\r\nX-TEST: first\r\n\r\n");
+    Response r1 = c.read();
+    EXPECT_EQ(r1.status, 200);
+    EXPECT_EQ(r1.body, "GET /a.asp?x=1 first 127.0.0.1");
+    EXPECT_EQ(r1.headers["content-length"], std::to_string(r1.body.size()));
+    EXPECT_EQ(r1.headers["x-body"], "none");
+    EXPECT_EQ(r1.headers["content-type"], "text/plain");
+    // Two requests in one write: pipelined, answered in order.
+    c.send("GET /b HTTP/1.1\r\nHost: h\r\n\r\nHEAD /c HTTP/1.1\r\nHost: h\r\n\r\n");
+    Response r2 = c.read();
+    EXPECT_EQ(r2.status, 200);
+    EXPECT_EQ(r2.body, "GET /b  127.0.0.1");
+    Response r3 = c.read(/*head=*/true);
+    EXPECT_EQ(r3.status, 200);
+    EXPECT_EQ(r3.headers["content-length"], std::to_string(std::string("HEAD /c  127.0.0.1").size()));
+    // Nothing follows the HEAD answer's header: the next answer starts clean.
+    c.send("GET /d HTTP/1.1\r\nHost: h\r\nConnection: close\r\n\r\n");
+    Response r4 = c.read();
+    EXPECT_EQ(r4.status, 200);
+    EXPECT_EQ(r4.body, "GET /d  127.0.0.1");
+    EXPECT_TRUE(c.closed());
+}
+
+TEST_F(HttpServerTest, SmallBodiesStayInMemoryLargeOnesAreSpooledAndRemoved) {
+    start();
+    Client c(port());
+    std::string small = "a=1&b=%E4%BD%A0";
+    c.send("POST /p HTTP/1.1\r\nHost: h\r\nContent-Length: " + std::to_string(small.size()) + "\r\n\r\n" + small);
+    Response r = c.read();
+    EXPECT_EQ(r.headers["x-body"], "memory");
+    EXPECT_EQ(last_body_, small);
+
+    std::string big;
+    for (int i = 0; i < 5000; ++i) big.push_back(static_cast<char>(i * 7 % 256));  // every byte value, NULs too
+    c.send("POST /p HTTP/1.1\r\nHost: h\r\nContent-Length: " + std::to_string(big.size()) + "\r\n\r\n" + big);
+    r = c.read();
+    EXPECT_EQ(r.status, 200);
+    EXPECT_EQ(r.headers["x-body"], "file");
+    EXPECT_EQ(last_body_, big);
+    EXPECT_EQ(spool_files_seen_, 1);
+    EXPECT_EQ(count_files(opts_.spool_dir), 0);
+
+    // Chunked: small ones come back to memory, long ones stay in the spool.
+    c.send("POST /p HTTP/1.1\r\nHost: h\r\nTransfer-Encoding: chunked\r\n\r\n3\r\nabc\r\n2\r\nde\r\n0\r\n\r\n");
+    r = c.read();
+    EXPECT_EQ(r.headers["x-body"], "memory");
+    EXPECT_EQ(last_body_, "abcde");
+    char size_line[32];
+    std::snprintf(size_line, sizeof size_line, "%zx\r\n", big.size());
+    c.send("POST /p HTTP/1.1\r\nHost: h\r\nTransfer-Encoding: chunked\r\n\r\n" + std::string(size_line) + big +
+           "\r\n0\r\n\r\n");
+    r = c.read();
+    EXPECT_EQ(r.headers["x-body"], "file");
+    EXPECT_EQ(last_body_, big);
+    EXPECT_EQ(count_files(opts_.spool_dir), 0);
+
+    // An empty POST has a body of nothing, not none.
+    c.send("POST /p HTTP/1.1\r\nHost: h\r\nContent-Length: 0\r\n\r\n");
+    r = c.read();
+    EXPECT_EQ(r.headers["x-body"], "memory");
+}
+
+TEST_F(HttpServerTest, ExpectContinueIsAnsweredBeforeTheBody) {
+    start();
+    Client c(port());
+    c.send("POST /up HTTP/1.1\r\nHost: h\r\nContent-Length: 2000\r\nExpect: 100-continue\r\n\r\n");
+    Response interim = c.read();
+    EXPECT_EQ(interim.status, 100);
+    c.send(std::string(2000, 'z'));
+    Response r = c.read();
+    EXPECT_EQ(r.status, 200);
+    EXPECT_EQ(last_body_, std::string(2000, 'z'));
+}
+
+TEST_F(HttpServerTest, OversizedAndMalformedRequestsAreAnsweredThenClosed) {
+    start();
+    {
+        Client c(port());
+        c.send("POST /up HTTP/1.1\r\nHost: h\r\nContent-Length: 2000000\r\n\r\n");
+        EXPECT_EQ(c.read().status, 413);
+        EXPECT_TRUE(c.closed());
+    }
+    {
+        // A chunked body that grows past the limit.
+        Client c(port());
+        c.send("POST /up HTTP/1.1\r\nHost: h\r\nTransfer-Encoding: chunked\r\n\r\n");
+        std::string chunk = "10000\r\n" + std::string(0x10000, 'q') + "\r\n";
+        for (int i = 0; i < 17; ++i) c.send(chunk);
+        EXPECT_EQ(c.read().status, 413);
+        EXPECT_TRUE(c.closed());
+        EXPECT_EQ(count_files(opts_.spool_dir), 0);
+    }
+    for (std::string junk : {"\x16\x03\x01\x02\x00garbage\r\n\r\n", "GET / HTTP/1.1\r\nContent-Length: x\r\n\r\n",
+                             "GET / HTTP/1.1\r\nContent-Length: 1\r\nContent-Length: 2\r\n\r\n"}) {
+        Client c(port());
+        c.send(junk);
+        EXPECT_EQ(c.read().status, 400) << junk;
+        EXPECT_TRUE(c.closed());
+    }
+    // Still serving.
+    Client c(port());
+    c.send("GET /ok HTTP/1.1\r\nHost: h\r\n\r\n");
+    EXPECT_EQ(c.read().status, 200);
+}
+
+TEST_F(HttpServerTest, StalledHeaderHoldsUpNobodyAndGets408) {
+    opts_.workers = 1;
+    start();
+    Client slow(port());
+    slow.send("GET /slow HTTP/1.1\r\nHo");
+    for (int i = 0; i < 3; ++i) {
+        Client c(port());
+        c.send("GET /other HTTP/1.1\r\nHost: h\r\n\r\n");
+        Response r = c.read();
+        EXPECT_EQ(r.status, 200);
+        EXPECT_EQ(r.body, "GET /other  127.0.0.1");
+    }
+    Response r = slow.read(false, 10000);
+    EXPECT_EQ(r.status, 408);
+    EXPECT_TRUE(slow.closed());
+}
+
+TEST_F(HttpServerTest, IdleKeepAliveConnectionIsClosedQuietly) {
+    start();
+    Client c(port());
+    c.send("GET /a HTTP/1.1\r\nHost: h\r\n\r\n");
+    EXPECT_EQ(c.read().status, 200);
+    // Nothing more is sent: the idle timeout hangs up without an answer.
+    EXPECT_EQ(c.read(false, 10000).status, 0);
+    EXPECT_TRUE(c.closed());
+}
+
+TEST_F(HttpServerTest, RequestsPastTheBoundGet503) {
+    opts_.max_in_flight = 1;
+    start();
+    Client blocked(port());
+    blocked.send("GET /block HTTP/1.1\r\nHost: h\r\n\r\n");
+    {
+        std::unique_lock lk(mu_);
+        ASSERT_TRUE(cv_.wait_for(lk, std::chrono::seconds(10), [&] { return entered_; }));
+    }
+    Client other(port());
+    other.send("GET /x HTTP/1.1\r\nHost: h\r\n\r\n");
+    EXPECT_EQ(other.read().status, 503);
+    {
+        std::lock_guard lk(mu_);
+        released_ = true;
+    }
+    cv_.notify_all();
+    EXPECT_EQ(blocked.read().status, 200);
+    // The slot is free again, on the same connection that got the 503.
+    other.send("GET /x HTTP/1.1\r\nHost: h\r\n\r\n");
+    EXPECT_EQ(other.read().status, 200);
+}
+
+TEST_F(HttpServerTest, ThrowingHandlerGives500AndServingGoesOn) {
+    start();
+    Client c(port());
+    for (int i = 0; i < 3; ++i) {
+        c.send("GET /throw HTTP/1.1\r\nHost: h\r\n\r\n");
+        EXPECT_EQ(c.read().status, 500);
+    }
+    c.send("GET /fine HTTP/1.1\r\nHost: h\r\n\r\n");
+    Response r = c.read();
+    EXPECT_EQ(r.status, 200);
+    EXPECT_EQ(r.body, "GET /fine  127.0.0.1");
+}
+
+TEST_F(HttpServerTest, FileResponsesStreamTheFile) {
+    std::string data;
+    for (int i = 0; i < 300000; ++i) data.push_back(static_cast<char>(i % 251));
+    std::ofstream(dir_ + "/data.bin", std::ios::binary) << data;
+    start();
+    Client c(port());
+    c.send("GET /file HTTP/1.1\r\nHost: h\r\n\r\n");
+    Response r = c.read();
+    EXPECT_EQ(r.status, 200);
+    EXPECT_EQ(r.headers["content-type"], "application/octet-stream");
+    EXPECT_EQ(r.headers["content-length"], std::to_string(data.size()));
+    EXPECT_TRUE(r.body == data);
+    c.send("HEAD /file HTTP/1.1\r\nHost: h\r\n\r\n");
+    r = c.read(/*head=*/true);
+    EXPECT_EQ(r.headers["content-length"], std::to_string(data.size()));
+    EXPECT_TRUE(c.silent(300));  // no body bytes after a HEAD answer
+}
+
+TEST_F(HttpServerTest, StopClosesOpenConnectionsAndFreesThePort) {
+    start();
+    unsigned short p = port();
+    Client c(p);
+    c.send("GET /a HTTP/1.1\r\nHost: h\r\n\r\n");
+    EXPECT_EQ(c.read().status, 200);
+    Client half(p);
+    half.send("POST /p HTTP/1.1\r\nHost: h\r\nContent-Length: 100\r\n\r\nabc");
+    server_->stop();
+    EXPECT_TRUE(c.closed());
+    EXPECT_TRUE(half.closed());
+    server_->stop();  // twice is harmless
+    opts_.port = p;
+    start();  // the port is free again
+    EXPECT_EQ(port(), p);
+}
+
+TEST(HttpServerBindTest, BusyPortThrows) {
+    ServerOptions o;
+    o.port = 0;
+    HttpServer a(o, [](const HttpRequest&) { return HttpResponse{}; });
+    a.start();
+    o.port = a.port();
+    HttpServer b(o, [](const HttpRequest&) { return HttpResponse{}; });
+    EXPECT_ANY_THROW(b.start());
+}
+
+TEST(HttpTypesTest, BodiesReadPiecewiseAndSpoolFileGoesWithItsBody) {
+    MemoryBody m("hello");
+    char buf[8] = {};
+    EXPECT_EQ(m.read_at(3, buf, 8), 2u);
+    EXPECT_EQ(std::string(buf, 2), "lo");
+    EXPECT_EQ(m.read_at(5, buf, 8), 0u);
+    EXPECT_EQ(m.read_at(99, buf, 8), 0u);
+
+    char path[] = "/tmp/tavelor-body-XXXXXX";
+    int fd = ::mkstemp(path);
+    ASSERT_GE(fd, 0);
+    ASSERT_EQ(::write(fd, "0123456789", 10), 10);
+    {
+        FileBody f(fd, path, 10);
+        EXPECT_EQ(f.size(), 10u);
+        EXPECT_EQ(f.read_at(8, buf, 8), 2u);
+        EXPECT_EQ(std::string(buf, 2), "89");
+        EXPECT_EQ(f.read_at(2, buf, 3), 3u);
+        EXPECT_EQ(std::string(buf, 3), "234");
+        EXPECT_EQ(f.read_at(10, buf, 8), 0u);
+    }
+    EXPECT_FALSE(std::filesystem::exists(path));
+}
+
+TEST(HttpTypesTest, HeaderNamesIgnoreCase) {
+    HttpRequest q;
+    q.headers = {{"Content-Type", "a"}, {"content-type", "b"}};
+    EXPECT_EQ(q.header("CONTENT-TYPE"), "a");
+    EXPECT_EQ(q.header("Content-Typ"), "");
+
+    HttpResponse r;
+    r.set_header("Location", "/a");
+    r.headers.emplace_back("location", "/b");
+    r.set_header("LOCATION", "/c");
+    ASSERT_EQ(r.headers.size(), 1u);
+    EXPECT_EQ(r.header("location"), "/c");
+    EXPECT_EQ(r.headers[0].first, "Location");
+}
+
+}  // namespace
+}  // namespace tav
