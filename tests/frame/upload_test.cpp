@@ -1,0 +1,310 @@
+#include <filesystem>
+#include <fstream>
+#include <optional>
+#include <sstream>
+#include <string>
+#include <vector>
+
+#include <gtest/gtest.h>
+
+#include "frame/encoding.h"
+#include "frame/upload.h"
+#include "tests/support/page_run.h"
+
+namespace fs = std::filesystem;
+using namespace tav;
+using tav::test::PageRun;
+
+namespace {
+
+const std::string kBoundary = "------WebKitFormBoundaryQ7x2";
+const std::string kRefusal =
+    "<br><font size=2 color=red>上传文件失败，文件已经存在于服务器上，请更名后重试。</font><br>";
+
+struct Part {
+    std::string name;                     // UTF-8
+    std::optional<std::string> filename;  // UTF-8; a file part when set
+    std::string content;                  // bytes as sent
+    std::string type = "application/octet-stream";
+};
+
+// A browser-style body: headers in GB18030, parts ended by CR LF.
+std::string multipart(const std::vector<Part>& parts) {
+    std::string b;
+    for (const auto& p : parts) {
+        b += kBoundary + "\r\n";
+        b += "Content-Disposition: form-data; name=\"" + utf8_to_gb(p.name) + "\"";
+        if (p.filename) {
+            b += "; filename=\"" + utf8_to_gb(*p.filename) + "\"\r\n";
+            b += "Content-Type: " + p.type + "\r\n";
+        } else {
+            b += "\r\n";
+        }
+        b += "\r\n" + p.content + "\r\n";
+    }
+    return b + kBoundary + "--\r\n";
+}
+
+std::string slurp(const std::string& path) {
+    std::ifstream in(path, std::ios::binary);
+    std::stringstream ss;
+    ss << in.rdbuf();
+    return ss.str();
+}
+
+class UploadTest : public ::testing::Test {
+protected:
+    PageRun site;
+    std::string datas(const std::string& name) { return site.root() + "/Datas/" + name; }
+};
+
+}  // namespace
+
+TEST_F(UploadTest, FieldsAndChineseFileNameSavedWhole) {
+    std::string content = "binary\0\r\n\xff data", body;
+    content.assign("bin\0\r\n\xff\xfe tail", 13);
+    body = multipart({{"Book_Title", {}, utf8_to_gb("留言 标题")},
+                      {"file1", "C:\\文档\\报告 一.txt", content, "text/plain"},
+                      {"empty", {}, ""}});
+    std::string out = site.run(test::multipart_request(body), [&](Page& page) {
+        UploadGroup up{page};
+        up.upI_init();
+        up.upload_initialize();
+        std::string name = "Book_Title";
+        EXPECT_EQ(up.upload_form(name), "留言 标题");
+        EXPECT_EQ(name, "book_title");  // the caller's variable is lower-cased
+        std::string lower_name = "book_title";
+        EXPECT_EQ(up.upload_form(lower_name), "留言 标题");
+        std::string empty = "EMPTY", missing = "nothing";
+        EXPECT_EQ(up.upload_form(empty), "");
+        EXPECT_EQ(up.upload_form(missing), "");
+        EXPECT_EQ(up.fields().size(), 2u);
+
+        ASSERT_EQ(up.files().size(), 1u);
+        const FileRecord& r = up.files()[0];
+        EXPECT_EQ(r.form_name, "file1");
+        EXPECT_EQ(r.file_path, "C:\\文档\\");
+        EXPECT_EQ(r.file_name, "报告 一.txt");
+        EXPECT_EQ(r.file_type, "text/plain");
+        EXPECT_EQ(r.file_size, static_cast<std::int64_t>(content.size()));
+        EXPECT_EQ(body.substr(static_cast<std::size_t>(r.file_start), content.size()), content);
+
+        std::string field = "File1";
+        EXPECT_EQ(up.upload_file(field, "Datas/", "12"), "12报告 一.txt");
+        EXPECT_EQ(field, "file1");
+        up.upload_terminate();
+        EXPECT_TRUE(up.files().empty());
+        Response.write("end");
+    });
+    EXPECT_EQ(out, "end");  // the confirmation goes no further than upload_file
+    EXPECT_EQ(slurp(datas("12报告 一.txt")), content);
+}
+
+TEST_F(UploadTest, ShortFileFieldNamesAreReadAsPlainFields) {
+    std::string body = multipart({{"f1", "a.txt", utf8_to_gb("内容")}, {"abc", "b.txt", "B"}});
+    site.run(test::multipart_request(body), [&](Page& page) {
+        UploadGroup up{page};
+        up.upload_initialize();
+        std::string f1 = "F1", abc = "abc";
+        EXPECT_EQ(up.upload_form(f1), "内容");
+        f1 = "f1";
+        EXPECT_EQ(up.upload_file(f1, "Datas/", ""), "");
+        ASSERT_EQ(up.files().size(), 1u);
+        EXPECT_EQ(up.files()[0].form_name, "abc");
+        EXPECT_EQ(up.upload_file(abc, "Datas/", ""), "b.txt");
+    });
+    EXPECT_FALSE(fs::exists(datas("a.txt")));
+    EXPECT_EQ(slurp(datas("b.txt")), "B");
+}
+
+TEST_F(UploadTest, EmptyInputNamedEmptyFileAndBareOrSlashedNames) {
+    std::string body = multipart({{"file1", "", ""},
+                                  {"file2", "zero.bin", ""},
+                                  {"file3", "c:/x/y.txt", "slash"}});
+    std::string out = site.run(test::multipart_request(body), [&](Page& page) {
+        UploadGroup up{page};
+        up.upload_initialize();
+        ASSERT_EQ(up.files().size(), 3u);
+        EXPECT_EQ(up.files()[0].file_name, "");
+        EXPECT_EQ(up.files()[1].file_path, "");
+        EXPECT_EQ(up.files()[1].file_size, 0);
+        EXPECT_EQ(up.files()[2].file_name, "c:/x/y.txt");  // a forward slash separates nothing
+        std::string a = "file1", b = "file2";
+        EXPECT_EQ(up.upload_file(a, "Datas/", "p"), "");
+        EXPECT_EQ(up.upload_file(b, "Datas/", "p"), "pzero.bin");
+        EXPECT_EQ(up.getfilepath("a\\b\\c"), "a\\b\\");
+        EXPECT_EQ(up.getfilename("a\\b\\c"), "c");
+        EXPECT_EQ(up.getfilepath("c"), "");
+        EXPECT_EQ(up.getfilename(""), "");
+    });
+    EXPECT_EQ(out, "");
+    EXPECT_EQ(fs::directory_iterator(site.root() + "/Datas")->path().filename(), "pzero.bin");
+    EXPECT_EQ(fs::file_size(datas("pzero.bin")), 0u);
+}
+
+TEST_F(UploadTest, ContentHoldingTheBoundaryIsCutThere) {
+    std::string content = "part one\r\n" + kBoundary + "\r\nrest of the file";
+    std::string body = multipart({{"file1", "cut.txt", content}});
+    site.run(test::multipart_request(body), [&](Page& page) {
+        UploadGroup up{page};
+        up.upload_initialize();
+        std::string f = "file1";
+        EXPECT_EQ(up.upload_file(f, "Datas/", ""), "cut.txt");
+    });
+    EXPECT_EQ(slurp(datas("cut.txt")), "part one");
+}
+
+TEST_F(UploadTest, RepeatedNamesJoinFieldsAndKeepTheFirstFile) {
+    std::string body = multipart({{"tag", {}, "a"},
+                                  {"doc", "first.txt", "1"},
+                                  {"TAG", {}, "b"},
+                                  {"doc", "second.txt", "2"},
+                                  {"tag", {}, "line\r\nbreak"}});
+    site.run(test::multipart_request(body), [&](Page& page) {
+        UploadGroup up{page};
+        up.upload_initialize();
+        std::string tag = "tag", doc = "doc";
+        EXPECT_EQ(up.upload_form(tag), "a, b, line\r\nbreak");
+        ASSERT_EQ(up.files().size(), 1u);
+        EXPECT_EQ(up.upload_file(doc, "Datas/", ""), "first.txt");
+    });
+    EXPECT_EQ(slurp(datas("first.txt")), "1");
+    EXPECT_FALSE(fs::exists(datas("second.txt")));
+}
+
+TEST_F(UploadTest, BrokenBodiesReportAndThePageGoesOn) {
+    // No CR LF at all: nothing parsed.
+    std::string out = site.run(test::multipart_request("just some bytes without a line end"), [&](Page& page) {
+        UploadGroup up{page};
+        up.upload_initialize();
+        std::string n = "x";
+        EXPECT_EQ(up.upload_form(n), "");
+        EXPECT_TRUE(up.files().empty());
+        Response.write("|after");
+    }, "booksave");
+    EXPECT_NE(out.find(" Error Invalid procedure call or argument LINE"), std::string::npos) << out;
+    EXPECT_NE(out.find("Routine : booksave.upload_initialize|after"), std::string::npos) << out;
+    EXPECT_NE(site.log_text().find("booksave.upload_initialize"), std::string::npos);
+
+    // A last field without its boundary: what came before stays.
+    std::string body = kBoundary + "\r\nContent-Disposition: form-data; name=\"first\"\r\n\r\none\r\n" + kBoundary +
+                       "\r\nContent-Disposition: form-data; name=\"second\"\r\n\r\nno end follows here";
+    out = site.run(test::multipart_request(body), [&](Page& page) {
+        UploadGroup up{page};
+        up.upload_initialize();
+        std::string a = "first", b = "second";
+        EXPECT_EQ(up.upload_form(a), "one");
+        EXPECT_EQ(up.upload_form(b), "");
+    });
+    EXPECT_NE(out.find("upload_initialize"), std::string::npos) << out;
+
+    // A header without a name marker takes its name from character 6.
+    body = kBoundary + "\r\nContent-Disposition: form-data; x\"y\"\r\n\r\nval\r\n" + kBoundary + "--\r\n";
+    site.run(test::multipart_request(body), [&](Page& page) {
+        UploadGroup up{page};
+        up.upload_initialize();
+        ASSERT_EQ(up.fields().size(), 1u);
+        EXPECT_EQ(up.fields()[0].first, "nt-disposition: form-data; x");
+        EXPECT_EQ(up.fields()[0].second, "val");
+    });
+}
+
+TEST_F(UploadTest, WithoutBodyEverythingIsEmpty) {
+    std::string out = site.run(test::get_request(), [&](Page& page) {
+        UploadGroup up{page};
+        up.upI_init();
+        up.upload_initialize();
+        std::string n = "anything";
+        EXPECT_EQ(up.upload_form(n), "");
+        EXPECT_EQ(up.upload_file(n, "Datas/", "p"), "");
+        up.upload_terminate();
+        EXPECT_EQ(up.upload_form(n), "");
+    });
+    EXPECT_EQ(out, "");
+}
+
+TEST_F(UploadTest, ExistingFileIsRefusedAndMissingFolderReported) {
+    { std::ofstream(datas("Keep.txt")) << "old"; }
+    std::string body = multipart({{"file1", "d:\\keep.txt", "new"}, {"file2", "lost.txt", "x"}});
+    std::string out = site.run(test::multipart_request(body), [&](Page& page) {
+        UploadGroup up{page};
+        up.upload_initialize();
+        std::string f1 = "file1", f2 = "file2";
+        EXPECT_EQ(up.upload_file(f1, "Datas/", ""), "");  // found without case
+        Response.write("|");
+        EXPECT_EQ(up.upload_file(f2, "Datas/nosuch/", ""), "");
+        Response.write("|done");
+    }, "fileupload");
+    EXPECT_EQ(out.substr(0, kRefusal.size() + 1), kRefusal + "|");
+    EXPECT_NE(out.find("Routine : fileupload.upload_save|done"), std::string::npos) << out;
+    EXPECT_EQ(slurp(datas("Keep.txt")), "old");
+    EXPECT_FALSE(fs::exists(site.root() + "/Datas/nosuch"));
+}
+
+TEST_F(UploadTest, UploadImgVariantReturnsItsTexts) {
+    { std::ofstream(datas("a.gif")) << "old"; }
+    std::string body = multipart({{"file_name", "c:\\pics\\a.gif", "new"}, {"filepath", {}, "./Datas/"},
+                                  {"more", "c:\\pics\\b.gif", "GIF89a"}});
+    std::string out = site.run(test::multipart_request(body), [&](Page& page) {
+        UploadGroup up{page, UploadGroup::Variant::UploadImg};
+        up.upload_initialize();
+        std::vector<std::string> results;
+        for (const FileRecord& r : up.files())
+            results.push_back(up.upload_save(Server.MapPath("./Datas/" + r.file_name), r));
+        ASSERT_EQ(results.size(), 2u);
+        EXPECT_EQ(results[0], kRefusal);
+        EXPECT_EQ(results[1], "File : c:\\pics\\b.gif Uploaded!<br>");
+    });
+    EXPECT_EQ(out, "");
+    EXPECT_EQ(slurp(datas("a.gif")), "old");
+    EXPECT_EQ(slurp(datas("b.gif")), "GIF89a");
+}
+
+TEST_F(UploadTest, LargeSpooledBodyIsParsed) {
+    std::string big(30u << 20, '\0');
+    for (std::size_t i = 0; i < big.size(); ++i) big[i] = static_cast<char>((i * 131) >> 7);
+    // Boundary-like bytes that are not the boundary, across a chunk edge.
+    big.replace((1u << 20) - 10, kBoundary.size() - 1, kBoundary.substr(0, kBoundary.size() - 1));
+    std::string body = multipart({{"title", {}, "big"}, {"file1", "c:\\big.bin", big}, {"after", {}, "yes"}});
+    site.run(test::multipart_request(std::move(body), true), [&](Page& page) {
+        UploadGroup up{page};
+        up.upload_initialize();
+        std::string f = "file1", a = "after";
+        EXPECT_EQ(up.upload_form(a), "yes");
+        EXPECT_EQ(up.upload_file(f, "Datas/", "x"), "xbig.bin");
+    });
+    EXPECT_TRUE(slurp(datas("xbig.bin")) == big);
+}
+
+TEST_F(UploadTest, MatchesAcrossPieceEdgesAreFound) {
+    std::string content = "0123456789\r\n" + kBoundary.substr(0, 20) + "abc\r\n" + kBoundary + "tail";
+    std::string body = multipart({{"title", {}, utf8_to_gb("中文标题")}, {"file1", "edge.bin", content}});
+    for (std::size_t piece : {1u, 3u, 7u, 29u}) {
+        UploadGroup::chunk = piece;
+        std::string name = "edge" + std::to_string(piece);
+        site.run(test::multipart_request(body, piece == 7), [&](Page& page) {
+            UploadGroup up{page};
+            up.upload_initialize();
+            std::string t = "title", f = "file1";
+            EXPECT_EQ(up.upload_form(t), "中文标题") << piece;
+            EXPECT_EQ(up.upload_file(f, "Datas/", std::to_string(piece)), std::to_string(piece) + "edge.bin");
+        });
+        EXPECT_EQ(slurp(datas(std::to_string(piece) + "edge.bin")),
+                  "0123456789\r\n" + kBoundary.substr(0, 20) + "abc") << piece;
+    }
+    UploadGroup::chunk = 1 << 20;
+}
+
+TEST_F(UploadTest, FilePartWithoutEndRunsOutTheScriptTime) {
+    // No boundary behind the file: the walk returns to the first part for
+    // ever, which ends the script as its time limit would.
+    std::string body = kBoundary +
+                       "\r\nContent-Disposition: form-data; name=\"file1\"; filename=\"x.txt\"\r\n\r\nno end here";
+    bool after = false;
+    EXPECT_THROW(site.run(test::multipart_request(body), [&](Page& page) {
+        UploadGroup up{page};
+        up.upload_initialize();
+        after = true;
+    }), ScriptTimeout);
+    EXPECT_FALSE(after);
+}
