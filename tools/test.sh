@@ -19,7 +19,8 @@ ASAN_OPTIONS=detect_leaks=1 ctest --preset asan -j"$jobs"
 
 if [ -f tests/fuzz/CMakeLists.txt ]; then
   echo "== fuzzers (clang, libFuzzer, bounded runs over the corpus)"
-  CC=clang CXX=clang++ cmake -S . -B build/fuzz -DCMAKE_BUILD_TYPE=RelWithDebInfo \
+  # clang 16: the frame needs std::source_location, which clang 14 lacks with this libstdc++.
+  CC=clang-16 CXX=clang++-16 cmake -S . -B build/fuzz -DCMAKE_BUILD_TYPE=RelWithDebInfo \
     -DTAVELOR_FUZZ=ON -DTAVELOR_TESTS=OFF >/dev/null
   cmake --build build/fuzz -j"$jobs"
   ctest --test-dir build/fuzz --output-on-failure
