@@ -1,0 +1,69 @@
+// The desktop: the frame set in which every other page of a session runs.
+#include "frame/page.h"
+#include "frame/vb.h"
+
+namespace tav::pages {
+
+// "default" is a word of the language, so the class carries a trailing
+// underscore; it registers and reports under its page name.
+class default_ : public Page {
+public:
+    default_() : Page("default") {}
+
+    void I_init() override {
+        dbI_init();
+        if (Session("QWX3TRh_k7").blank() || Session("user_id").blank()) {
+            Response.redirect("login.asp");
+            END_PAGE();
+        }
+        std::string meeting_src = "about:blank";
+        std::string main_src = "started.asp";
+        Session.set("Message_POP", "YES");
+        rs = conn.execute("select start_meeting from user where id=" + Session("user_id"));
+        if (rs("start_meeting") == 1) {
+            meeting_src = "start_netmeeting.asp";
+            main_src = "starting.asp";
+        }
+        rs.close();
+        conn.close();
+
+        Response.line("<html>");
+        Response.line("<head>");
+        Response.line("<title>" + Session("dw_name") + "网络办公系统</title>");
+        Response.line("<meta http-equiv=\"Content-Type\" content=\"text/html; charset=gb2312\">");
+        Response.line("<script language=\"JavaScript\">");
+        Response.line("function show_status()");
+        Response.line("{");
+        Response.line("  self.status = \"" + Session("dw_name") + "网络办公系统！\";");
+        Response.line("}");
+        Response.line("document.onmousemove = show_status;");
+        Response.line("</script>");
+        Response.line("</head>");
+        Response.line("<frameset rows=\"46,*,25,0,0,0,0\" frameborder=\"NO\" border=\"0\" framespacing=\"0\">");
+        Response.line("  <frame name=\"top_w\" scrolling=\"NO\" noresize src=\"top.asp\">");
+        Response.line("  <frameset cols=\"135,*\" frameborder=\"NO\" border=\"5\" framespacing=\"0\">");
+        Response.line("    <frame name=\"dir\" scrolling=\"NO\" noresize src=\"left.asp\">");
+        Response.line("    <frame name=\"detail\" noresize src=\"" + main_src + "\">");
+        Response.line("  </frameset>");
+        Response.line("  <frame name=\"bottom\" scrolling=\"NO\" noresize src=\"bottom.asp\">");
+        Response.line("  <frame name=\"monitorbottom\" src=\"about:blank\">");
+        Response.line("  <frame name=\"sound\" src=\"sys_user_load.asp\">");
+        Response.line("  <frame name=\"message\" src=\"message.asp\">");
+        Response.line("  <frame name=\"net_metmeen\" src=\"" + meeting_src + "\">");
+        Response.line("</frameset>");
+        Response.line("<noframes>");
+        Response.line("<body>");
+        Response.line("您的浏览器不支持Frame格式，请下载新版本。 ");
+        Response.line("</body>");
+        Response.line("</noframes>");
+        Response.line("</html>");
+        Response.write("");
+    }
+};
+
+namespace {
+[[maybe_unused]] const bool tavelor_registered_default =
+    ::tav::register_page("default", [] { return std::unique_ptr<::tav::Page>(new default_()); });
+}
+
+}  // namespace tav::pages

@@ -1,0 +1,128 @@
+// The navigation frame: the rows of one section of `menu`, filtered by the
+// account's rights, become the hidden fields that TreeBar.html draws.
+#include "frame/page.h"
+#include "frame/vb.h"
+
+namespace tav::pages {
+
+class left : public Page {
+public:
+    left() : Page("left") {}
+
+    void I_init() override {
+        Response.buffer(true);
+        dbI_init();
+        if (Session("USER_ID").blank()) {
+            Response.redirect("login.asp");
+            END_PAGE();
+        }
+        Response.line("<html>");
+        Response.line("<head>");
+        Response.line("<meta http-equiv=\"Content-Type\" content=\"text/html; charset=gb2312\">");
+        Response.line("<meta http-equiv=\"pragma\" content=\"no-cache\">");
+        Response.line("<meta http-equiv=\"expires\" content=\"" + NowText(-1) + "\">");
+        Response.line("<link rel=\"stylesheet\" href=\"style.css\" type=\"text/css\">");
+        Response.line("<style type=\"text/css\">");
+        Response.line("body { scrollbar-face-color: #C0C0C0; scrollbar-highlight-color: #E0E0E0; "
+                      "scrollbar-shadow-color: #808080; scrollbar-3dlight-color: #D0D0D0; "
+                      "scrollbar-arrow-color: #404040; scrollbar-track-color: #E8E8E8; "
+                      "scrollbar-darkshadow-color: #606060 }");
+        Response.line("</style>");
+        Response.line("</head>");
+        Response.line("<body leftmargin=\"0\" topmargin=\"0\" marginwidth=\"0\" marginheight=\"0\" bgcolor=\"#336699\">");
+        Response.line("<script language=\"JavaScript\">");
+        Response.line("OutBarFolder=new Array(10);");
+        Response.line("MenuItem=0;");
+        Response.line("nWinHeight=document.body.clientHeight;");
+        Response.line("Button_FontColor=\"black\";");
+        Response.line("Button_Class=\"controlpanel\";");
+        Response.line("OB_Top=0;");
+        Response.line("OB_Left=0;");
+        Response.line("OB_Margin=10;");
+        Response.line("OB_Width=135;");
+        Response.line("OB_Height=nWinHeight;");
+        Response.line("OB_SlideSpeed=3;");
+        Response.line("OB_BackgroundColor=\"#336699\";");
+        Response.line("OB_ItemsSpacing=40;");
+        Response.line("OB_OnlyLabelItemsSpacing=8;");
+        Response.line("OB_BorderWidth=2;");
+        Response.line("OB_BorderStyle=\"ridge\";");
+        Response.line("OB_BorderColor=\"#6699cc\";");
+        Response.line("OB_IconsWidth=50;");
+        Response.line("OB_IconsHeight=50;");
+        Response.line("OB_ButtonFontFamily=\"宋体\";");
+        Response.line("OB_ButtonFontSize=12;");
+        Response.line("OB_ButtonFontColor=\"#f0f0f0\";");
+        Response.line("OB_ButtonBGColor=\"white\";");
+        Response.line("OB_ButtonHeight=22;");
+        Response.line("OB_LabelFontFamily=\"宋体\";");
+        Response.line("OB_LabelFontSize=12;");
+        Response.line("OB_LabelFontColor=\"white\";");
+        Response.line("OB_LabelHoverFontColor=\"white\";");
+        Response.line("OB_LabelBorderColor=\"#6699cc\";");
+        Response.line("OB_LabelMargin=60;");
+        Response.line("OB_UpArrow=\"images/up.gif\";");
+        Response.line("OB_DownArrow=\"images/down.gif\";");
+        Response.line("OB_ArrowWidth=15;");
+        Response.line("OB_ArrowHeight=15;");
+        Response.line("OB_ArrowSlideSpeed=2;");
+        Response.line("</script>");
+
+        Value xm = Request.querystring("xm");
+        if (xm.blank()) xm = "home";
+        rs = conn.execute("select menu_idstr from user where id=" + Session("USER_ID"));
+        Value rights = Trim(rs("menu_idstr"));
+
+        // The rows of one folder spell one hidden field: NN00 opens it, the
+        // granted entries fill its value, NNZZ closes it.
+        rs = conn.execute("select * from menu where xm='" + xm + "' order by menu_id");
+        while (!rs.eof()) {
+            Value id = Trim(rs("menu_id"));
+            if (InStr(id, "00") > 0 || InStr(id, "ZZ") > 0 || InStr(rights, id) > 0) {
+                std::string text = Replace(Trim(rs("menu_text")), "`", "'");
+                if (InStr(text, "value=”") > 0) {
+                    Response.write(Replace(text, "”", ""));
+                    Response.write("\"");
+                } else if (text == "”>") {
+                    Response.write("\">");
+                } else {
+                    Response.write(text);
+                }
+            }
+            rs.movenext();
+        }
+
+        Response.write("<SCRIPT language=JavaScript>");
+        rs = conn.execute("select * from menu where xm='" + xm + "_m' order by menu_id");
+        while (!rs.eof()) {
+            Response.write("MenuItem=MenuItem+1;");
+            Response.write("strSQL=" + rs("menu_text") + ".value;");
+            Response.write("OutBarFolder[MenuItem]= new Array('0','" + rs("user_text") +
+                           "', 'images/arrow1.gif', '1',strSQL);");
+            rs.movenext();
+        }
+        Response.line("</SCRIPT>");
+        Response.line("<script language=\"JavaScript\" src=\"TreeBar.html\"></script>");
+        Response.line("<script language=\"JavaScript\">");
+        if (xm == "home")
+            Response.line("window.open(\"data_home.asp\",\"detail\");");
+        else
+            Response.line("window.open(\"started.asp\",\"detail\");");
+        Response.line("</script>");
+        Response.line("<script language=\"JavaScript\">");
+        Response.line("function click_menu()");
+        Response.line("{");
+        Response.line("  if (event.button == 2 || event.button == 3)");
+        Response.line("    alert(\"欢迎使用[" + Session("dw_name") + "网络办公系统]！\");");
+        Response.line("}");
+        Response.line("if (document.all) document.body.onmousedown = click_menu;");
+        Response.line("</script>");
+        Response.line("</body>");
+        Response.line("</html>");
+        Response.write("");
+    }
+};
+
+TAVELOR_PAGE(left)
+
+}  // namespace tav::pages

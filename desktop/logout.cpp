@@ -1,0 +1,35 @@
+// Regular logout: marks the account offline, ends the session, then goes to
+// the login page or closes the window as the `logout` setting says.
+#include "frame/page.h"
+#include "frame/vb.h"
+
+namespace tav::pages {
+
+class logout : public Page {
+public:
+    logout() : Page("logout") {}
+
+    void I_init() override {
+        Response.buffer(true);
+        dbI_init();
+        funI_init();
+        if (!Session("USER_ID").blank()) {
+            conn.execute("update user set online=0,ip=' ' where id=" + Session("USER_ID"));
+            monitor("正常退出本系统");
+        }
+        Session.abandon();
+        rs = conn.execute("select * from software where softname='logout'");
+        if (rs("Hardserial") == "0") {
+            Response.redirect("login.asp");
+            END_PAGE();
+        }
+        Response.line("<script language=\"VBScript\">");
+        Response.line("window.close()");
+        Response.line("</script>");
+        Response.write("");
+    }
+};
+
+TAVELOR_PAGE(logout)
+
+}  // namespace tav::pages

@@ -1,0 +1,31 @@
+// Logout for a desktop window that is being closed: never redirects.
+#include "frame/page.h"
+#include "frame/vb.h"
+
+namespace tav::pages {
+
+class logoutclose : public Page {
+public:
+    logoutclose() : Page("logoutclose") {}
+
+    void I_init() override {
+        Response.buffer(true);
+        dbI_init();
+        funI_init();
+        Value myclose = Request.querystring("myclose");
+        (void)myclose;
+        if (!Session("USER_ID").blank()) {
+            conn.execute("update user set online=0,ip=' ' where id=" + Session("USER_ID"));
+            monitor("非正常退出本系统");
+        }
+        Session.abandon();
+        Response.line("<script language=\"VBScript\">");
+        Response.line("window.close()");
+        Response.line("</script>");
+        Response.write("");
+    }
+};
+
+TAVELOR_PAGE(logoutclose)
+
+}  // namespace tav::pages

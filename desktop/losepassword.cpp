@@ -1,0 +1,76 @@
+// Lost password: the user flags the account for the administrator, who reads
+// the password from the list and passes it on by other means.
+#include "frame/page.h"
+#include "frame/vb.h"
+
+namespace tav::pages {
+
+class losepassword : public Page {
+public:
+    losepassword() : Page("losepassword") {}
+
+    void I_init() override {
+        dbI_init();
+        Response.buffer(true);
+        Value username = Trim(Request.Form("username"));
+        Value truename = Trim(Request.Form("truename"));
+        if (!username.blank()) {
+            rs = conn.execute("select id from user where username='" + username + "' and truename='" +
+                              truename + "'");
+            if (rs.eof()) {
+                Response.redirect("Pop_OK.asp?message=您输入的帐号或姓名在系统中不存在！<br>请重新输入……"
+                                  "&next_href=losepassword.asp");
+                END_PAGE();
+            }
+            conn.execute("update user set password_lose=1 where id=" + rs("id"));
+            Response.redirect("Pop_OK.asp?message=您的通知已经发送给系统管理员！<br>请等待管理员的回复……"
+                              "&next_href=close.asp");
+            END_PAGE();
+        }
+        Response.line("<html>");
+        Response.line("<head>");
+        Response.line("<meta http-equiv=\"Content-Type\" content=\"text/html; charset=gb2312\">");
+        Response.line("<title>" + Session("dw_name") + "网络办公系统</title>");
+        Response.line("<link rel=\"stylesheet\" href=\"style.css\" type=\"text/css\">");
+        Response.line("<script language=\"JavaScript\">");
+        Response.line("function CheckForm(formName)");
+        Response.line("{");
+        Response.line("  if (formName.username.value == \"\")");
+        Response.line("  {");
+        Response.line("    alert(\"请您填写用户名(帐号)。\");");
+        Response.line("    formName.username.focus();");
+        Response.line("    return false;");
+        Response.line("  }");
+        Response.line("  if (formName.truename.value == \"\")");
+        Response.line("  {");
+        Response.line("    alert(\"请填写您的真实姓名。\");");
+        Response.line("    formName.truename.focus();");
+        Response.line("    return false;");
+        Response.line("  }");
+        Response.line("  return true;");
+        Response.line("}");
+        Response.line("</script>");
+        Response.line("</head>");
+        Response.line("<body>");
+        Response.line("<form action=\"LosePassword.asp\" method=\"post\" name=\"form1\" "
+                      "onsubmit=\"return CheckForm(this)\">");
+        Response.line("<table width=\"90%\" border=\"1\" cellspacing=\"0\" cellpadding=\"4\" align=\"center\">");
+        Response.line("<tr><td bgcolor=\"#336699\" colspan=\"2\"><font color=\"#FFFFFF\">密码遗失，通知系统管理员。</font></td></tr>");
+        Response.line("<tr><td colspan=\"2\">如果您忘记密码，请填写以下信息供管理员参考。</td></tr>");
+        Response.line("<tr><td>1、 请填写您的帐号：</td><td><input type=\"text\" name=\"username\"></td></tr>");
+        Response.line("<tr><td>2、请填写您的真实姓名：</td><td><input type=\"text\" name=\"truename\"></td></tr>");
+        Response.line("<tr><td colspan=\"2\" align=\"center\">");
+        Response.line("<input type=\"submit\" name=\"sb\" value=\"通知管理员\" class=\"buttons02\">");
+        Response.line("<input type=\"button\" name=\"cl\" value=\"关闭窗口\" class=\"buttons02\" onclick=\"window.close()\">");
+        Response.line("</td></tr>");
+        Response.line("</table>");
+        Response.line("</form>");
+        Response.line("</body>");
+        Response.line("</html>");
+        Response.write("");
+    }
+};
+
+TAVELOR_PAGE(losepassword)
+
+}  // namespace tav::pages

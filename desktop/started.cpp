@@ -1,0 +1,42 @@
+// The welcome page of the main frame; each visit marks the account online.
+#include "frame/page.h"
+#include "frame/vb.h"
+
+namespace tav::pages {
+
+class started : public Page {
+public:
+    started() : Page("started") {}
+
+    void I_init() override {
+        dbI_init();
+        Response.line("<html>");
+        Response.line("<head>");
+        Response.line("<meta http-equiv=\"Content-Type\" content=\"text/html; charset=gb2312\">");
+        Response.line("<meta http-equiv=\"refresh\" content=\"30;url=data_home.asp\">");
+        Response.line("<link rel=\"stylesheet\" href=\"style.css\" type=\"text/css\">");
+        Response.line("</head>");
+        Response.line("<body bgcolor=\"#336666\">");
+        Response.line("<br><br><br>");
+        Response.line("<center>");
+        Response.line("<font color=\"#FFFFFF\" style=\"font-size: 32pt\">欢迎使用！</font>");
+        Response.line("<br><br>");
+        Response.write("<span style=\"filter: glow(Color=black,Strength=3); width: 450; height: 40; "
+                       "font-family: 华文行楷; font-size: 32pt; color: yellow\">");
+        Response.write(Session("dw_name"));
+        Response.write("<br>");
+        Response.line("自动化网络办公系统</span>");
+        Response.line("<br><br>");
+        Response.line("<font color=\"yellow\">软件版本 Ver2.0</font>");
+        Response.line("</center>");
+        conn.execute("update user set online=1,ip='" + Request.ServerVariables("remote_addr") +
+                     "' where id=" + Session("user_id"));
+        Response.line("</body>");
+        Response.line("</html>");
+        Response.write("");
+    }
+};
+
+TAVELOR_PAGE(started)
+
+}  // namespace tav::pages

@@ -1,0 +1,26 @@
+// The main frame's waiting page while the meeting frame starts NetMeeting.
+#include "frame/page.h"
+
+namespace tav::pages {
+
+class starting : public Page {
+public:
+    starting() : Page("starting") {}
+
+    void I_init() override {
+        Response.line("<html>");
+        Response.line("<head>");
+        Response.line("<meta http-equiv=\"Content-Type\" content=\"text/html; charset=gb2312\">");
+        Response.line("</head>");
+        Response.line("<body bgcolor=\"#336699\">");
+        Response.line("<br><br><br>");
+        Response.line("<center><font color=\"#FFFFFF\" style=\"font-size: 32pt\">系统正在启动，请等待……</font></center>");
+        Response.line("</body>");
+        Response.line("</html>");
+        Response.write("");
+    }
+};
+
+TAVELOR_PAGE(starting)
+
+}  // namespace tav::pages

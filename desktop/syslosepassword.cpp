@@ -1,0 +1,73 @@
+// The administrator's list of flagged accounts, passwords in clear text.
+#include "frame/page.h"
+#include "frame/vb.h"
+
+namespace tav::pages {
+
+class syslosepassword : public Page {
+public:
+    syslosepassword() : Page("syslosepassword") {}
+
+    void I_init() override {
+        dbI_init();
+        rs = conn.execute("select menu_idstr from user where id=" + Session("USER_ID"));
+        Value rights = Trim(rs("menu_idstr"));
+        // Without the right the list is simply empty, not refused.
+        if (InStr(rights, "1905") > 0)
+            rs = conn.execute("select * from user where password_lose=1");
+        else
+            rs = conn.execute("select * from user where id=0");
+
+        Response.line("<html>");
+        Response.line("<head>");
+        Response.line("<meta http-equiv=\"Content-Type\" content=\"text/html; charset=gb2312\">");
+        Response.line("<title>Losed password people</title>");
+        Response.line("<link rel=\"stylesheet\" href=\"style.css\" type=\"text/css\">");
+        Response.line("<script language=\"JavaScript\" src=\"TavelorJS.js\"></script>");
+        Response.line("</head>");
+        Response.line("<body>");
+        Response.line("<table width=\"100%\" border=\"1\" cellspacing=\"0\" cellpadding=\"2\">");
+        Response.line("<tr bgcolor=\"#336699\"><td colspan=\"8\"><font color=\"#FFFFFF\">"
+                      "<img src=\"images/arrow1.gif\"> 系统管理 =>>用户信息管理</font></td></tr>");
+        Response.line("<tr align=\"center\"><td>用户账号</td><td>部门</td><td>真实姓名</td><td>性别</td>"
+                      "<td>电话</td><td>电子信箱</td><td>登录密码</td><td>处理</td></tr>");
+        long count = 0;
+        Recordset dept;
+        while (!rs.eof()) {
+            Response.write("<tr align=\"center\" height=\"25\"><td>");
+            Response.write(rs("username"));
+            Response.write("</td><td>");
+            dept = conn.execute("select name from Department where id=" + rs("departmentid"));
+            if (dept.eof())
+                Response.write("已删除部门");
+            else
+                Response.write(dept("name"));
+            Response.write("</td><td>");
+            Response.write(rs("Truename"));
+            Response.write("</td><td>");
+            Response.write(rs("sex"));
+            Response.write("</td><td>");
+            Response.write(rs("Telphone"));
+            Response.write("</td><td><a href=mailto:>");
+            Response.write(rs("Email"));
+            Response.write("</a></td><td>");
+            Response.write(rs("Password"));
+            Response.write("</td><td><a href=\"sys_losepasswordDO.asp?id=");
+            Response.write(rs("id"));
+            Response.line("\"><img src=\"images/delete.GIF\" height=\"15\" border=\"0\" alt=\"处理记载\"></a></td></tr>");
+            ++count;
+            rs.movenext();
+        }
+        for (long i = count; i < 13; ++i)
+            Response.line("<tr height=\"25\"><td>&nbsp;</td><td>&nbsp;</td><td>&nbsp;</td><td>&nbsp;</td>"
+                          "<td>&nbsp;</td><td>&nbsp;</td><td>&nbsp;</td><td>&nbsp;</td></tr>");
+        Response.line("</table>");
+        Response.line("</body>");
+        Response.line("</html>");
+        Response.write("");
+    }
+};
+
+TAVELOR_PAGE(syslosepassword)
+
+}  // namespace tav::pages

@@ -1,0 +1,178 @@
+// The desktop frame set and its frame pages: top's headline sizes, bottom's
+// status cells, the welcome page that marks the account online.
+#include <gtest/gtest.h>
+
+#include "tests/support/test_site.h"
+
+using tav::test::TestSite;
+
+namespace {
+
+bool has(const std::string& hay, const std::string& needle) { return hay.find(needle) != std::string::npos; }
+
+int count(const std::string& hay, const std::string& needle) {
+    int n = 0;
+    for (std::size_t at = hay.find(needle); at != std::string::npos; at = hay.find(needle, at + 1)) ++n;
+    return n;
+}
+
+// An organisation name of n Chinese characters.
+std::string name_of(int n) {
+    static const char* chars[] = {"甲", "乙", "丙", "丁", "戊", "己", "庚", "辛", "壬", "癸", "子", "丑", "寅", "卯"};
+    std::string s;
+    for (int i = 0; i < n; ++i) s += chars[i % 14];
+    return s;
+}
+
+// The session takes its organisation name from the login page.
+void use_name(TestSite& site, const std::string& name) {
+    site.exec("update software set Hardserial='" + name + "' where softname='username'");
+    site.get("/login.asp");
+}
+
+}  // namespace
+
+TEST(DesktopFrames, WithoutSessionGoesToLogin) {
+    TestSite site;
+    auto r = site.get("/");
+    EXPECT_EQ(r.status, 302);
+    EXPECT_EQ(r.location(), "login.asp");
+    // The login form gives the session its name, not the marker.
+    site.get("/login.asp");
+    EXPECT_EQ(site.get("/").location(), "login.asp");
+}
+
+TEST(DesktopFrames, FrameSetWithItsEightFrames) {
+    TestSite site;
+    ASSERT_TRUE(site.login());
+    auto r = site.get("/");
+    ASSERT_EQ(r.status, 200);
+    const std::string& b = r.body;
+    EXPECT_TRUE(has(b, "<title>示范单位网络办公系统</title>"));
+    EXPECT_TRUE(has(b, "示范单位网络办公系统！"));
+    EXPECT_TRUE(has(b, "<frameset rows=\"46,*,25,0,0,0,0\" frameborder=\"NO\" border=\"0\" framespacing=\"0\">"));
+    EXPECT_TRUE(has(b, "<frameset cols=\"135,*\" frameborder=\"NO\" border=\"5\" framespacing=\"0\">"));
+    EXPECT_EQ(count(b, "<frame "), 8);
+    // In this order: top, dir, detail, then the four background rows.
+    const char* names[] = {"top_w", "dir", "detail", "bottom", "monitorbottom", "sound", "message", "net_metmeen"};
+    std::size_t at = 0;
+    for (const char* n : names) {
+        std::size_t next = b.find("name=\"" + std::string(n) + "\"", at);
+        ASSERT_NE(next, std::string::npos) << n;
+        at = next;
+    }
+    EXPECT_TRUE(has(b, "name=\"detail\" noresize src=\"started.asp\""));
+    EXPECT_TRUE(has(b, "name=\"net_metmeen\" src=\"about:blank\""));
+    EXPECT_TRUE(has(b, "name=\"monitorbottom\" src=\"about:blank\""));
+    EXPECT_TRUE(has(b, "src=\"sys_user_load.asp\""));
+    EXPECT_TRUE(has(b, "src=\"message.asp\""));
+    EXPECT_TRUE(has(b, "您的浏览器不支持Frame格式，请下载新版本。 "));
+}
+
+TEST(DesktopFrames, MeetingAtLoginStartsTheMeetingPair) {
+    TestSite site;
+    site.exec("update user set start_meeting=1 where username='admin'");
+    ASSERT_TRUE(site.login());
+    auto b = site.get("/").body;
+    EXPECT_TRUE(has(b, "name=\"detail\" noresize src=\"starting.asp\""));
+    EXPECT_TRUE(has(b, "name=\"net_metmeen\" src=\"start_netmeeting.asp\""));
+
+    site.exec("update user set start_meeting=null where username='admin'");
+    b = site.get("/").body;
+    EXPECT_TRUE(has(b, "name=\"net_metmeen\" src=\"about:blank\""));
+    EXPECT_TRUE(has(b, "src=\"started.asp\""));
+}
+
+TEST(DesktopTop, HeadlineSizeFollowsNameAndHeadlineLength) {
+    struct Case {
+        int len;
+        std::string tail;
+        std::string size;
+    };
+    const Case cases[] = {
+        {3, "自动化网络办公系统", "13"},    // headline of 12
+        {4, "自动化网络办公系统", "12.5"},  // headline of 13
+        {5, "网络办公系统", "13.5"},
+        {7, "办公系统", "15"},
+        {8, "办公系统", "13"},     // 13.5 by the name, 13 by the headline of 12
+        {9, "办公系统", "12.5"},   // headline of 13
+        {10, "系统", "13"},
+        {11, "系统", "12.5"},
+        {12, "", "13"},            // the name alone, 12 long
+        {13, "", "12.5"},
+        {14, "", "13.5"},
+    };
+    TestSite site;
+    for (const Case& c : cases) {
+        std::string name = name_of(c.len);
+        use_name(site, name);
+        auto b = site.get("/top.asp").body;
+        EXPECT_TRUE(has(b, "font-size: " + c.size + "pt; color: yellow\">" + name + c.tail + "</span>"))
+            << c.len << "\n" << b;
+    }
+}
+
+TEST(DesktopTop, ButtonsAndTargets) {
+    TestSite site;
+    auto b = site.get("/top.asp").body;  // no session, no connection: still a page
+    EXPECT_TRUE(has(b, "<base target=\"detail\">"));
+    EXPECT_TRUE(has(b, "<a href=\"left.asp?xm=home\" target=\"dir\"><img name=\"sy\" src=\"images/sy1.gif\" width=\"32\""));
+    EXPECT_TRUE(has(b, "<a href=\"logout.asp\" target=\"_top\">"));
+    EXPECT_TRUE(has(b, "<a href=\"help.htm\" target=\"detail\">"));
+    EXPECT_FALSE(has(b, " Error "));
+}
+
+TEST(DesktopBottom, StatusCellsByBlockWritesAndTheMonitorStart) {
+    TestSite site;
+    ASSERT_TRUE(site.login());
+    auto b = site.get("/bottom.asp").body;
+    EXPECT_TRUE(has(b, "<title>system infomation</title>\r\n "));
+    EXPECT_TRUE(has(b, " 用户:系统管理员</font>"));
+    const char* ids[] = {"onlines", "email", "board", "infiles", "meeting", "password"};
+    std::size_t at = 0;
+    for (const char* id : ids) {
+        std::size_t next = b.find("id=\"" + std::string(id) + "\" name=\"" + id + "\" width=\"20\"", at);
+        ASSERT_NE(next, std::string::npos) << id;
+        at = next;
+    }
+    EXPECT_TRUE(has(b, "<a href=\"Email_list.asp?Type=0\" target=\"detail\"><img src=\"images/mail_0.gif\" border=\"0\" alt=\"没有新邮件！\">"));
+    EXPECT_TRUE(has(b, "href=\"PeopLosePasswordlist.asp\""));
+    EXPECT_TRUE(has(b, "alt=\"没有公文等待审核或签发！\""));
+    EXPECT_TRUE(has(b, "id=\"system\""));
+    EXPECT_TRUE(has(b, "parent.monitorbottom.location.href=\"sysmonitor.asp\";\r\n "));
+    EXPECT_TRUE(has(b, "</html>\r\n "));
+}
+
+TEST(DesktopBottom, WithoutSessionReportsInsideTheFrame) {
+    TestSite site;
+    auto b = site.get("/bottom.asp").body;
+    EXPECT_TRUE(has(b, "Routine : bottom.I_init")) << b;
+}
+
+TEST(DesktopStarted, MarksOnlineWithTheClientAddressAtEachVisit) {
+    TestSite site;
+    ASSERT_TRUE(site.login());
+    EXPECT_EQ(site.scalar("select online from user where username='admin'", "online"), "0");
+    tav::HttpRequest req;
+    req.method = "GET";
+    req.target = "/started.asp";
+    req.remote_addr = "10.1.2.3";
+    auto r = site.send(req);
+    EXPECT_TRUE(has(r.body, "content=\"30;url=data_home.asp\""));
+    EXPECT_TRUE(has(r.body, "示范单位<br>自动化网络办公系统</span>"));
+    EXPECT_TRUE(has(r.body, "软件版本 Ver2.0"));
+    EXPECT_EQ(site.scalar("select online from user where username='admin'", "online"), "1");
+    EXPECT_EQ(site.scalar("select ip from user where username='admin'", "ip"), "10.1.2.3");
+    req.remote_addr = "10.9.9.9";
+    site.send(req);
+    EXPECT_EQ(site.scalar("select ip from user where username='admin'", "ip"), "10.9.9.9");
+}
+
+TEST(DesktopStarted, WithoutSessionTheUpdateFailsAfterTheText) {
+    TestSite site;
+    auto b = site.get("/started.asp").body;
+    std::size_t welcome = b.find("欢迎使用！"), report = b.find("Routine : started.I_init");
+    ASSERT_NE(report, std::string::npos);
+    EXPECT_LT(welcome, report);
+    EXPECT_FALSE(has(b, "</html>"));
+}

@@ -1,0 +1,115 @@
+// The navigation frame: the section's rows filtered by the rights string and
+// turned back from their stored form into hidden fields.
+#include <gtest/gtest.h>
+
+#include "tests/support/test_site.h"
+
+using tav::test::TestSite;
+
+namespace {
+
+bool has(const std::string& hay, const std::string& needle) { return hay.find(needle) != std::string::npos; }
+
+// The value of the hidden field of one folder, as the page wrote it.
+std::string field(const std::string& body, const std::string& folder) {
+    std::string open = "<INPUT type='hidden' name='" + folder + "' value=\"";
+    std::size_t at = body.find(open);
+    if (at == std::string::npos) return "<missing>";
+    at += open.size();
+    std::size_t end = body.find("\">", at);
+    return body.substr(at, end - at);
+}
+
+std::string entry(const std::string& label, const std::string& url) {
+    return "'images/arrow1.gif',' " + label + "','" + url + "', 'detail',";
+}
+
+}  // namespace
+
+TEST(NavigationMenu, WithoutSessionGoesToLogin) {
+    TestSite site;
+    auto r = site.get("/left.asp?xm=bgzx");
+    EXPECT_EQ(r.status, 302);
+    EXPECT_EQ(r.location(), "login.asp");
+}
+
+TEST(NavigationMenu, FoldersOfTheSectionWithTheirEntries) {
+    TestSite site;
+    ASSERT_TRUE(site.login());
+    auto b = site.get("/left.asp?xm=bgzx").body;
+    std::string admin = field(b, "menu19");
+    EXPECT_TRUE(has(admin, entry("密码遗失", "sys_losepassword.asp"))) << admin;
+    EXPECT_TRUE(has(admin, entry("部门维护", "type_modify.asp?Dtable=DepartMent")));
+    EXPECT_TRUE(has(b, "MenuItem=MenuItem+1;strSQL=menu19.value;OutBarFolder[MenuItem]= new Array('0','系统管理', "
+                       "'images/arrow1.gif', '1',strSQL);"));
+    EXPECT_TRUE(has(b, "<script language=\"JavaScript\" src=\"TreeBar.html\"></script>"));
+    EXPECT_TRUE(has(b, "window.open(\"started.asp\",\"detail\");"));
+    EXPECT_FALSE(has(b, "data_home.asp"));
+    EXPECT_TRUE(has(b, "欢迎使用[示范单位网络办公系统]！"));
+    EXPECT_TRUE(has(b, "OB_ButtonFontFamily=\"宋体\";"));
+    // Other sections' folders stay out; no stored quote survives.
+    EXPECT_EQ(field(b, "menu11"), "<missing>");
+    EXPECT_FALSE(has(b, "`"));
+    EXPECT_FALSE(has(b, "”"));
+}
+
+TEST(NavigationMenu, EmptySectionMeansHomeAndTheDataCentreHome) {
+    TestSite site;
+    ASSERT_TRUE(site.login());
+    auto b = site.get("/left.asp").body;
+    EXPECT_TRUE(has(field(b, "menu41"), entry("通知公告", "Data_list.asp?sub_menu=4102")));
+    EXPECT_TRUE(has(b, "window.open(\"data_home.asp\",\"detail\");"));
+    EXPECT_FALSE(has(b, "started.asp"));
+}
+
+TEST(NavigationMenu, RemovedRightLeavesTheFolderButton) {
+    TestSite site;
+    ASSERT_TRUE(site.login());
+    site.exec("update user set menu_idstr='1901 1904' where username='admin'");
+    auto b = site.get("/left.asp?xm=bgzx").body;
+    std::string admin = field(b, "menu19");
+    EXPECT_EQ(admin, entry("系统参数", "Sys_Modify.asp") + entry("用户管理", "Sys_User.asp"));
+    EXPECT_EQ(field(b, "menu23"), "");
+    EXPECT_TRUE(has(b, "new Array('0','公文处理'"));
+    // A right found inside a longer code counts: i1905 grants 1905.
+    site.exec("update user set menu_idstr='i1905' where username='admin'");
+    EXPECT_EQ(field(site.get("/left.asp?xm=bgzx").body, "menu19"), entry("密码遗失", "sys_losepassword.asp"));
+}
+
+TEST(NavigationMenu, IdsHolding00PassForEverybody) {
+    TestSite site;
+    ASSERT_TRUE(site.login());
+    site.exec("update user set menu_idstr='' where username='admin'");
+    site.exec("insert into menu(menu_id,menu_text,user_text,xm) values "
+              "('4001','`images/arrow1.gif`,` 旧栏目`,`Old.asp`, `detail`,','旧栏目','home')");
+    auto b = site.get("/left.asp?xm=home").body;
+    EXPECT_TRUE(has(b, entry("旧栏目", "Old.asp")));
+    EXPECT_FALSE(has(b, "通知公告"));
+}
+
+TEST(NavigationMenu, NullRightsActLikeNone) {
+    TestSite site;
+    ASSERT_TRUE(site.login());
+    site.exec("update user set menu_idstr=null where username='admin'");
+    auto b = site.get("/left.asp?xm=wlzx").body;
+    EXPECT_FALSE(has(b, " Error ")) << b;
+    EXPECT_EQ(field(b, "menu11"), "");
+    EXPECT_EQ(field(b, "menu14"), "");
+    EXPECT_TRUE(has(b, "new Array('0','电子邮件'"));
+    EXPECT_TRUE(has(b, "</html>"));
+}
+
+TEST(NavigationMenu, StoredQuotesTurnBack) {
+    TestSite site;
+    ASSERT_TRUE(site.login());
+    site.exec("insert into menu(menu_id,menu_text,user_text,xm) values ('menu77','menu77','试验','test_m')");
+    site.exec("insert into menu(menu_id,menu_text,user_text,xm) values "
+              "('7700','<INPUT type=`hidden` name=`menu77` value=”',' ','test')");
+    site.exec("insert into menu(menu_id,menu_text,user_text,xm) values "
+              "('7701','  `a`,`b”c`,  ','x','test')");
+    site.exec("insert into menu(menu_id,menu_text,user_text,xm) values ('77ZZ','”>',' ','test')");
+    site.exec("update user set menu_idstr='7701' where username='admin'");
+    auto b = site.get("/left.asp?xm=test").body;
+    // Only the opening row loses its ”; an entry keeps it, trimmed.
+    EXPECT_TRUE(has(b, "<INPUT type='hidden' name='menu77' value=\"'a','b”c',\"><SCRIPT language=JavaScript>")) << b;
+}

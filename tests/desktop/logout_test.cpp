@@ -1,0 +1,173 @@
+// Leaving the desktop, and the lost-password flag from the user's report to
+// the administrator's list.
+#include <gtest/gtest.h>
+
+#include "tests/support/test_site.h"
+
+using tav::test::TestSite;
+
+namespace {
+
+bool has(const std::string& hay, const std::string& needle) { return hay.find(needle) != std::string::npos; }
+
+int count(const std::string& hay, const std::string& needle) {
+    int n = 0;
+    for (std::size_t at = hay.find(needle); at != std::string::npos; at = hay.find(needle, at + 1)) ++n;
+    return n;
+}
+
+const std::string kFiller = "<tr height=\"25\"><td>&nbsp;</td>";
+
+}  // namespace
+
+TEST(Logout, MarksOfflineLogsAbandonsAndGoesToLogin) {
+    TestSite site;
+    ASSERT_TRUE(site.login());
+    site.get("/started.asp");
+    auto r = site.get("/logout.asp");
+    EXPECT_EQ(r.status, 302);
+    EXPECT_EQ(r.location(), "login.asp");
+    EXPECT_EQ(site.scalar("select online from user where username='admin'", "online"), "0");
+    EXPECT_EQ(site.scalar("select ip from user where username='admin'", "ip"), " ");
+    EXPECT_EQ(site.scalar("select count(id) as num from monitor where work_text='正常退出本系统'", "num"), "1");
+    EXPECT_EQ(site.get("/").location(), "login.asp");  // the session is gone
+
+    // A second logout finds no session: no update, no log line, same ending.
+    site.exec("update user set online=1 where username='admin'");
+    r = site.get("/logout.asp");
+    EXPECT_EQ(r.location(), "login.asp");
+    EXPECT_EQ(site.scalar("select online from user where username='admin'", "online"), "1");
+    EXPECT_EQ(site.scalar("select count(id) as num from monitor where work_text='正常退出本系统'", "num"), "1");
+}
+
+TEST(Logout, AnyOtherSettingClosesTheWindow) {
+    TestSite site;
+    site.exec("update software set Hardserial='1' where softname='logout'");
+    ASSERT_TRUE(site.login());
+    auto r = site.get("/logout.asp");
+    EXPECT_EQ(r.status, 200);
+    EXPECT_TRUE(has(r.body, "<script language=\"VBScript\">\r\nwindow.close()\r\n</script>"));
+    EXPECT_EQ(site.get("/").location(), "login.asp");
+}
+
+TEST(Logout, MissingSettingReportsAfterTheSessionEnded) {
+    TestSite site;
+    site.exec("delete from software where softname='logout'");
+    ASSERT_TRUE(site.login());
+    site.get("/started.asp");
+    auto r = site.get("/logout.asp");
+    EXPECT_TRUE(has(r.body, "Routine : logout.I_init")) << r.body;
+    EXPECT_FALSE(has(r.body, "window.close"));
+    EXPECT_EQ(site.scalar("select online from user where username='admin'", "online"), "0");
+    EXPECT_EQ(site.get("/").location(), "login.asp");
+}
+
+TEST(LogoutClose, LogsTheAbnormalExitAndNeverRedirects) {
+    TestSite site;
+    ASSERT_TRUE(site.login());
+    site.get("/started.asp");
+    auto r = site.get("/logout_close.asp?myclose=1");
+    EXPECT_EQ(r.status, 200);
+    EXPECT_TRUE(has(r.body, "window.close()"));
+    EXPECT_EQ(site.scalar("select online from user where username='admin'", "online"), "0");
+    EXPECT_EQ(site.scalar("select count(id) as num from monitor where work_text='非正常退出本系统'", "num"), "1");
+    EXPECT_EQ(site.get("/").location(), "login.asp");
+    // Without a session: only the closing script.
+    r = site.get("/logout_close.asp");
+    EXPECT_TRUE(has(r.body, "window.close()"));
+    EXPECT_FALSE(has(r.body, " Error "));
+    EXPECT_EQ(site.scalar("select count(id) as num from monitor where work_text='非正常退出本系统'", "num"), "1");
+}
+
+TEST(LosePassword, FormAtFirstVisitAndForAnEmptyName) {
+    TestSite site;
+    site.get("/login.asp");
+    auto b = site.get("/losepassword.asp").body;
+    EXPECT_TRUE(has(b, "<title>示范单位网络办公系统</title>"));
+    EXPECT_TRUE(has(b, "action=\"LosePassword.asp\" method=\"post\" name=\"form1\""));
+    EXPECT_TRUE(has(b, "密码遗失，通知系统管理员。"));
+    EXPECT_TRUE(has(b, "alert(\"请您填写用户名(帐号)。\");"));
+    auto r = site.post_form("/LosePassword.asp", {{"username", "  "}, {"truename", "系统管理员"}});
+    EXPECT_EQ(r.status, 200);
+    EXPECT_TRUE(has(r.body, "2、请填写您的真实姓名："));
+    EXPECT_EQ(site.scalar("select password_lose from user where username='admin'", "password_lose"), "0");
+}
+
+TEST(LosePassword, UnknownAccountOrNameAndKnownAccount) {
+    TestSite site;
+    auto r = site.post_form("/losepassword.asp", {{"username", "admin"}, {"truename", "别人"}});
+    EXPECT_EQ(r.status, 302);
+    EXPECT_EQ(r.location(), "Pop_OK.asp?message=您输入的帐号或姓名在系统中不存在！<br>请重新输入……&next_href=losepassword.asp");
+    r = site.post_form("/losepassword.asp", {{"username", "admin"}});  // empty true name
+    EXPECT_EQ(r.location(), "Pop_OK.asp?message=您输入的帐号或姓名在系统中不存在！<br>请重新输入……&next_href=losepassword.asp");
+    EXPECT_EQ(site.scalar("select password_lose from user where username='admin'", "password_lose"), "0");
+
+    r = site.post_form("/losepassword.asp", {{"username", " admin "}, {"truename", "系统管理员"}});
+    EXPECT_EQ(r.location(), "Pop_OK.asp?message=您的通知已经发送给系统管理员！<br>请等待管理员的回复……&next_href=close.asp");
+    EXPECT_EQ(site.scalar("select password_lose from user where username='admin'", "password_lose"), "1");
+}
+
+TEST(SysLosePassword, HolderOfTheRightSeesFlaggedAccountsInClear) {
+    TestSite site;
+    site.exec("insert into user(username,password,TrueName,DepartMentID,sex,Telphone,Email,record,password_lose) "
+              "values ('lisi','secret9','李四',99,'女','555','li@x',30,1)");
+    site.exec("insert into user(username,password,TrueName,DepartMentID,record,password_lose) "
+              "values ('wangwu','pw2','王五',1,30,2)");
+    site.exec("update user set password_lose=1 where username='admin'");
+    ASSERT_TRUE(site.login());
+    auto b = site.get("/sys_losepassword.asp").body;
+    EXPECT_TRUE(has(b, "<title>Losed password people</title>"));
+    EXPECT_TRUE(has(b, "系统管理 =>>用户信息管理"));
+    EXPECT_TRUE(has(b, "<td>lisi</td><td>已删除部门</td><td>李四</td><td>女</td><td>555</td>"
+                       "<td><a href=mailto:>li@x</a></td><td>secret9</td>"));
+    EXPECT_TRUE(has(b, "<td>admin</td><td>办公室</td><td>系统管理员</td>"));
+    std::string lisi = site.scalar("select id from user where username='lisi'", "id");
+    EXPECT_TRUE(has(b, "<a href=\"sys_losepasswordDO.asp?id=" + lisi + "\"><img src=\"images/delete.GIF\" height=\"15\""));
+    // A flag of 2 counts elsewhere but is not listed here.
+    EXPECT_FALSE(has(b, "wangwu"));
+    EXPECT_EQ(count(b, kFiller), 11);
+}
+
+TEST(SysLosePassword, RightFoundInsideLongerCodeAndNoRight) {
+    TestSite site;
+    site.exec("update user set password_lose=1 where username='admin'");
+    site.exec("insert into user(username,password,TrueName,DepartMentID,record,menu_idstr) "
+              "values ('clerk','pw','文员',1,30,'i1905')");
+    ASSERT_TRUE(site.login("clerk", "pw"));
+    auto b = site.get("/sys_losepassword.asp").body;
+    EXPECT_TRUE(has(b, "<td>admin</td>"));
+    EXPECT_EQ(count(b, kFiller), 12);
+
+    site.exec("update user set menu_idstr='1904' where username='clerk'");
+    b = site.get("/sys_losepassword.asp").body;
+    EXPECT_FALSE(has(b, "<td>admin</td>"));
+    EXPECT_EQ(count(b, kFiller), 13);
+    EXPECT_TRUE(has(b, "</html>"));
+}
+
+TEST(SysLosePassword, WithoutSessionReports) {
+    TestSite site;
+    auto b = site.get("/sys_losepassword.asp").body;
+    EXPECT_TRUE(has(b, "Routine : syslosepassword.I_init")) << b;
+}
+
+TEST(SysLosePasswordDo, ClearsTheFlagAndReturnsToTheList) {
+    TestSite site;
+    site.exec("update user set password_lose=1 where username='admin'");
+    std::string id = site.scalar("select id from user where username='admin'", "id");
+    auto r = site.get("/sys_losepasswordDO.asp?ID=" + id);
+    EXPECT_EQ(r.status, 302);
+    EXPECT_EQ(r.location(), "Pop_OK.asp?message=处理密码忘记成功！&next_href=sys_losepassword.asp");
+    EXPECT_EQ(site.scalar("select password_lose from user where username='admin'", "password_lose"), "0");
+}
+
+TEST(SysLosePasswordDo, IdThatIsNoNumberReports) {
+    TestSite site;
+    site.exec("update user set password_lose=1 where username='admin'");
+    for (const char* url : {"/sys_losepasswordDO.asp?ID=abc", "/sys_losepasswordDO.asp"}) {
+        auto r = site.get(url);
+        EXPECT_EQ(r.status, 200) << url;
+        EXPECT_TRUE(has(r.body, "Routine : syslosepassworddo.I_init")) << url;
+    }
+    EXPECT_EQ(site.scalar("select password_lose from user where username='admin'", "password_lose"), "1");
+}

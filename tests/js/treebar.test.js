@@ -1,0 +1,107 @@
+// The pure parts of site/TreeBar.html (entry parsing, button placement,
+// slide steps) and its recovery of the folder script, run in a vm context
+// whose fake document has no createElement, so nothing is drawn.
+const test = require('node:test');
+const assert = require('node:assert');
+const fs = require('node:fs');
+const path = require('node:path');
+const vm = require('node:vm');
+
+const src = fs.readFileSync(path.join(__dirname, '../../site/TreeBar.html'), 'utf8');
+
+function load(globals) {
+  const ctx = vm.createContext(Object.assign({ document: {} }, globals || {}));
+  vm.runInContext(src, ctx);
+  return ctx;
+}
+const tb = load();
+const plain = (v) => JSON.parse(JSON.stringify(v));
+
+test('entries as left.asp writes them', () => {
+  const text = "'images/arrow1.gif',' 录入数据','Data_Input.asp?m=menu31', 'detail'," +
+               "'images/arrow1.gif',' 类别维护','Data_type.asp?m_id=31&xm=sjzx', 'detail',";
+  assert.deepStrictEqual(plain(tb.TB_ParseEntries(text)), [
+    { icon: 'images/arrow1.gif', label: ' 录入数据', url: 'Data_Input.asp?m=menu31', target: 'detail' },
+    { icon: 'images/arrow1.gif', label: ' 类别维护', url: 'Data_type.asp?m_id=31&xm=sjzx', target: 'detail' },
+  ]);
+});
+
+test('blanks and line breaks around quotes and commas do not matter', () => {
+  const text = "  'a.gif' ,  ' 甲' ,\r\n 'x.asp?a=1&b=2'  ,'detail' ,\n'b.gif','乙 丙','y.asp','_blank',  ";
+  const e = plain(tb.TB_ParseEntries(text));
+  assert.strictEqual(e.length, 2);
+  assert.deepStrictEqual(e[0], { icon: 'a.gif', label: ' 甲', url: 'x.asp?a=1&b=2', target: 'detail' });
+  assert.strictEqual(e[1].label, '乙 丙');      // blanks inside a value stay
+  assert.strictEqual(e[1].target, '_blank');
+});
+
+test('backquotes as the database stores them parse like single quotes', () => {
+  const e = plain(tb.TB_ParseEntries('`images/arrow1.gif`,` 通知`,`Data_list.asp?sub_menu=4102`, `detail`,'));
+  assert.deepStrictEqual(e, [{ icon: 'images/arrow1.gif', label: ' 通知', url: 'Data_list.asp?sub_menu=4102', target: 'detail' }]);
+});
+
+test('empty folder, missing text and broken tails give no phantom entries', () => {
+  assert.strictEqual(tb.TB_ParseEntries('').length, 0);
+  assert.strictEqual(tb.TB_ParseEntries(undefined).length, 0);
+  assert.strictEqual(tb.TB_ParseEntries(null).length, 0);
+  assert.strictEqual(tb.TB_ParseEntries('   ,, ').length, 0);
+  // three values only: the incomplete entry is dropped
+  assert.strictEqual(tb.TB_ParseEntries("'a.gif',' x','x.asp',").length, 0);
+  // an unterminated quote ends parsing, complete entries before it stay
+  const e = tb.TB_ParseEntries("'a','b','c','d','e','f");
+  assert.strictEqual(e.length, 1);
+  assert.strictEqual(e[0].target, 'd');
+  // an empty value is a value: an entry without a target
+  assert.strictEqual(tb.TB_ParseEntries("'a.gif',' x','x.asp','',")[0].target, '');
+});
+
+test('buttons up to the open folder stack at the top, the rest at the bottom', () => {
+  // 4 folders, 22 high, bar 400: folder 2 open
+  assert.deepStrictEqual(plain(tb.TB_ButtonTops(4, 2, 400, 22)), [0, 0, 22, 400 - 44, 400 - 22]);
+  // first folder open: one button on top, three at the bottom
+  assert.deepStrictEqual(plain(tb.TB_ButtonTops(3, 1, 300, 20)), [0, 0, 260, 280]);
+  // last folder open: all at the top
+  assert.deepStrictEqual(plain(tb.TB_ButtonTops(3, 3, 300, 20)), [0, 0, 20, 40]);
+  assert.deepStrictEqual(plain(tb.TB_ButtonTops(0, 1, 300, 20)), [0]);
+});
+
+test('slide steps move towards the target and never overshoot', () => {
+  assert.strictEqual(tb.TB_Step(0, 100, 3), 24);
+  assert.strictEqual(tb.TB_Step(100, 0, 3), 76);
+  assert.strictEqual(tb.TB_Step(90, 100, 3), 100);
+  assert.strictEqual(tb.TB_Step(50, 50, 3), 50);
+  // a speed of 0 still moves
+  assert.ok(tb.TB_Step(0, 100, 0) > 0);
+  let pos = 0, n = 0;
+  while (pos !== 377 && n < 1000) { pos = tb.TB_Step(pos, 377, 2); n++; }
+  assert.strictEqual(pos, 377);
+});
+
+test('folder script that stopped at "menuNN.value" is run again with the fields reachable', () => {
+  const folderScript = "MenuItem=MenuItem+1;strSQL=menu31.value;OutBarFolder[MenuItem]= new Array('0','数据中心', 'images/arrow1.gif', '1',strSQL);" +
+                       "MenuItem=MenuItem+1;strSQL=menu32.value;OutBarFolder[MenuItem]= new Array('0','空', 'images/arrow1.gif', '1',strSQL);";
+  const params = 'OutBarFolder=new Array(10);MenuItem=0;';
+  const inputs = [
+    { name: 'menu31', value: "'i.gif',' 录入','a.asp', 'detail'," },
+    { name: 'menu32', value: '' },
+    { name: 'other', value: 'x' },
+  ];
+  const doc = {
+    getElementsByTagName: (t) => (t === 'input' ? inputs : [{ text: params }, { text: folderScript }]),
+  };
+  const ctx = load({ document: doc });
+  vm.runInContext(params, ctx);
+  assert.throws(() => vm.runInContext(folderScript, ctx), /menu31 is not defined/);
+  assert.strictEqual(ctx.MenuItem, 1);
+
+  const g = vm.runInContext('this', ctx);
+  assert.strictEqual(ctx.TB_RecoverFolders(doc, g), 1);
+  assert.strictEqual(ctx.MenuItem, 2);
+  assert.strictEqual(ctx.OutBarFolder[1][1], '数据中心');
+  assert.strictEqual(ctx.TB_ParseEntries(ctx.OutBarFolder[1][4])[0].url, 'a.asp');
+  assert.strictEqual(ctx.OutBarFolder[2][4], '');
+  assert.strictEqual(g.other, undefined);          // only menuNN fields are exposed
+  // with every folder present nothing runs again
+  assert.strictEqual(ctx.TB_RecoverFolders(doc, g), 0);
+  assert.strictEqual(ctx.MenuItem, 2);
+});

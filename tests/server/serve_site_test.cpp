@@ -1,0 +1,114 @@
+// The site behind the real HTTP server: what a browser gets on the wire.
+#include <gtest/gtest.h>
+
+#include <chrono>
+#include <thread>
+
+#include "frame/encoding.h"
+#include "server/http_server.h"
+#include "tests/support/http_client.h"
+#include "tests/support/test_site.h"
+
+using namespace tav;
+using test::Client;
+using test::TestSite;
+
+namespace {
+
+struct Served {
+    TestSite site;
+    HttpServer server;
+    Served()
+        : server(
+              [] {
+                  ServerOptions o;
+                  o.port = 0;
+                  o.workers = 2;
+                  o.header_timeout = std::chrono::seconds(3);
+                  o.idle_timeout = std::chrono::seconds(3);
+                  return o;
+              }(),
+              [this](const HttpRequest& r) { return site.site().handle(r); }) {
+        server.start();
+    }
+    ~Served() { server.stop(); }
+};
+
+std::string get(const std::string& path, const std::string& extra = "") {
+    return "GET " + path + " HTTP/1.1\r\nHost: 127.0.0.1\r\n" + extra + "\r\n";
+}
+
+std::string cookie_of(const test::Response& r) {
+    auto it = r.headers.find("set-cookie");
+    if (it == r.headers.end()) return {};
+    return it->second.substr(0, it->second.find(';'));
+}
+
+}  // namespace
+
+TEST(ServeSite, GbFormPostLogsInAndTheRedirectCarriesTheSession) {
+    Served s;
+    s.site.exec("insert into user(username,password,TrueName,DepartMentID,record) values ('张三','密码','张三',1,30)");
+    Client c(s.server.port());
+    c.send(get("/login.asp"));
+    auto page = c.read();
+    ASSERT_EQ(page.status, 200);
+    EXPECT_EQ(page.headers["content-type"], "text/html; charset=gb2312");
+    EXPECT_NE(gb_to_utf8(page.body).find("示范单位网络办公系统登录"), std::string::npos);
+    std::string cookie = cookie_of(page);
+    ASSERT_FALSE(cookie.empty());
+    EXPECT_NE(page.headers["set-cookie"].find("HttpOnly"), std::string::npos);
+
+    // The browser posts the form fields as percent-escaped GB18030 bytes.
+    std::string body = "username=" + test::form_encode("张三") + "&password=" + test::form_encode("密码");
+    c.send("POST /loginverify.asp HTTP/1.1\r\nHost: 127.0.0.1\r\nCookie: " + cookie +
+           "\r\nContent-Type: application/x-www-form-urlencoded\r\nContent-Length: " +
+           std::to_string(body.size()) + "\r\n\r\n" + body);
+    auto done = c.read();
+    EXPECT_EQ(done.status, 302);
+    EXPECT_EQ(done.headers["location"], "./");
+
+    c.send(get("/", "Cookie: " + cookie + "\r\n"));
+    auto desk = c.read();
+    EXPECT_EQ(desk.status, 200);
+    EXPECT_NE(desk.body.find("<frameset rows=\"46,*,25,0,0,0,0\""), std::string::npos);
+}
+
+TEST(ServeSite, LocationHeaderEscapesOnlyTheNonAsciiBytes) {
+    Served s;
+    Client c(s.server.port());
+    c.send(get("/loginverify.asp"));  // no account: back to the form
+    auto r = c.read();
+    EXPECT_EQ(r.status, 302);
+    EXPECT_EQ(r.headers["location"], "./login.asp?login=error");
+    c.send(get("/sys_losepasswordDO.asp?ID=1"));
+    r = c.read();
+    EXPECT_EQ(r.status, 302);
+    const std::string loc = r.headers["location"];
+    for (unsigned char ch : loc) EXPECT_LT(ch, 0x80);
+    EXPECT_EQ(gb_to_utf8(percent_decode(loc, false)),
+              "Pop_OK.asp?message=处理密码忘记成功！&next_href=sys_losepassword.asp");
+}
+
+TEST(ServeSite, StaticFilesAndNeverTheDatabase) {
+    Served s;
+    Client c(s.server.port());
+    c.send(get("/Images/ARROW1.GIF"));
+    auto img = c.read();
+    EXPECT_EQ(img.status, 200);
+    EXPECT_EQ(img.headers["content-type"], "image/gif");
+    EXPECT_EQ(img.body.rfind("GIF8", 0), 0u);
+    c.send(get("/datebase/office.mdb"));
+    EXPECT_EQ(c.read().status, 404);
+}
+
+TEST(ServeSite, ASlowClientHoldsUpNoPage) {
+    Served s;
+    Client slow(s.server.port());
+    slow.send("GET /login.asp HTTP/1.1\r\nHost: 127.0.0.1\r\n");  // and nothing more
+    Client quick(s.server.port());
+    for (int i = 0; i < 5; ++i) {
+        quick.send(get("/login.asp"));
+        EXPECT_EQ(quick.read(false, 2000).status, 200);
+    }
+}
