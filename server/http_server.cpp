@@ -131,6 +131,9 @@ public:
     Session(Impl& srv, tcp::socket&& sock)
         : srv_(srv), stream_(std::move(sock)), deadline_(stream_.get_executor()) {
         error_code ec;
+        // A file answer goes out as header then body in separate writes;
+        // with Nagle the body waits for the client's delayed ACK (~40 ms).
+        stream_.socket().set_option(tcp::no_delay(true), ec);
         auto ep = stream_.socket().remote_endpoint(ec);
         if (!ec) remote_ = ep.address().to_string();
     }
