@@ -8,6 +8,7 @@
 
 #include <atomic>
 #include <csignal>
+#include <functional>
 #include <future>
 #include <mutex>
 #include <optional>
@@ -35,6 +36,10 @@ namespace {
 constexpr std::uint32_t kHeaderLimit = 64 * 1024;
 // How long a client gets to take an error answer before we hang up.
 constexpr std::chrono::seconds kErrorWriteTimeout{5};
+// After an answer that ends the connection: how long in all, and how much, we
+// read and drop before hanging up.
+constexpr std::chrono::seconds kDrainTimeout{2};
+constexpr std::uint64_t kDrainLimit = 4 << 20;
 
 HttpRequest make_request(const http::request_header<>& h, std::string remote,
                          std::shared_ptr<const RequestBody> body) {
@@ -68,7 +73,6 @@ int parse_request_bytes(std::string_view bytes, std::uint64_t body_limit, HttpRe
     http::request_parser<http::empty_body> hdr;
     hdr.header_limit(kHeaderLimit);
     hdr.body_limit(body_limit);
-    hdr.eager(true);
     error_code ec;
     std::size_t pos = 0;
     while (!hdr.is_header_done()) {
@@ -80,6 +84,7 @@ int parse_request_bytes(std::string_view bytes, std::uint64_t body_limit, HttpRe
     }
     bool header_only = hdr.is_done();
     http::request_parser<http::string_body> p{std::move(hdr)};
+    p.eager(true);
     while (!p.is_done()) {
         std::size_t n = p.put(net::buffer(bytes.data() + pos, bytes.size() - pos), ec);
         pos += n;
@@ -117,7 +122,8 @@ struct HttpServer::Impl {
     bool running = false;
 
     void do_accept();
-    void close_all();
+    // Hangs up on every connection, then calls done (on some I/O thread).
+    void close_all(std::function<void()> done);
 };
 
 class HttpServer::Impl::Session : public std::enable_shared_from_this<Session> {
@@ -125,19 +131,24 @@ public:
     Session(Impl& srv, tcp::socket&& sock)
         : srv_(srv), stream_(std::move(sock)), deadline_(stream_.get_executor()) {
         error_code ec;
+        // A file answer goes out as header then body in separate writes;
+        // with Nagle the body waits for the client's delayed ACK (~40 ms).
+        stream_.socket().set_option(tcp::no_delay(true), ec);
         auto ep = stream_.socket().remote_endpoint(ec);
         if (!ec) remote_ = ep.address().to_string();
     }
 
     void start() { read_header(); }
 
-    void close() {
-        net::dispatch(stream_.get_executor(), [self = shared_from_this()] {
+    template <class Done>
+    void close(Done done) {
+        net::dispatch(stream_.get_executor(), [self = shared_from_this(), done] {
             self->closed_ = true;
             self->deadline_.cancel();
             error_code ec;
             self->stream_.socket().shutdown(tcp::socket::shutdown_both, ec);
             self->stream_.close();
+            done();
         });
     }
 
@@ -222,7 +233,11 @@ private:
         auto len = hdr_->content_length();
         // Chunked bodies have no length: spool them and take small ones back.
         if (len && *len <= srv_.opts.spool_threshold) {
-            mem_.emplace(std::move(*hdr_));
+            try {
+                mem_.emplace(std::move(*hdr_));
+            } catch (const std::exception&) {  // the header parser went into the body
+                return send_error(400, "Bad Request");
+            }
             hdr_.reset();
             return read_body(*mem_);
         }
@@ -231,7 +246,11 @@ private:
         if (fd < 0) return send_error(500, "Internal Server Error");
         spool_fd_ = fd;
         spool_path_ = tmpl;
-        file_.emplace(std::move(*hdr_));
+        try {
+            file_.emplace(std::move(*hdr_));
+        } catch (const std::exception&) {
+            return send_error(400, "Bad Request");
+        }
         hdr_.reset();
         int dup = ::dup(fd);
         if (dup < 0) return send_error(500, "Internal Server Error");
@@ -385,11 +404,20 @@ private:
         send(res);
     }
 
+    // Written piecewise with the idle timeout re-armed for each piece: a long
+    // download to a slow but live client goes on.
     template <class Msg>
     void send(std::shared_ptr<Msg> res) {
+        auto sr = std::make_shared<http::response_serializer<typename Msg::body_type>>(*res);
+        write_some(std::move(res), std::move(sr));
+    }
+
+    template <class Msg, class Serializer>
+    void write_some(std::shared_ptr<Msg> res, std::shared_ptr<Serializer> sr) {
         stream_.expires_after(srv_.opts.idle_timeout);
-        http::async_write(stream_, *res, [self = shared_from_this(), res](error_code ec, std::size_t) {
+        http::async_write_some(stream_, *sr, [self = shared_from_this(), res, sr](error_code ec, std::size_t) {
             if (ec || self->closed_) return self->stream_.close();
+            if (!sr->is_done()) return self->write_some(res, sr);
             if (!res->keep_alive()) return self->shutdown();
             self->read_header();
         });
@@ -405,15 +433,28 @@ private:
         res->keep_alive(false);
         res->prepare_payload();
         stream_.expires_after(kErrorWriteTimeout);
-        http::async_write(stream_, *res, [self = shared_from_this(), res](error_code, std::size_t) {
+        http::async_write(stream_, *res, [self = shared_from_this(), res](error_code ec, std::size_t) {
+            if (ec) return self->stream_.close();
             self->shutdown();
         });
     }
 
+    // Closing with unread request bytes makes the kernel send a reset, which
+    // can destroy our answer before the client reads it (a 413 for an upload
+    // still arriving): half-close, then read and drop until the client hangs up.
     void shutdown() {
         error_code ec;
         stream_.socket().shutdown(tcp::socket::shutdown_send, ec);
-        stream_.close();
+        stream_.expires_after(kDrainTimeout);  // one deadline for the whole drain
+        drain();
+    }
+
+    void drain() {
+        stream_.async_read_some(net::buffer(drain_buf_), [self = shared_from_this()](error_code ec, std::size_t n) {
+            self->drained_ += n;
+            if (ec || self->closed_ || self->drained_ > kDrainLimit) return self->stream_.close();
+            self->drain();
+        });
     }
 
 public:
@@ -432,6 +473,8 @@ private:
     std::optional<http::request_parser<http::empty_body>> hdr_;
     std::optional<http::request_parser<http::string_body>> mem_;
     std::optional<http::request_parser<http::file_body>> file_;
+    char drain_buf_[4096];
+    std::uint64_t drained_ = 0;
     int spool_fd_ = -1;
     std::string spool_path_;
     unsigned requests_ = 0;
@@ -458,14 +501,19 @@ void HttpServer::Impl::do_accept() {
     });
 }
 
-void HttpServer::Impl::close_all() {
+void HttpServer::Impl::close_all(std::function<void()> done) {
     std::vector<std::shared_ptr<Session>> live;
     {
         std::lock_guard lk(sessions_mu);
         for (auto& [p, w] : sessions)
             if (auto s = w.lock()) live.push_back(std::move(s));
     }
-    for (auto& s : live) s->close();
+    auto left = std::make_shared<std::atomic<std::size_t>>(live.size() + 1);
+    auto one_done = [left, done] {
+        if (--*left == 0) done();
+    };
+    for (auto& s : live) s->close(one_done);
+    one_done();
 }
 
 HttpServer::HttpServer(ServerOptions opts, Handler handler)
@@ -512,14 +560,14 @@ void HttpServer::stop() {
     m.running = false;
     // Stop accepting and hang up on every connection; pages already running
     // finish, queued ones are dropped.
-    std::promise<void> closed;
-    net::post(m.ioc, [&m, &closed] {
+    auto closed = std::make_shared<std::promise<void>>();
+    auto fut = closed->get_future();
+    net::post(m.ioc, [&m, closed] {
         error_code ec;
         m.acceptor.close(ec);
-        m.close_all();
-        closed.set_value();
+        m.close_all([closed] { closed->set_value(); });
     });
-    closed.get_future().wait();
+    fut.wait();
     m.pool->stop();
     m.pool->join();
     m.work.reset();

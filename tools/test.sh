@@ -19,8 +19,9 @@ ASAN_OPTIONS=detect_leaks=1 ctest --preset asan -j"$jobs"
 
 if [ -f tests/fuzz/CMakeLists.txt ]; then
   echo "== fuzzers (clang, libFuzzer, bounded runs over the corpus)"
-  # clang 16: the frame needs std::source_location, which clang 14 lacks with this libstdc++.
-  CC=clang-16 CXX=clang++-16 cmake -S . -B build/fuzz -DCMAKE_BUILD_TYPE=RelWithDebInfo \
+  # clang 15 or newer: the code uses std::source_location.
+  fuzz_cxx="$(command -v clang++-16 || command -v clang++-15 || echo clang++)"
+  CC="${fuzz_cxx/clang++/clang}" CXX="$fuzz_cxx" cmake -S . -B build/fuzz -DCMAKE_BUILD_TYPE=RelWithDebInfo \
     -DTAVELOR_FUZZ=ON -DTAVELOR_TESTS=OFF >/dev/null
   cmake --build build/fuzz -j"$jobs"
   ctest --test-dir build/fuzz --output-on-failure
