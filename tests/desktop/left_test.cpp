@@ -3,12 +3,12 @@
 #include <gtest/gtest.h>
 
 #include "tests/support/test_site.h"
+#include "tests/support/text.h"
 
 using tav::test::TestSite;
+using tav::test::has;
 
 namespace {
-
-bool has(const std::string& hay, const std::string& needle) { return hay.find(needle) != std::string::npos; }
 
 // The value of the hidden field of one folder, as the page wrote it.
 std::string field(const std::string& body, const std::string& folder) {

@@ -7,17 +7,11 @@
 
 #include "desktop/headline.h"
 #include "tests/support/test_site.h"
+#include "tests/support/text.h"
 
 using tav::test::TestSite;
+using tav::test::count;
 namespace fs = std::filesystem;
-
-namespace {
-int count(const std::string& hay, const std::string& needle) {
-    int n = 0;
-    for (std::size_t at = hay.find(needle); at != std::string::npos; at = hay.find(needle, at + 1)) ++n;
-    return n;
-}
-}  // namespace
 
 TEST(LoginHeadline, WordsFollowTheLengthOfTheName) {
     EXPECT_EQ(tav::login_headline("四个字符"), "四个字符自动化网络办公系统");

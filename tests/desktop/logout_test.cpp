@@ -3,18 +3,13 @@
 #include <gtest/gtest.h>
 
 #include "tests/support/test_site.h"
+#include "tests/support/text.h"
 
 using tav::test::TestSite;
+using tav::test::has;
+using tav::test::count;
 
 namespace {
-
-bool has(const std::string& hay, const std::string& needle) { return hay.find(needle) != std::string::npos; }
-
-int count(const std::string& hay, const std::string& needle) {
-    int n = 0;
-    for (std::size_t at = hay.find(needle); at != std::string::npos; at = hay.find(needle, at + 1)) ++n;
-    return n;
-}
 
 const std::string kFiller = "<tr height=\"25\"><td>&nbsp;</td>";
 

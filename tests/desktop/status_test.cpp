@@ -7,8 +7,10 @@
 
 #include "frame/page.h"
 #include "tests/support/test_site.h"
+#include "tests/support/text.h"
 
 using tav::test::TestSite;
+using tav::test::has;
 
 namespace {
 
@@ -22,8 +24,6 @@ public:
     }
 };
 TAVELOR_PAGE(statusgate)
-
-bool has(const std::string& hay, const std::string& needle) { return hay.find(needle) != std::string::npos; }
 
 // The cell script line of sysmonitor for a cell id.
 std::string cell_line(const std::string& body, const std::string& id) {

@@ -5,17 +5,17 @@
 #include "frame/vb.h"
 #include "tests/support/page_runner.h"
 #include "tests/support/test_site.h"
+#include "tests/support/text.h"
 
 using namespace tav;
 using tav::test::BodyPage;
 using tav::test::run_body;
 using tav::test::TestSite;
+using tav::test::has;
 
 namespace {
 
 const bool registered = register_page("commontest", [] { return std::make_unique<BodyPage>("commontest"); });
-
-bool has(const std::string& hay, const std::string& needle) { return hay.find(needle) != std::string::npos; }
 
 }  // namespace
 

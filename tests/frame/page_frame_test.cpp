@@ -8,9 +8,11 @@
 #include "frame/page.h"
 #include "frame/vb.h"
 #include "tests/support/test_site.h"
+#include "tests/support/text.h"
 
 using namespace tav;
 using tav::test::TestSite;
+using tav::test::count;
 
 namespace {
 
@@ -112,12 +114,6 @@ const bool registered = [] {
     register_page("framefile", [] { return std::unique_ptr<Page>(new File()); });
     return true;
 }();
-
-int count(const std::string& hay, const std::string& needle) {
-    int n = 0;
-    for (std::size_t at = hay.find(needle); at != std::string::npos; at = hay.find(needle, at + 1)) ++n;
-    return n;
-}
 
 }  // namespace
 

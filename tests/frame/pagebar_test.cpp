@@ -9,10 +9,13 @@
 #include "frame/vb.h"
 #include "tests/support/page_runner.h"
 #include "tests/support/test_site.h"
+#include "tests/support/text.h"
 
 using namespace tav;
 using tav::test::BodyPage;
 using tav::test::TestSite;
+using tav::test::has;
+using tav::test::count;
 
 namespace {
 
@@ -22,14 +25,6 @@ public:
 };
 
 const bool registered = register_page("pagebartest", [] { return std::make_unique<pagebartest>(); });
-
-bool has(const std::string& hay, const std::string& needle) { return hay.find(needle) != std::string::npos; }
-
-int count(const std::string& hay, const std::string& needle) {
-    int n = 0;
-    for (std::size_t at = hay.find(needle); at != std::string::npos; at = hay.find(needle, at + 1)) ++n;
-    return n;
-}
 
 unsigned read_p_line = 0;
 

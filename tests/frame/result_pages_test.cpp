@@ -5,22 +5,17 @@
 #include "frame/page.h"
 #include "tests/support/page_runner.h"
 #include "tests/support/test_site.h"
+#include "tests/support/text.h"
 
 using namespace tav;
 using tav::test::BodyPage;
 using tav::test::TestSite;
+using tav::test::has;
+using tav::test::count;
 
 namespace {
 
 const bool registered = register_page("sessionprobe", [] { return std::make_unique<BodyPage>("sessionprobe"); });
-
-bool has(const std::string& hay, const std::string& needle) { return hay.find(needle) != std::string::npos; }
-
-int count(const std::string& hay, const std::string& needle) {
-    int n = 0;
-    for (std::size_t at = hay.find(needle); at != std::string::npos; at = hay.find(needle, at + 1)) ++n;
-    return n;
-}
 
 }  // namespace
 
