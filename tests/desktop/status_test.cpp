@@ -179,24 +179,21 @@ TEST(StatusMessage, PopupOnlyWhenSomethingWaitsArmedAndSwitchedOn) {
     EXPECT_TRUE(has(body, "</html>"));
 }
 
-TEST(StatusMessage, FilesWithoutDocumentRightsBringTheNoRightsSentence) {
-    Desk d;
-    std::string u = d.add_user("m3", "");
-    d.site.exec("insert into Files(py) values ('|" + u + "|')");
-    d.as("m3");
-    d.arm();
-    std::string body = d.message();
-    EXPECT_TRUE(has(body, "<hr>有 1 个文书等待您签阅！<br>" + std::string(kNoRights) + "<br>\""));
-}
-
-TEST(StatusMessage, DocumentsJoinTheReminder) {
-    Desk d;
-    std::string k1 = d.kind("函");
-    std::string u = d.add_user("m4", "2305 h" + k1);
-    d.word(k1, "0", "ldsh", u);
-    d.as("m4");
-    d.arm();
-    EXPECT_TRUE(has(d.message(), "<hr>有 1 个公文正等待[或将要]您审核或签发！<br>\""));
+TEST(StatusMessage, FilesAndDocumentsJoinTheReminder) {
+    for (bool rights : {false, true}) {
+        Desk d;
+        std::string k1 = d.kind("函");
+        std::string u = d.add_user("m3", rights ? "2305 h" + k1 : "");
+        if (rights)
+            d.word(k1, "0", "ldsh", u);
+        else
+            d.site.exec("insert into Files(py) values ('|" + u + "|')");
+        d.as("m3");
+        d.arm();
+        // Without document rights the files count brings the no-rights sentence.
+        EXPECT_TRUE(has(d.message(), rights ? "<hr>有 1 个公文正等待[或将要]您审核或签发！<br>\""
+                                            : "<hr>有 1 个文书等待您签阅！<br>" + std::string(kNoRights) + "<br>\""));
+    }
 }
 
 TEST(StatusMessage, LostPasswordsOnlyForTheAdministratorRight) {

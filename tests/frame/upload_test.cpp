@@ -74,9 +74,8 @@ protected:
 }  // namespace
 
 TEST_F(UploadTest, FieldsAndChineseFileNameSavedWhole) {
-    std::string content = "binary\0\r\n\xff data", body;
-    content.assign("bin\0\r\n\xff\xfe tail", 13);
-    body = multipart({{"Book_Title", {}, utf8_to_gb("留言 标题")},
+    const std::string content("bin\0\r\n\xff\xfe tail", 13);
+    std::string body = multipart({{"Book_Title", {}, utf8_to_gb("留言 标题")},
                       {"file1", "C:\\文档\\报告 一.txt", content, "text/plain"},
                       {"empty", {}, ""}});
     std::string out = run(multipart_request(body), [&](BodyPage& page) {
