@@ -13,15 +13,7 @@ public:
         dbI_init();
         wordstrI_init();
 
-        rs = conn.execute("select * from software where softname='work_time'");
-        Response.line("<html>");
-        Response.line("<head>");
-        Response.line("<meta http-equiv=\"Content-Type\" content=\"text/html; charset=gb2312\">");
-        Response.write("<meta http-equiv=\"REFRESH\" content=\"");
-        Response.write(rs("Hardserial"));
-        Response.line("\">");
-        Response.line("<meta http-equiv=\"pragma\" content=\"no-cache\">");
-        Response.line("<meta http-equiv=\"expires\" content=\"" + NowText(-10) + "\">");
+        write_poll_head("work_time");
 
         std::string mstr = "<center>欢迎您使用本系统！</center><hr>";
         int pop = 0;

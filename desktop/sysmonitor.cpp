@@ -14,15 +14,7 @@ public:
         dbI_init();
         wordstrI_init();
 
-        rs = conn.execute("select * from software where softname='stat_time'");
-        Response.line("<html>");
-        Response.line("<head>");
-        Response.line("<meta http-equiv=\"Content-Type\" content=\"text/html; charset=gb2312\">");
-        Response.write("<meta http-equiv=\"REFRESH\" content=\"");
-        Response.write(rs("Hardserial"));
-        Response.line("\">");
-        Response.line("<meta http-equiv=\"pragma\" content=\"no-cache\">");
-        Response.line("<meta http-equiv=\"expires\" content=\"" + NowText(-10) + "\">");
+        write_poll_head("stat_time");
         Response.line("</head>");
         Response.line("<body>");
 

@@ -11,6 +11,18 @@ void WordStrGroup::wordstrI_init() {
     routine("wordstrI_init", [&] { Response.write(""); });
 }
 
+void WordStrGroup::write_poll_head(const char* setting) {
+    rs = conn.execute(std::string("select * from software where softname='") + setting + "'");
+    Response.line("<html>");
+    Response.line("<head>");
+    Response.line("<meta http-equiv=\"Content-Type\" content=\"text/html; charset=gb2312\">");
+    Response.write("<meta http-equiv=\"REFRESH\" content=\"");
+    Response.write(rs("Hardserial"));
+    Response.line("\">");
+    Response.line("<meta http-equiv=\"pragma\" content=\"no-cache\">");
+    Response.line("<meta http-equiv=\"expires\" content=\"" + NowText(-10) + "\">");
+}
+
 Value WordStrGroup::count_new_mail() {
     rs = conn.execute("select count(id) as num from email where read=0 and to_del<>2 and to_user_id=" +
                       Session("user_id"));

@@ -20,6 +20,9 @@ protected:
 
     // The counts both pages show. They are statements of the calling page's
     // body, not routines: a failure reports under the page's I_init.
+    // The head of a polling frame up to its meta lines, reloading after the
+    // seconds of the setting.
+    void write_poll_head(const char* setting);
     // Unread mail; the count is left in num.
     Value count_new_mail();
     // Unseen replies to the account's own threads.
