@@ -30,6 +30,15 @@ unsigned read_p_line = 0;
 
 std::string two(int i) { return (i < 10 ? "n0" : "n") + std::to_string(i); }
 
+// Counts owner 77's rows for the bar and skips to the first of the page.
+Recordset& page_rows(BodyPage& page, PageBar& bar) {
+    bar.count("select count(id) as num from Address where User_id=77");
+    Recordset& rs = page.records();
+    rs = page.db().execute("select * from Address where User_id=77 order by id");
+    bar.skip(rs);
+    return rs;
+}
+
 class PageBarTest : public ::testing::Test {
 protected:
     // Rows n01..nN of owner 77, listed in id order (adds the missing ones).
@@ -45,10 +54,7 @@ protected:
             PageBar bar(page, opt);
             read_p_line = __LINE__ + 1;
             bar.read_p();
-            bar.count("select count(id) as num from Address where User_id=77");
-            Recordset& rs = page.records();
-            rs = page.db().execute("select * from Address where User_id=77 order by id");
-            bar.skip(rs);
+            Recordset& rs = page_rows(page, bar);
             long n = 1;
             while (bar.within(n) && !rs.eof()) {
                 Response.line("<tr><td>" + std::to_string(n + bar.offset()) + "</td><td>" + rs("Name") +
@@ -188,10 +194,7 @@ TEST_F(PageBarTest, MediumListWritesTwoItemsARowAndItsOwnFormTail) {
                            .own_hidden = true,
                            .hidden = {{"File_type", "mp3"}, {"PY", "A"}}});
         bar.read_p();
-        bar.count("select count(id) as num from Address where User_id=77");
-        Recordset& rs = page.records();
-        rs = page.db().execute("select * from Address where User_id=77 order by id");
-        bar.skip(rs);
+        Recordset& rs = page_rows(page, bar);
         long n = 1;
         while (bar.within(n) && !rs.eof()) {
             Response.write("<tr height=\"26\" class=\"items\"><td>" + std::to_string(n) + "</td><td>" + rs("Name") +
