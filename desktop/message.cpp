@@ -13,46 +13,26 @@ public:
         dbI_init();
         wordstrI_init();
 
-        rs = conn.execute("select * from software where softname='work_time'");
-        Response.line("<html>");
-        Response.line("<head>");
-        Response.line("<meta http-equiv=\"Content-Type\" content=\"text/html; charset=gb2312\">");
-        Response.write("<meta http-equiv=\"REFRESH\" content=\"");
-        Response.write(rs("Hardserial"));
-        Response.line("\">");
-        Response.line("<meta http-equiv=\"pragma\" content=\"no-cache\">");
-        Response.line("<meta http-equiv=\"expires\" content=\"" + NowText(-10) + "\">");
+        write_poll_head("work_time");
 
         std::string mstr = "<center>欢迎您使用本系统！</center><hr>";
         int pop = 0;
 
-        rs = conn.execute("select count(id) as num from email where read=0 and to_del<>2 and to_user_id=" +
-                          Session("user_id"));
-        num = rs("num");
+        count_new_mail();
         if (num > 0) {
             mstr = mstr + "有 " + num + " 封新邮件正等待您阅读！<br>";
             pop = 1;
         }
 
         // Replies to the account's own threads that it has not seen yet.
-        rs = conn.execute("select id from book where user_id=" + Session("user_id") + " and reply_id=0");
-        Value replies = 0;
-        while (!rs.eof()) {
-            Recordset rs1 = conn.execute("select count(id) as num from book where reply_id=" + rs("id") +
-                                         " and reply_read=0");
-            replies = replies.num() + rs1("num").num();
-            rs1.close();
-            rs.movenext();
-        }
+        Value replies = count_replies();
         if (replies > 0) {
             mstr = mstr + "留言板有 " + replies + " 条新的回复信息！<br>";
             pop = 1;
         }
 
         // Received files: the account is the first signer of the chain.
-        rs = conn.execute("select count(id) as num from Files where left(py,instr(2,py,'|'))='|" +
-                          Session("USER_ID") + "|'");
-        num = rs("num");
+        count_received_files();
         if (num > 0) {
             mstr = mstr + "有 " + num + " 个文书等待您签阅！<br>";
             pop = 1;

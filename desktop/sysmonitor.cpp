@@ -13,17 +13,8 @@ public:
     void I_init() override {
         dbI_init();
         wordstrI_init();
-        Value user_id = Session("USER_ID");
 
-        rs = conn.execute("select * from software where softname='stat_time'");
-        Response.line("<html>");
-        Response.line("<head>");
-        Response.line("<meta http-equiv=\"Content-Type\" content=\"text/html; charset=gb2312\">");
-        Response.write("<meta http-equiv=\"REFRESH\" content=\"");
-        Response.write(rs("Hardserial"));
-        Response.line("\">");
-        Response.line("<meta http-equiv=\"pragma\" content=\"no-cache\">");
-        Response.line("<meta http-equiv=\"expires\" content=\"" + NowText(-10) + "\">");
+        write_poll_head("stat_time");
         Response.line("</head>");
         Response.line("<body>");
 
@@ -45,27 +36,15 @@ public:
         rs = conn.execute("select count(id) as num from user where online<>0");
         Value onlines = rs("num");
 
-        rs = conn.execute("select count(id) as num from email where read=0 and to_del<>2 and to_user_id=" +
-                          Session("user_id"));
-        num = rs("num");
+        count_new_mail();
         if (num > 0) mail_str = "邮箱中有 " + num + " 封新邮件！";
 
-        rs = conn.execute("select id from book where user_id=" + Session("user_id") + " and reply_id=0");
-        Value replies = 0;
-        while (!rs.eof()) {
-            Recordset rs1 = conn.execute("select count(id) as num from book where reply_id=" + rs("id") +
-                                         " and reply_read=0");
-            replies = replies.num() + rs1("num").num();
-            rs1.close();
-            rs.movenext();
-        }
+        Value replies = count_replies();
         if (replies > 0) book_str = "留言板有 " + replies + " 条新的回复信息！";
 
         word_str = get_word_str();
 
-        rs = conn.execute("select count(id) as num from Files where left(py,instr(2,py,'|'))='|" + user_id +
-                          "|'");
-        num = rs("num");
+        count_received_files();
         if (num > 0) files_str = "有 " + num + " 个文书等待您签阅！";
 
         // Every account sees the lost passwords here; only the popup asks

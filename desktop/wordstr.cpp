@@ -11,6 +11,45 @@ void WordStrGroup::wordstrI_init() {
     routine("wordstrI_init", [&] { Response.write(""); });
 }
 
+void WordStrGroup::write_poll_head(const char* setting) {
+    rs = conn.execute(std::string("select * from software where softname='") + setting + "'");
+    Response.line("<html>");
+    Response.line("<head>");
+    Response.line("<meta http-equiv=\"Content-Type\" content=\"text/html; charset=gb2312\">");
+    Response.write("<meta http-equiv=\"REFRESH\" content=\"");
+    Response.write(rs("Hardserial"));
+    Response.line("\">");
+    Response.line("<meta http-equiv=\"pragma\" content=\"no-cache\">");
+    Response.line("<meta http-equiv=\"expires\" content=\"" + NowText(-10) + "\">");
+}
+
+Value WordStrGroup::count_new_mail() {
+    rs = conn.execute("select count(id) as num from email where read=0 and to_del<>2 and to_user_id=" +
+                      Session("user_id"));
+    num = rs("num");
+    return num;
+}
+
+Value WordStrGroup::count_replies() {
+    rs = conn.execute("select id from book where user_id=" + Session("user_id") + " and reply_id=0");
+    Value replies = 0;
+    while (!rs.eof()) {
+        Recordset rs1 =
+            conn.execute("select count(id) as num from book where reply_id=" + rs("id") + " and reply_read=0");
+        replies = replies.num() + rs1("num").num();
+        rs1.close();
+        rs.movenext();
+    }
+    return replies;
+}
+
+Value WordStrGroup::count_received_files() {
+    rs = conn.execute("select count(id) as num from Files where left(py,instr(2,py,'|'))='|" + Session("USER_ID") +
+                      "|'");
+    num = rs("num");
+    return num;
+}
+
 Value WordStrGroup::get_shs() {
     return routine("get_shs", [&]() -> Value {
         static const char* const rights[5][2] = {

@@ -1,5 +1,5 @@
-// The count of official documents that await the account, shared by the two
-// polling pages. Each routine runs on the calling page's connection and
+// The count of official documents that await the account, and the other
+// counts the two polling pages share. Each routine runs on the calling page's connection and
 // recordset and reports under the calling page's class.
 #pragma once
 
@@ -17,6 +17,18 @@ protected:
     Value get_shs();
     // A sentence on the documents that await the account.
     Value get_word_str();
+
+    // The counts both pages show. They are statements of the calling page's
+    // body, not routines: a failure reports under the page's I_init.
+    // The head of a polling frame up to its meta lines, reloading after the
+    // seconds of the setting.
+    void write_poll_head(const char* setting);
+    // Unread mail; the count is left in num.
+    Value count_new_mail();
+    // Unseen replies to the account's own threads.
+    Value count_replies();
+    // Files whose chain the account signs first; the count is left in num.
+    Value count_received_files();
 
     // The rights string as get_word_str last read it (message tests "1905"
     // in it).

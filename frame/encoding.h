@@ -13,6 +13,9 @@ std::string utf8_to_gb(std::string_view utf8);
 std::string gb_to_utf8(std::string_view gb);
 bool is_valid_utf8(std::string_view s);
 
+// Appends the UTF-8 form of the code point cp.
+void append_utf8(std::string& out, unsigned cp);
+
 // Number of characters (code points) of a UTF-8 text.
 std::size_t utf8_length(std::string_view s);
 

@@ -8,6 +8,7 @@
 #include "frame/encoding.h"
 #include "frame/page.h"
 #include "frame/paths.h"
+#include "frame/request_scope.h"
 #include "server/page_table.h"
 
 namespace fs = std::filesystem;
@@ -97,35 +98,19 @@ HttpResponse Site::run_page(const std::string& cls, const HttpRequest& req) {
 
     bool created = false;
     auto [sid, data] = sessions_.acquire(cookie_value(req.header("Cookie"), kSessionCookie), created);
-    RequestObject request(req);
     ResponseObject response;
-    SessionObject session(data);
-    ServerObject server(root_);
-    ApplicationObject application;
-    Context ctx;
-    ctx.request = &request;
-    ctx.response = &response;
-    ctx.session = &session;
-    ctx.server = &server;
-    ctx.application = &application;
-    ctx.log = &log_;
+    bool abandoned = false;
     {
-        ContextScope scope(ctx);
-        try {
-            page->routine("I_init", [&] { page->I_init(); });
-            page->OnEndPage();
-        } catch (const ScriptTimeout&) {
-            response.write("\r\n<br><b>The script timed out: it ran longer than its limit of " +
-                           std::to_string(server.script_timeout()) + " seconds.</b>\r\n");
-            log_.write(2, "Tavelor.ScriptTimeout " + page->class_name() + ".I_init stopped after " +
-                              std::to_string(server.script_timeout()) + " seconds");
-        }
+        RequestScope scope(req, data, root_, log_);
+        scope.run(*page);
         page.reset();  // the page's connection and objects end with the request
+        abandoned = scope.session.abandoned();
+        response = std::move(scope.response);
     }
-    if (session.abandoned()) sessions_.remove(sid);
+    if (abandoned) sessions_.remove(sid);
 
     HttpResponse out;
-    if (created && !session.abandoned())
+    if (created && !abandoned)
         out.set_header("Set-Cookie", std::string(kSessionCookie) + "=" + sid + "; Path=/; HttpOnly; SameSite=Lax");
     out.set_header("Cache-Control", "private");
     for (const auto& [n, v] : response.headers()) out.headers.emplace_back(n, v);

@@ -5,17 +5,17 @@
 #include "frame/vb.h"
 #include "tests/support/page_runner.h"
 #include "tests/support/test_site.h"
+#include "tests/support/text.h"
 
 using namespace tav;
 using tav::test::BodyPage;
 using tav::test::run_body;
 using tav::test::TestSite;
+using tav::test::has;
 
 namespace {
 
 const bool registered = register_page("commontest", [] { return std::make_unique<BodyPage>("commontest"); });
-
-bool has(const std::string& hay, const std::string& needle) { return hay.find(needle) != std::string::npos; }
 
 }  // namespace
 
@@ -66,7 +66,7 @@ TEST(CommonRoutines, UnknownAccountHasNoRights) {
     EXPECT_TRUE(owned);
 }
 
-TEST(CommonRoutines, MonitorWithoutSessionReportsAndThePageGoesOn) {
+TEST(CommonRoutines, MonitorWritesTheSessionsAccountWithoutOneReportsAndThePageGoesOn) {
     TestSite site;
     std::string before = site.scalar("select count(id) as num from monitor", "num");
     auto r = run_body(site, "commontest", "/x.asp", [](BodyPage& page) {
@@ -79,13 +79,11 @@ TEST(CommonRoutines, MonitorWithoutSessionReportsAndThePageGoesOn) {
     EXPECT_TRUE(has(r.body, " Routine : commontest.monitor|went on")) << r.body;
     EXPECT_EQ(site.scalar("select count(id) as num from monitor", "num"), before);
     EXPECT_TRUE(has(site.log_text(), "commontest.monitor"));
-}
 
-TEST(CommonRoutines, MonitorWritesTheSessionsAccount) {
-    TestSite site;
+    // With a session: the line goes to the session's account.
     ASSERT_TRUE(site.login());
     std::string admin = site.scalar("select id from user where username='admin'", "id");
-    auto r = run_body(site, "commontest", "/x.asp", [](BodyPage& page) {
+    r = run_body(site, "commontest", "/x.asp", [](BodyPage& page) {
         page.dbI_init();
         page.monitor("查阅: 通知 =>> 标题");
     });

@@ -7,85 +7,134 @@
 
 #include "frame/page.h"
 #include "frame/vb.h"
+#include "tests/support/page_runner.h"
 #include "tests/support/test_site.h"
+#include "tests/support/text.h"
 
 using namespace tav;
+using tav::test::BodyPage;
 using tav::test::TestSite;
+using tav::test::count;
 
 namespace {
 
-class framefail : public Page {
-public:
-    framefail() : Page("FrameFail") {}
-    static inline unsigned line = 0;
-    void I_init() override {
+// Class names as pages give them; reports use them in lower case.
+const bool registered = [] {
+    register_page("framepage", [] { return std::make_unique<BodyPage>("framepage"); });
+    register_page("framefail", [] { return std::make_unique<BodyPage>("FrameFail"); });
+    register_page("framefile", [] { return std::make_unique<BodyPage>("File"); });
+    return true;
+}();
+
+test::Reply run(TestSite& site, BodyPage::Body fn, const std::string& cls = "framepage",
+                const std::string& target = "/x.asp") {
+    return test::run_body(site, cls, target, std::move(fn));
+}
+
+// A routine that ends the page from inside.
+void nested(BodyPage& page) {
+    page.routine("nested", [&] {
+        Response.write("|nested");
+        END_PAGE();
+        Response.write("|not here");
+    });
+}
+
+}  // namespace
+
+TEST(PageFrame, FailureWritesTheReportWithLineAndLowerCaseClass) {
+    TestSite site;
+    unsigned line = 0;
+    auto r = run(site, [&](BodyPage& page) {
         Response.write("before");
         line = __LINE__ + 1;
-        conn.execute("select nothing from nowhere");  // not opened: fails here
+        page.db().execute("select nothing from nowhere");  // not opened: fails here
         Response.write("after");
-    }
-};
+    }, "framefail");
+    EXPECT_EQ(r.status, 200);
+    // Output so far stays, the report follows, the rest never runs.
+    EXPECT_EQ(r.body.rfind("before Error ", 0), 0u) << r.body;
+    const std::string n = std::to_string(line);
+    EXPECT_NE(r.body.find(" LINE" + n + " Routine : framefail.I_init"), std::string::npos) << r.body;
+    EXPECT_EQ(r.body.find("after"), std::string::npos);
+    std::string log = site.log_text();
+    EXPECT_NE(log.find(" LINE #" + n + " Routine : framefail.I_init"), std::string::npos) << log;
+    EXPECT_EQ(count(log, "\n"), 1);
+    r = run(site, [](BodyPage& page) { page.db().execute("select 1"); }, "framefile");
+    EXPECT_NE(r.body.find("Routine : file.I_init"), std::string::npos) << r.body;
+}
 
-class frameend : public Page {
-public:
-    frameend() : Page("frameend") {}
-    void I_init() override {
+TEST(PageFrame, EndPageLeavesNoLogAndNoTextANestedOneEndsOnlyItsRoutine) {
+    TestSite site;
+    auto r = run(site, [](BodyPage& page) {
         Response.write("kept");
-        nested();
+        nested(page);
         Response.write("|caller went on");
         Response.redirect("Pop_OK.asp?message=完成&next_href=x.asp");
         END_PAGE();
         Response.write("never");
-    }
-    void nested() {
-        routine("nested", [&] {
-            Response.write("|nested");
-            END_PAGE();
-            Response.write("|not here");
-        });
-    }
-};
+    });
+    EXPECT_EQ(r.status, 302);
+    EXPECT_EQ(r.location(), "Pop_OK.asp?message=完成&next_href=x.asp");
+    EXPECT_EQ(r.body.find(" Error "), std::string::npos);
+    EXPECT_EQ(r.body.find("never"), std::string::npos);
+    // Without the redirect: what the nested END_PAGE left.
+    r = run(site, [](BodyPage& page) {
+        Response.write("kept");
+        nested(page);
+        Response.write("|caller went on");
+    });
+    EXPECT_EQ(r.body, "kept|nested|caller went on");
+    EXPECT_EQ(site.log_text(), "");
+}
 
-class framenested : public Page {
-public:
-    framenested() : Page("framenested") {}
-    void I_init() override {
-        dbI_init();
-        Value v = lookup();
+TEST(PageFrame, FailingNestedRoutineReturnsItsDefaultAndTheCallerGoesOn) {
+    TestSite site;
+    auto r = run(site, [](BodyPage& page) {
+        page.dbI_init();
+        Value v = page.routine("lookup", [&]() -> Value {
+            page.records() = page.db().execute("select truename from user where id=");  // broken statement
+            return page.records()("truename");
+        });
         Response.write("[" + v + "]");
         Response.write("|done");
-    }
-    Value lookup() {
-        return routine("lookup", [&]() -> Value {
-            rs = conn.execute("select truename from user where id=");  // broken statement
-            return rs("truename");
-        });
-    }
-};
+    });
+    EXPECT_NE(r.body.find("Routine : framepage.lookup"), std::string::npos) << r.body;
+    EXPECT_NE(r.body.find("[]|done"), std::string::npos) << r.body;
+}
 
-class framedb : public Page {
-public:
-    framedb() : Page("framedb") {}
-    void I_init() override {
-        dbI_init();
-        rs = conn.execute("select * from software");
+TEST(PageFrame, MissingDatabaseGivesTwoReports) {
+    TestSite site;
+    std::filesystem::remove(site.root() + "/datebase/office.mdb");
+    auto r = run(site, [](BodyPage& page) {
+        page.dbI_init();
+        page.records() = page.db().execute("select * from software");
         Response.write("unreached");
-    }
-};
+    });
+    EXPECT_EQ(count(r.body, " Error "), 2) << r.body;
+    EXPECT_NE(r.body.find("Routine : framepage.dbI_init"), std::string::npos);
+    EXPECT_NE(r.body.find("Routine : framepage.I_init"), std::string::npos);
+    EXPECT_EQ(r.body.find("unreached"), std::string::npos);
+    EXPECT_FALSE(std::filesystem::exists(site.root() + "/datebase/office.mdb"));
+}
 
-class framesession : public Page {
-public:
-    framesession() : Page("framesession") {}
-    void I_init() override {
-        if (Request.querystring("set") == "1") Session.set("USER_ID", 42);
-        Response.write("uid=" + Session("user_id") + ";" + Session("User_Id"));
-    }
-};
+TEST(PageFrame, SessionKeysIgnoreCase) {
+    TestSite site;
+    auto uid = [&](const std::string& target) {
+        return run(site, [](BodyPage&) {
+            if (Request.querystring("set") == "1") Session.set("USER_ID", 42);
+            Response.write("uid=" + Session("user_id") + ";" + Session("User_Id"));
+        }, "framepage", target).body;
+    };
+    EXPECT_EQ(uid("/t.asp?set=1"), "uid=42;42");
+    EXPECT_EQ(uid("/t.asp"), "uid=42;42");  // kept in the session
+    site.forget_session();
+    EXPECT_EQ(uid("/t.asp"), "uid=;");
+}
 
-class frameslow : public Page {
-public:
-    frameslow() : Page("frameslow") {}
-    void I_init() override {
+TEST(PageFrame, ScriptTimeLimitStopsThePage) {
+    TestSite site;
+    auto r = run(site, [](BodyPage&) {
         Server.ScriptTimeOut(1);
         Response.write("started");
         for (int i = 0; i < 100; ++i) {
@@ -93,112 +142,9 @@ public:
             Response.write(".");  // each host call checks the limit
         }
         Response.write("finished");
-    }
-};
-
-class File : public Page {
-public:
-    File() : Page("File") {}
-    void I_init() override { conn.execute("select 1"); }
-};
-
-const bool registered = [] {
-    register_page("framefail", [] { return std::unique_ptr<Page>(new framefail()); });
-    register_page("frameend", [] { return std::unique_ptr<Page>(new frameend()); });
-    register_page("framenested", [] { return std::unique_ptr<Page>(new framenested()); });
-    register_page("framedb", [] { return std::unique_ptr<Page>(new framedb()); });
-    register_page("framesession", [] { return std::unique_ptr<Page>(new framesession()); });
-    register_page("frameslow", [] { return std::unique_ptr<Page>(new frameslow()); });
-    register_page("framefile", [] { return std::unique_ptr<Page>(new File()); });
-    return true;
-}();
-
-int count(const std::string& hay, const std::string& needle) {
-    int n = 0;
-    for (std::size_t at = hay.find(needle); at != std::string::npos; at = hay.find(needle, at + 1)) ++n;
-    return n;
-}
-
-}  // namespace
-
-TEST(PageFrame, FailureWritesTheReportWithLineAndLowerCaseClass) {
-    TestSite site;
-    auto r = site.run("framefail");
-    EXPECT_EQ(r.status, 200);
-    // Output so far stays, the report follows, the rest never runs.
-    EXPECT_EQ(r.body.rfind("before Error ", 0), 0u) << r.body;
-    const std::string n = std::to_string(framefail::line);
-    EXPECT_NE(r.body.find(" LINE" + n + " Routine : framefail.I_init"), std::string::npos) << r.body;
-    EXPECT_EQ(r.body.find("after"), std::string::npos);
-    std::string log = site.log_text();
-    EXPECT_NE(log.find(" LINE #" + n + " Routine : framefail.I_init"), std::string::npos) << log;
-    EXPECT_EQ(count(log, "\n"), 1);
-}
-
-TEST(PageFrame, ClassesWithCapitalsReportInLowerCase) {
-    TestSite site;
-    auto r = site.run("framefile");
-    EXPECT_NE(r.body.find("Routine : file.I_init"), std::string::npos) << r.body;
-}
-
-TEST(PageFrame, EndPageLeavesNoLogAndNoText) {
-    TestSite site;
-    auto r = site.run("frameend");
-    EXPECT_EQ(r.status, 302);
-    EXPECT_EQ(r.location(), "Pop_OK.asp?message=完成&next_href=x.asp");
-    EXPECT_EQ(r.body.find(" Error "), std::string::npos);
-    EXPECT_EQ(r.body.find("never"), std::string::npos);
-    EXPECT_EQ(site.log_text(), "");
-}
-
-TEST(PageFrame, NestedEndPageEndsOnlyThatRoutine) {
-    TestSite site;
-    // Same page without the redirect: see what the nested END_PAGE left.
-    class probe : public frameend {
-    public:
-        void I_init() override {
-            Response.write("kept");
-            nested();
-            Response.write("|caller went on");
-        }
-    };
-    register_page("frameendprobe", [] { return std::unique_ptr<Page>(new probe()); });
-    auto r = site.run("frameendprobe");
-    EXPECT_EQ(r.body, "kept|nested|caller went on");
-    EXPECT_EQ(site.log_text(), "");
-}
-
-TEST(PageFrame, FailingNestedRoutineReturnsItsDefaultAndTheCallerGoesOn) {
-    TestSite site;
-    auto r = site.run("framenested");
-    EXPECT_NE(r.body.find("Routine : framenested.lookup"), std::string::npos) << r.body;
-    EXPECT_NE(r.body.find("[]|done"), std::string::npos) << r.body;
-}
-
-TEST(PageFrame, MissingDatabaseGivesTwoReports) {
-    TestSite site;
-    std::filesystem::remove(site.root() + "/datebase/office.mdb");
-    auto r = site.run("framedb");
-    EXPECT_EQ(count(r.body, " Error "), 2) << r.body;
-    EXPECT_NE(r.body.find("Routine : framedb.dbI_init"), std::string::npos);
-    EXPECT_NE(r.body.find("Routine : framedb.I_init"), std::string::npos);
-    EXPECT_EQ(r.body.find("unreached"), std::string::npos);
-    EXPECT_FALSE(std::filesystem::exists(site.root() + "/datebase/office.mdb"));
-}
-
-TEST(PageFrame, SessionKeysIgnoreCase) {
-    TestSite site;
-    EXPECT_EQ(site.run("framesession", "/t.asp?set=1").body, "uid=42;42");
-    EXPECT_EQ(site.run("framesession").body, "uid=42;42");  // kept in the session
-    site.forget_session();
-    EXPECT_EQ(site.run("framesession").body, "uid=;");
-}
-
-TEST(PageFrame, ScriptTimeLimitStopsThePage) {
-    TestSite site;
-    auto r = site.run("frameslow");
+    });
     EXPECT_EQ(r.body.rfind("started", 0), 0u);
     EXPECT_NE(r.body.find("The script timed out"), std::string::npos);
     EXPECT_EQ(r.body.find("finished"), std::string::npos);
-    EXPECT_NE(site.log_text().find("frameslow.I_init"), std::string::npos);
+    EXPECT_NE(site.log_text().find("framepage.I_init"), std::string::npos);
 }

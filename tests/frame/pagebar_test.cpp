@@ -1,15 +1,21 @@
 // The shared page bar, run inside a request as a list page would use it.
 #include <gtest/gtest.h>
 
+#include <string>
+#include <vector>
+
 #include "frame/page.h"
 #include "frame/pagebar.h"
 #include "frame/vb.h"
 #include "tests/support/page_runner.h"
 #include "tests/support/test_site.h"
+#include "tests/support/text.h"
 
 using namespace tav;
 using tav::test::BodyPage;
 using tav::test::TestSite;
+using tav::test::has;
+using tav::test::count;
 
 namespace {
 
@@ -20,25 +26,27 @@ public:
 
 const bool registered = register_page("pagebartest", [] { return std::make_unique<pagebartest>(); });
 
-bool has(const std::string& hay, const std::string& needle) { return hay.find(needle) != std::string::npos; }
-
-int count(const std::string& hay, const std::string& needle) {
-    int n = 0;
-    for (std::size_t at = hay.find(needle); at != std::string::npos; at = hay.find(needle, at + 1)) ++n;
-    return n;
-}
-
 unsigned read_p_line = 0;
 
 std::string two(int i) { return (i < 10 ? "n0" : "n") + std::to_string(i); }
 
+// Counts owner 77's rows for the bar and skips to the first of the page.
+Recordset& page_rows(BodyPage& page, PageBar& bar) {
+    bar.count("select count(id) as num from Address where User_id=77");
+    Recordset& rs = page.records();
+    rs = page.db().execute("select * from Address where User_id=77 order by id");
+    bar.skip(rs);
+    return rs;
+}
+
 class PageBarTest : public ::testing::Test {
 protected:
-    // Rows n01..nN of owner 77, listed in id order.
+    // Rows n01..nN of owner 77, listed in id order (adds the missing ones).
     void rows(int n) {
-        for (int i = 1; i <= n; ++i)
-            site.exec("insert into Address(User_id,Name) values (77,'" + two(i) + "')");
+        for (; made < n; ++made)
+            site.exec("insert into Address(User_id,Name) values (77,'" + two(made + 1) + "')");
     }
+    int made = 0;
     // A list page in the manner of the address list.
     std::string list(const std::string& query, PageBar::Options opt) {
         auto r = tav::test::run_body(site, "pagebartest", "/x.asp" + query, [opt](BodyPage& page) {
@@ -46,10 +54,7 @@ protected:
             PageBar bar(page, opt);
             read_p_line = __LINE__ + 1;
             bar.read_p();
-            bar.count("select count(id) as num from Address where User_id=77");
-            Recordset& rs = page.records();
-            rs = page.db().execute("select * from Address where User_id=77 order by id");
-            bar.skip(rs);
+            Recordset& rs = page_rows(page, bar);
             long n = 1;
             while (bar.within(n) && !rs.eof()) {
                 Response.line("<tr><td>" + std::to_string(n + bar.offset()) + "</td><td>" + rs("Name") +
@@ -72,16 +77,6 @@ protected:
 };
 
 }  // namespace
-
-TEST_F(PageBarTest, EmptyListHasOnePageFillerRowsAndNoLinks) {
-    std::string b = list("", address());
-    EXPECT_EQ(fillers(b), 10) << b;
-    EXPECT_TRUE(has(b, "<tr height=\"26\"><td>\xE3\x80\x80</td><td>\xE3\x80\x80</td></tr>\r\n"));
-    EXPECT_TRUE(has(b, "<option value=\"0\" selected>1</option></select>页/共1页"));
-    EXPECT_EQ(count(b, "<option"), 1);
-    EXPECT_FALSE(has(b, "<a href"));
-    EXPECT_EQ(count(b, "</a>"), 4);  // written even where no link opened
-}
 
 TEST_F(PageBarTest, BarMarkupAndFormAroundTheOwnButtons) {
     rows(25);
@@ -108,60 +103,52 @@ TEST_F(PageBarTest, BarMarkupAndFormAroundTheOwnButtons) {
     EXPECT_LT(b.find("</form>"), b.find("function change_sort(){"));
     EXPECT_TRUE(has(b, "document.myform.submit();"));
     EXPECT_EQ(b.substr(b.size() - 11), "</script>\r\n");
+    EXPECT_FALSE(has(b, "type=\"hidden\""));  // nothing to carry
 }
 
-TEST_F(PageBarTest, LastPageNumberIsTheIntegerPartNotARoundingUp) {
-    rows(10);
-    std::string b = list("", address());
-    EXPECT_EQ(fillers(b), 0);
-    EXPECT_TRUE(has(b, "<td>10</td><td>n10</td>"));
-    EXPECT_TRUE(has(b, "页/共2页")) << b;
-    EXPECT_TRUE(has(b, "<a href=\"Address_list.asp?p=1\"><img src=\"images/next.gif\""));
-    EXPECT_TRUE(has(b, "<a href=\"Address_list.asp?p=1\"><img src=\"images/last.gif\""));
-    EXPECT_FALSE(has(b, "<a href=\"Address_list.asp?p=0\""));
-    // The second page holds filler rows only, and links back but not on.
-    b = list("?p=1", address());
-    EXPECT_EQ(fillers(b), 10);
-    EXPECT_FALSE(has(b, "n10"));
-    EXPECT_TRUE(has(b, "<a href=\"Address_list.asp?p=0\"><img src=\"images/prev.gif\""));
-    EXPECT_FALSE(has(b, "?p=2"));
-    EXPECT_FALSE(has(b, "<a href=\"Address_list.asp?p=1\""));
-}
-
-TEST_F(PageBarTest, LastPageOfTwentyFiveRowsAndTheRunningNumber) {
-    rows(25);
-    std::string b = list("?p=2", address());
-    EXPECT_TRUE(has(b, "<td>21</td><td>n21</td>")) << b;
-    EXPECT_TRUE(has(b, "<td>25</td><td>n25</td>"));
-    EXPECT_FALSE(has(b, "n20"));
-    EXPECT_EQ(fillers(b), 5);
-    EXPECT_TRUE(has(b, "<option value=\"2\" selected>3</option>"));
-    EXPECT_FALSE(has(b, "?p=3"));
-}
-
-TEST_F(PageBarTest, NegativePShowsTheFirstPageAndCapitalPIsTheSameParameter) {
-    rows(25);
-    std::string b = list("?p=-1", address());
-    EXPECT_TRUE(has(b, "<td>1</td><td>n01</td>")) << b;
-    EXPECT_TRUE(has(b, "<td>10</td><td>n10</td>"));
-    EXPECT_FALSE(has(b, "n11"));
-    EXPECT_TRUE(has(b, "<option value=\"0\" selected>1</option>"));
-    EXPECT_FALSE(has(b, "?p=-"));
-    // The select sends P; the page reads p.
-    b = list("?P=1", address());
-    EXPECT_TRUE(has(b, "<td>11</td><td>n11</td>")) << b;
-    EXPECT_TRUE(has(b, "<td>20</td><td>n20</td>"));
-    EXPECT_TRUE(has(b, "<option value=\"1\" selected>2</option>"));
-}
-
-TEST_F(PageBarTest, PagePastTheLastShowsFillerRowsOnly) {
-    rows(25);
-    std::string b = list("?p=5", address());
-    EXPECT_FALSE(has(b, " Error ")) << b;
-    EXPECT_EQ(fillers(b), 10);
-    EXPECT_FALSE(has(b, "selected"));
-    EXPECT_TRUE(has(b, "<a href=\"Address_list.asp?p=4\"><img src=\"images/prev.gif\""));
-    EXPECT_FALSE(has(b, "?p=6"));
+TEST_F(PageBarTest, RowsFillersSelectionAndLinksByPage) {
+    struct Case {
+        int rows;
+        std::string query;
+        int fillers;
+        std::vector<std::string> present, absent;
+    };
+    const std::string blank = "<td>\xE3\x80\x80</td>";
+    const Case cases[] = {
+        {0, "", 10,
+         {"<tr height=\"26\">" + blank + blank + "</tr>\r\n",
+          "<option value=\"0\" selected>1</option></select>页/共1页"},
+         {"<a href", "<option value=\"1\""}},
+        // The last page number is the integer part, not a rounding up.
+        {10, "", 0,
+         {"<td>10</td><td>n10</td>", "页/共2页", "p=1\"><img src=\"images/next.gif\"",
+          "p=1\"><img src=\"images/last.gif\""},
+         {"<a href=\"Address_list.asp?p=0\""}},
+        // ... so the second page holds filler rows only, and links back but not on.
+        {10, "?p=1", 10, {"p=0\"><img src=\"images/prev.gif\""}, {"n10", "?p=2", "<a href=\"Address_list.asp?p=1\""}},
+        {25, "?p=2", 5,
+         {"<td>21</td><td>n21</td>", "<td>25</td><td>n25</td>", "<option value=\"2\" selected>3</option>"},
+         {"n20", "?p=3"}},
+        // A negative p shows the first page.
+        {25, "?p=-1", 0,
+         {"<td>1</td><td>n01</td>", "<td>10</td><td>n10</td>", "<option value=\"0\" selected>1</option>"},
+         {"n11", "?p=-"}},
+        // The select sends P; the page reads p.
+        {25, "?P=1", 0,
+         {"<td>11</td><td>n11</td>", "<td>20</td><td>n20</td>", "<option value=\"1\" selected>2</option>"},
+         {}},
+        // Past the last page: filler rows only.
+        {25, "?p=5", 10, {"p=4\"><img src=\"images/prev.gif\""}, {" Error ", "selected", "?p=6"}},
+    };
+    for (const Case& c : cases) {
+        SCOPED_TRACE(std::to_string(c.rows) + c.query);
+        rows(c.rows);
+        std::string b = list(c.query, address());
+        EXPECT_EQ(fillers(b), c.fillers) << b;
+        for (const auto& t : c.present) EXPECT_TRUE(has(b, t)) << t;
+        for (const auto& t : c.absent) EXPECT_FALSE(has(b, t)) << t;
+        EXPECT_EQ(count(b, "</a>"), 4);  // written even where no link opened
+    }
 }
 
 TEST_F(PageBarTest, PThatIsNoNumberGivesTheStandardReport) {
@@ -198,17 +185,6 @@ TEST_F(PageBarTest, DataListRepeatsTheLastRowAndCarriesItsParameters) {
     EXPECT_EQ(fillers(b), 6);
 }
 
-TEST_F(PageBarTest, LedgerBarLeadsToTheGuestBook) {
-    rows(25);
-    PageBar::Options ledger{.url = "Book_list.asp", .size = 10, .limit = 10, .row_height = 26, .carry = {}};
-    std::string b = list("?p=1", ledger);
-    EXPECT_TRUE(has(b, "<form action=\"Book_list.asp\" method=\"get\" name=\"myform\">"));
-    EXPECT_TRUE(has(b, "<a href=\"Book_list.asp?p=0\">"));
-    EXPECT_TRUE(has(b, "<a href=\"Book_list.asp?p=2\">"));
-    EXPECT_FALSE(has(b, "Record_"));
-    EXPECT_FALSE(has(b, "type=\"hidden\""));
-}
-
 TEST_F(PageBarTest, MediumListWritesTwoItemsARowAndItsOwnFormTail) {
     rows(25);
     auto r = tav::test::run_body(site, "pagebartest", "/x.asp?p=1", [](BodyPage& page) {
@@ -218,10 +194,7 @@ TEST_F(PageBarTest, MediumListWritesTwoItemsARowAndItsOwnFormTail) {
                            .own_hidden = true,
                            .hidden = {{"File_type", "mp3"}, {"PY", "A"}}});
         bar.read_p();
-        bar.count("select count(id) as num from Address where User_id=77");
-        Recordset& rs = page.records();
-        rs = page.db().execute("select * from Address where User_id=77 order by id");
-        bar.skip(rs);
+        Recordset& rs = page_rows(page, bar);
         long n = 1;
         while (bar.within(n) && !rs.eof()) {
             Response.write("<tr height=\"26\" class=\"items\"><td>" + std::to_string(n) + "</td><td>" + rs("Name") +

@@ -145,33 +145,29 @@ TEST_F(StoreTest, InstrAsTruthValueWithTwoAndThreeArguments) {
     EXPECT_TRUE(conn.execute("select instr(pen_ok,'a') as n from user union all select null")("n").is_null());
 }
 
-TEST_F(StoreTest, SignerChainMatchesOnlyTheFirstId) {
+TEST_F(StoreTest, CountsWithLeftLikeAndOnEmptyResults) {
     for (const char* py : {"|12|", "|12|30|", "|121|", "|30|12|"})
         conn.execute(std::string("insert into Files(py) values ('") + py + "')");
-    EXPECT_EQ(num("select count(id) as num from Files where left(py,instr(2,py,'|'))='|12|'"), 2);
-    EXPECT_EQ(num("select count(id) as num from Files where left(py,instr(2,py,'|'))='|30|'"), 1);
-}
-
-TEST_F(StoreTest, LeftComparesWithoutCase) {
     for (const char* id : {"menu1", "menu12", "MENU13", "menu2", "me"})
         conn.execute(std::string("insert into menu(menu_id) values ('") + id + "')");
-    EXPECT_EQ(num("select count(id) as num from menu where left(menu_id,5)='menu1'"), 3);
-    EXPECT_EQ(num("select count(id) as num from menu where left(menu_id,2)='me'"), 5);
-}
-
-TEST_F(StoreTest, CountOnEmptyTableIsZero) {
-    Value v = conn.execute("select count(id) as num from Datas where Sub_menu='4101'")("num");
+    for (const char* title : {"Annual Report", "年度报告", "Minutes"})
+        conn.execute(std::string("insert into Datas(User_id,D_title,Sub_menu) values (1,'") + title + "','4101')");
+    auto where = [&](const std::string& table, const std::string& cond) {
+        return num("select count(id) as num from " + table + " where " + cond);
+    };
+    // The signer chain matches only the first id.
+    EXPECT_EQ(where("Files", "left(py,instr(2,py,'|'))='|12|'"), 2);
+    EXPECT_EQ(where("Files", "left(py,instr(2,py,'|'))='|30|'"), 1);
+    // left and like compare without case.
+    EXPECT_EQ(where("menu", "left(menu_id,5)='menu1'"), 3);
+    EXPECT_EQ(where("menu", "left(menu_id,2)='me'"), 5);
+    EXPECT_EQ(where("Datas", "Sub_menu='4101' and D_title like '%REPORT%'"), 1);
+    EXPECT_EQ(where("Datas", "Sub_menu='4101' and D_title like '%报告%'"), 1);
+    EXPECT_EQ(where("Datas", "D_title like '%%'"), 3);
+    // Over no rows the count is the number 0.
+    Value v = conn.execute("select count(id) as num from Datas where Sub_menu='4102'")("num");
     EXPECT_TRUE(v.is_number());
     EXPECT_EQ(v.lng(), 0);
-}
-
-TEST_F(StoreTest, LikeWithPercentIgnoresCase) {
-    conn.execute("insert into Datas(User_id,D_title,Sub_menu) values (1,'Annual Report','4101')");
-    conn.execute("insert into Datas(User_id,D_title,Sub_menu) values (1,'年度报告','4101')");
-    conn.execute("insert into Datas(User_id,D_title,Sub_menu) values (1,'Minutes','4101')");
-    EXPECT_EQ(num("select count(id) as num from Datas where Sub_menu='4101' and D_title like '%REPORT%'"), 1);
-    EXPECT_EQ(num("select count(id) as num from Datas where Sub_menu='4101' and D_title like '%报告%'"), 1);
-    EXPECT_EQ(num("select count(id) as num from Datas where D_title like '%%'"), 3);
 }
 
 TEST_F(StoreTest, ArithmeticInUpdate) {

@@ -8,9 +8,8 @@
 #include <string>
 #include <unistd.h>
 
-#include "frame/context.h"
-#include "frame/host.h"
 #include "frame/page.h"
+#include "frame/request_scope.h"
 #include "frame/upload.h"
 
 namespace fs = std::filesystem;
@@ -58,19 +57,8 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
     req.headers.emplace_back("Content-Type", "multipart/form-data; boundary=x");
     if (size > 0) req.body = std::make_shared<MemoryBody>(std::string(reinterpret_cast<const char*>(data), size));
 
-    RequestObject request(req);
-    ResponseObject response;
-    SessionObject session(std::make_shared<SessionData>());
-    ServerObject server(scratch.root);
-    ApplicationObject application;
-    Context ctx;
-    ctx.request = &request;
-    ctx.response = &response;
-    ctx.session = &session;
-    ctx.server = &server;
-    ctx.application = &application;
-    ctx.log = &log;
-    ContextScope scope(ctx);
+    RequestScope scope(req, std::make_shared<SessionData>(), scratch.root, log);
+    const ResponseObject& response = scope.response;
 
     FuzzPage page;
     // The same body parsed with tiny pieces and with the serving size must

@@ -1,0 +1,41 @@
+// One request's host objects, bound to the thread for the scope's lifetime:
+// the dispatcher, the fuzz targets and the test helper all run page code
+// through this, so the binding is written once.
+#pragma once
+
+#include <functional>
+#include <memory>
+#include <string>
+
+#include "frame/context.h"
+#include "frame/host.h"
+#include "server/http_types.h"
+
+namespace tav {
+
+class Page;
+
+class RequestScope {
+public:
+    RequestScope(const HttpRequest& req, std::shared_ptr<SessionData> session, std::string site_root, AppLog& log);
+    RequestScope(const RequestScope&) = delete;
+    RequestScope& operator=(const RequestScope&) = delete;
+
+    // Runs body as the page's I_init under the page's handler, then the
+    // page's end. A script timeout ends the page with the timeout notice.
+    void run(Page& page, const std::function<void()>& body);
+    void run(Page& page);
+
+    RequestObject request;
+    ResponseObject response;
+    SessionObject session;
+    ServerObject server;
+    ApplicationObject application;
+
+private:
+    AppLog& log_;
+    Context ctx_;
+    ContextScope bound_;
+};
+
+}  // namespace tav
