@@ -130,7 +130,9 @@ TEST(SeedMenu, FirstAccountHoldsEveryCode) {
         EXPECT_TRUE(tokens.count(r.id)) << r.id;
         bool category = (r.xm == "sjzx" || r.xm == "home") && r.id.find('A') == std::string::npos &&
                         r.id.find("01") == std::string::npos;
-        if (category) EXPECT_TRUE(tokens.count("i" + r.id)) << r.id;
+        if (category) {
+            EXPECT_TRUE(tokens.count("i" + r.id)) << r.id;
+        }
     }
     tav::Recordset kinds = site.query("select id from word_type");
     int n = 0;

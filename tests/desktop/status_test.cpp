@@ -122,7 +122,9 @@ TEST(StatusWordStr, CountsOpenDocumentsOfTheHeldStagesAndKinds) {
         for (const Doc& doc : c.docs) d.word(k[doc.kind], doc.signed_, doc.stage, doc.own ? u : u + "9");
         d.as(name);
         std::string body = d.monitor();
-        if (c.sh) EXPECT_TRUE(has(cell_line(body, "meeting"), std::string("href='word_list_sh.asp?sh=") + c.sh + "'"));
+        if (c.sh) {
+            EXPECT_TRUE(has(cell_line(body, "meeting"), std::string("href='word_list_sh.asp?sh=") + c.sh + "'"));
+        }
         if (c.alt) {
             EXPECT_EQ(alt_of(body, "meeting"), c.alt);
             EXPECT_FALSE(has(body, " Error "));

@@ -221,8 +221,15 @@ TEST_F(UploadTest, BrokenBodiesReportAndThePageGoesOn) {
     });
 }
 
+static HttpRequest get_request(const std::string& target) {
+    HttpRequest r;
+    r.method = "GET";
+    r.target = target;
+    return r;
+}
+
 TEST_F(UploadTest, WithoutBodyEverythingIsEmpty) {
-    std::string out = run(HttpRequest{.method = "GET", .target = "/x.asp"}, [&](BodyPage& page) {
+    std::string out = run(get_request("/x.asp"), [&](BodyPage& page) {
         UploadGroup up{page};
         up.upI_init();
         up.upload_initialize();
