@@ -11,7 +11,7 @@ const { chromium } = require('playwright-core');
 
 const FIXTURES = path.join(__dirname, 'fixtures');
 const SCRIPT = path.join(__dirname, '..', '..', 'site', 'tavcompat.js');
-const OUT = path.join(__dirname, 'out');
+const { SHOTS: OUT } = require('./driver');
 const CHROMIUM = process.env.CHROMIUM || '/usr/bin/chromium';
 
 const requests = [];

@@ -17,6 +17,10 @@ flow(test, 'login page, a refused account name, a wrong password and a good logi
   assert.equal(head.title, '\u793a\u8303\u5355\u4f4d\u7f51\u7edc\u529e\u516c\u7cfb\u7edf\u767b\u5f55');
   assert.equal(head.charset, 'GBK');
   assert.match(head.body, /\u793a\u8303\u5355\u4f4d\u81ea\u52a8\u5316\u7f51\u7edc\u529e\u516c\u7cfb\u7edf/);
+  // the headline stands centred over the login box at any window width
+  const cx = await page.in('', (w) => [w.document.querySelector('center > span'), w.document.querySelector('form table')]
+    .map((e) => { const r = e.getBoundingClientRect(); return Math.round(r.left + r.width / 2); }));
+  assert.ok(Math.abs(cx[0] - cx[1]) <= 12, 'headline and box centres ' + cx);
   await page.screenshot('login');
 
   // The client check refuses an illegal account name before anything is posted.
