@@ -34,15 +34,18 @@ async function launchFirefox() {
   });
 }
 
-// A page of either engine. Errors (uncaught exceptions in any frame) and alert texts collect
-// in `errors` and `alerts`; alerts and confirms are accepted.
+// A page of either engine. Uncaught exceptions in any frame, console errors and alert texts
+// collect in `errors`, `console` and `alerts`; alerts and confirms are accepted.
 class Page {
   constructor(engine, raw) {
     this.engine = engine;
     this.raw = raw;
     this.errors = [];
     this.alerts = [];
+    this.console = [];
     raw.on('pageerror', (e) => this.errors.push(String(e && e.message || e)));
+    // errors the scripts report themselves (the compat script names bad VBScript lines)
+    raw.on('console', (m) => { if (m.type() === 'error') this.console.push(m.text()); });
     raw.on('dialog', async (d) => {
       this.alerts.push(d.message());
       try { await d.accept(); } catch (_) { /* closed with its page */ }
@@ -140,6 +143,15 @@ class Page {
     await this.click(path, selector);
     await this.in(path, (win, sel) => { const el = win.document.querySelector(sel); el.value = ''; el.focus(); }, selector);
     await this.raw.keyboard.type(text);
+  }
+
+  // Waits for the top window's URL to match.
+  async waitUrl(re, ms = 10000) {
+    const end = Date.now() + ms;
+    while (!re.test(this.url())) {
+      if (Date.now() > end) throw new Error('URL ' + this.url() + ' never matched ' + re);
+      await new Promise((r) => setTimeout(r, 100));
+    }
   }
 
   async back() {
