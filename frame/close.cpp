@@ -7,6 +7,7 @@ class close : public Page {
 public:
     close() : Page("close") {}
     void I_init() override {
+        Response.client_compat(kCompatScript);
         Response.block(
             "<html>\r\n"
             "<head>\r\n"

@@ -42,6 +42,7 @@ private:
         Response.line("<title>文件上传</title>");
         Response.line("<meta http-equiv=\"Content-Type\" content=\"text/html; charset=gb2312\">");
         Response.line("<link rel=\"stylesheet\" href=\"style.css\" type=\"text/css\">");
+        Response.client_compat(kCompatScript);
         Response.line("<script language=\"vbscript\">");
         Response.line("sub do_submit()");
         Response.line("  dim fname, ext, tag");

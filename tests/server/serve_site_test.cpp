@@ -67,8 +67,14 @@ TEST(ServeSite, GbFormPostLogsInAndTheRedirectCarriesTheSession) {
     auto done = c.read();
     EXPECT_EQ(done.status, 302);
     EXPECT_EQ(done.headers["location"], "./");
-
+    // The login gives the session a new id; the old one reaches nothing.
+    std::string renewed = cookie_of(done);
+    ASSERT_FALSE(renewed.empty());
+    EXPECT_NE(renewed, cookie);
     c.send(get("/", "Cookie: " + cookie + "\r\n"));
+    EXPECT_EQ(c.read().headers["location"], "login.asp");
+
+    c.send(get("/", "Cookie: " + renewed + "\r\n"));
     auto desk = c.read();
     EXPECT_EQ(desk.status, 200);
     EXPECT_NE(desk.body.find("<frameset rows=\"46,*,25,0,0,0,0\""), std::string::npos);
