@@ -322,20 +322,30 @@ private:
     template <class Parser>
     void read_body(Parser& p) {
         // An idle timeout per read: a slow but live upload goes on, up to
-        // the body's own deadline.
-        auto now = std::chrono::steady_clock::now();
-        auto left = body_deadline() - now;
-        if (left <= std::chrono::steady_clock::duration::zero()) {
+        // the body's own deadline. That one runs on our timer, since the
+        // stream's own closes the socket and leaves no way to answer.
+        auto deadline = body_deadline();
+        if (std::chrono::steady_clock::now() >= deadline) {
             drop_spool();
             return send_error(408);
         }
-        stream_.expires_after(std::min<std::chrono::steady_clock::duration>(srv_.opts.idle_timeout, left));
+        stream_.expires_after(srv_.opts.idle_timeout);
+        reading_body_ = true;
+        body_timed_out_ = false;
+        deadline_.expires_at(deadline);
+        deadline_.async_wait([self = shared_from_this()](error_code ec) {
+            if (ec || !self->reading_body_) return;
+            self->body_timed_out_ = true;
+            error_code ignored;
+            self->stream_.socket().cancel(ignored);
+        });
         http::async_read_some(stream_, buf_, p,
                               [self = shared_from_this(), &p](error_code ec, std::size_t n) {
+                                  self->reading_body_ = false;
+                                  self->deadline_.cancel();
                                   if (self->closed_) return;
                                   self->body_read_ += n;
-                                  if (ec == beast::error::timeout &&
-                                      std::chrono::steady_clock::now() >= self->body_deadline()) {
+                                  if (self->body_timed_out_) {
                                       self->drop_spool();
                                       return self->send_error(408);
                                   }
@@ -567,6 +577,8 @@ private:
     bool keep_alive_ = true;
     bool head_ = false;
     bool reading_header_ = false;
+    bool reading_body_ = false;
+    bool body_timed_out_ = false;
     bool timed_out_ = false;
     bool closed_ = false;
 };
