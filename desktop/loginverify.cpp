@@ -8,8 +8,6 @@ namespace tav::pages {
 
 class loginverify : public Page {
 public:
-    loginverify() : Page("loginverify") {}
-
     void I_init() override {
         dbI_init();
         Response.buffer(true);
@@ -45,6 +43,6 @@ private:
     }
 };
 
-TAVELOR_PAGE(loginverify)
+TAVELOR_PAGE(loginverify, "loginverify.asp")
 
 }  // namespace tav::pages

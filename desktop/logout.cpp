@@ -7,8 +7,6 @@ namespace tav::pages {
 
 class logout : public Page {
 public:
-    logout() : Page("logout") {}
-
     void I_init() override {
         Response.buffer(true);
         dbI_init();
@@ -30,6 +28,6 @@ public:
     }
 };
 
-TAVELOR_PAGE(logout)
+TAVELOR_PAGE(logout, "logout.asp")
 
 }  // namespace tav::pages

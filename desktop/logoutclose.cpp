@@ -6,8 +6,6 @@ namespace tav::pages {
 
 class logoutclose : public Page {
 public:
-    logoutclose() : Page("logoutclose") {}
-
     void I_init() override {
         Response.buffer(true);
         dbI_init();
@@ -26,6 +24,6 @@ public:
     }
 };
 
-TAVELOR_PAGE(logoutclose)
+TAVELOR_PAGE(logoutclose, "logout_close.asp")
 
 }  // namespace tav::pages

@@ -5,7 +5,6 @@ namespace tav::pages {
 
 class close : public Page {
 public:
-    close() : Page("close") {}
     void I_init() override {
         Response.block(
             "<html>\r\n"
@@ -23,6 +22,6 @@ public:
     }
 };
 
-TAVELOR_PAGE(close)
+TAVELOR_PAGE(close, "close.asp")
 
 }  // namespace tav::pages
