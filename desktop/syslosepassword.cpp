@@ -10,7 +10,7 @@ public:
 
     void I_init() override {
         dbI_init();
-        rs = conn.execute("select menu_idstr from user where id=" + Session("USER_ID"));
+        rs = conn.execute("select menu_idstr from user where id="_sql + Session("USER_ID"));
         Value rights = Trim(rs("menu_idstr"));
         // Without the right the list is simply empty, not refused.
         if (InStr(rights, "1905") > 0)
@@ -37,7 +37,7 @@ public:
             Response.write("<tr align=\"center\" height=\"25\"><td>");
             Response.write(rs("username"));
             Response.write("</td><td>");
-            dept = conn.execute("select name from Department where id=" + rs("departmentid"));
+            dept = conn.execute("select name from Department where id="_sql + rs("departmentid"));
             if (dept.eof())
                 Response.write("已删除部门");
             else
