@@ -10,7 +10,7 @@ class bottom : public Page {
 public:
     void I_init() override {
         dbI_init();
-        rs = conn.execute("select truename from user where id=" + Session("USER_ID"));
+        rs = conn.execute("select truename from user where id="_sql + Session("USER_ID"));
         Value truename = Trim(rs("truename"));
         rs.close();
         conn.close();

@@ -18,7 +18,7 @@ public:
         std::string meeting_src = "about:blank";
         std::string main_src = "started.asp";
         Session.set("Message_POP", "YES");
-        rs = conn.execute("select start_meeting from user where id=" + Session("user_id"));
+        rs = conn.execute("select start_meeting from user where id="_sql + Session("user_id"));
         if (rs("start_meeting") == 1) {
             meeting_src = "start_netmeeting.asp";
             main_src = "starting.asp";

@@ -69,12 +69,11 @@ public:
 
         Value xm = Request.querystring("xm");
         if (xm.blank()) xm = "home";
-        rs = conn.execute("select menu_idstr from user where id=" + Session("USER_ID"));
-        Value rights = Trim(rs("menu_idstr"));
+        Value rights = Trim(user_rights()("menu_idstr"));
 
         // The rows of one folder spell one hidden field: NN00 opens it, the
         // granted entries fill its value, NNZZ closes it.
-        rs = conn.execute("select * from menu where xm='" + xm + "' order by menu_id");
+        rs = conn.execute("select * from menu where xm='"_sql + xm + "' order by menu_id");
         while (!rs.eof()) {
             Value id = Trim(rs("menu_id"));
             if (InStr(id, "00") > 0 || InStr(id, "ZZ") > 0 || InStr(rights, id) > 0) {
@@ -92,7 +91,7 @@ public:
         }
 
         Response.write("<SCRIPT language=JavaScript>");
-        rs = conn.execute("select * from menu where xm='" + xm + "_m' order by menu_id");
+        rs = conn.execute("select * from menu where xm='"_sql + xm + "_m' order by menu_id");
         while (!rs.eof()) {
             Response.write("MenuItem=MenuItem+1;");
             Response.write("strSQL=" + rs("menu_text") + ".value;");

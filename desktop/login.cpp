@@ -11,7 +11,7 @@ public:
     void I_init() override {
         dbI_init();
         Session.set("dw_name", "审计系统通用");
-        rs = conn.execute("select * from software where softname='username'");
+        rs = setting("username");
         if (!rs.eof()) Session.set("dw_name", Trim(rs("Hardserial")));
         Value login_flag = Trim(Request.querystring("login"));
 
@@ -83,13 +83,13 @@ public:
                       "<input type=\"submit\" name=\"btnlogin\" value=\" 登 录 \" class=\"buttons02\"></td></tr>");
         Response.line("<tr><td colspan=\"2\" align=\"center\">");
 
-        rs = conn.execute("select * from software where softname='forgetpass'");
+        rs = setting("forgetpass");
         if (rs.eof() || rs("Hardserial") == "1")
             Response.write("<a onclick='ForgetPassword()' href='#'>忘记密码</a>&nbsp;&nbsp; ");
-        rs = conn.execute("select * from software where softname='regnewuser'");
+        rs = setting("regnewuser");
         if (rs.eof() || rs("Hardserial") == "1")
             Response.write("<a onclick='NewRegister()' href='#'>新用户注册</a>&nbsp;&nbsp; ");
-        rs = conn.execute("select * from software where softname='indroduce'");
+        rs = setting("indroduce");
         if (rs.eof() || rs("Hardserial") == "1")
             Response.write("<a href='help.htm' target='_blank'><font color='yellow'>系统简介</font></a>");
 

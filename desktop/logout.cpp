@@ -12,11 +12,11 @@ public:
         dbI_init();
         funI_init();
         if (!Session("USER_ID").blank()) {
-            conn.execute("update user set online=0,ip=' ' where id=" + Session("USER_ID"));
+            conn.execute("update user set online=0,ip=' ' where id="_sql + Session("USER_ID"));
             monitor("正常退出本系统");
         }
         Session.abandon();
-        rs = conn.execute("select * from software where softname='logout'");
+        rs = setting("logout");
         if (rs("Hardserial") == "0") {
             Response.redirect("login.asp");
             END_PAGE();

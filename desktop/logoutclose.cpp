@@ -13,7 +13,7 @@ public:
         Value myclose = Request.querystring("myclose");
         (void)myclose;
         if (!Session("USER_ID").blank()) {
-            conn.execute("update user set online=0,ip=' ' where id=" + Session("USER_ID"));
+            conn.execute("update user set online=0,ip=' ' where id="_sql + Session("USER_ID"));
             monitor("非正常退出本系统");
         }
         Session.abandon();

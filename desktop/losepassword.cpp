@@ -14,14 +14,14 @@ public:
         Value username = Trim(Request.Form("username"));
         Value truename = Trim(Request.Form("truename"));
         if (!username.blank()) {
-            rs = conn.execute("select id from user where username='" + username + "' and truename='" +
+            rs = conn.execute("select id from user where username='"_sql + username + "' and truename='" +
                               truename + "'");
             if (rs.eof()) {
                 Response.redirect("Pop_OK.asp?message=您输入的帐号或姓名在系统中不存在！<br>请重新输入……"
                                   "&next_href=losepassword.asp");
                 END_PAGE();
             }
-            conn.execute("update user set password_lose=1 where id=" + rs("id"));
+            conn.execute("update user set password_lose=1 where id="_sql + rs("id"));
             Response.redirect("Pop_OK.asp?message=您的通知已经发送给系统管理员！<br>请等待管理员的回复……"
                               "&next_href=close.asp");
             END_PAGE();

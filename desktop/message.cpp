@@ -56,7 +56,7 @@ public:
             }
         }
 
-        rs = conn.execute("select * from software where softname='work_pop'");
+        rs = setting("work_pop");
         if (rs("Hardserial") != "1") pop = 0;
 
         rs.close();

@@ -18,9 +18,9 @@ public:
         Response.line("<meta http-equiv=\"expires\" content=\"" + NowText(-10) + "\">");
         Response.line("<link rel=\"stylesheet\" href=\"style.css\" type=\"text/css\">");
 
-        rs = conn.execute("select * from software where softname='pop_music'");
+        rs = setting("pop_music");
         if (rs("Hardserial") == "1") {
-            rs = conn.execute("select * from software where softname='music'");
+            rs = setting("music");
             Response.write("<bgsound src=\"./medium/");
             Response.write(html_text(rs("Hardserial")));
             Response.line("\" loop=\"infinite\">");

@@ -28,7 +28,7 @@ public:
         Response.line("<br><br>");
         Response.line("<font color=\"yellow\">软件版本 Ver2.0</font>");
         Response.line("</center>");
-        conn.execute("update user set online=1,ip='" + Request.ServerVariables("remote_addr") +
+        conn.execute("update user set online=1,ip='"_sql + Request.ServerVariables("remote_addr") +
                      "' where id=" + Session("user_id"));
         Response.line("</body>");
         Response.line("</html>");

@@ -9,8 +9,7 @@ class syslosepassword : public Page {
 public:
     void I_init() override {
         dbI_init();
-        rs = conn.execute("select menu_idstr from user where id=" + Session("USER_ID"));
-        Value rights = Trim(rs("menu_idstr"));
+        Value rights = Trim(user_rights()("menu_idstr"));
         // Without the right the list is simply empty, not refused.
         if (InStr(rights, "1905") > 0)
             rs = conn.execute("select * from user where password_lose=1");
@@ -33,7 +32,7 @@ public:
         long count = 0;
         Recordset dept;
         while (!rs.eof()) {
-            dept = conn.execute("select name from Department where id=" + rs("departmentid"));
+            dept = conn.execute("select name from Department where id="_sql + rs("departmentid"));
             Value dept_name = dept.eof() ? Value("已删除部门") : dept("name");
             Response.line(table_row(" align=\"center\" height=\"25\"",
                                     {rs("username"), dept_name, rs("Truename"), rs("sex"), rs("Telphone"),

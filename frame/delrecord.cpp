@@ -14,7 +14,7 @@ public:
         require_login(LoginTest::IdOnly);
         Value ID = Request.querystring("ID");
         Value Table = Request.querystring("Table");
-        conn.execute("delete from " + Table + " where id=" + ID);
+        conn.execute("delete from "_sql + sql_name(Table) + " where id=" + ID);
         monitor("删除数据库表：" + Table + " 记录ID号: " + ID);
         Response.redirect("Pop_OK.asp?message=记录成功删除！&next_href=" + Request.querystring("next"));
         END_PAGE();

@@ -57,14 +57,15 @@ void Page::require_login(LoginTest test) {
 }
 
 Recordset Page::user_rights() {
-    if (!rights_memo_) rights_memo_ = conn.execute("select menu_idstr from user where id=" + Session("user_id"));
+    if (!rights_memo_) rights_memo_ = conn.execute("select menu_idstr from user where id="_sql + Session("user_id"));
     return *rights_memo_;
 }
 
 Recordset Page::setting(const char* softname) {
     auto it = settings_memo_.find(softname);
     if (it == settings_memo_.end())
-        it = settings_memo_.emplace(softname, conn.execute(std::string("select * from software where softname='") + softname + "'")).first;
+        it = settings_memo_.emplace(softname, conn.execute("select * from software where softname='"_sql +
+                                                           std::string(softname) + "'")).first;
     return it->second;
 }
 
