@@ -129,6 +129,7 @@ async function firefoxDriver() {
   };
 }
 
+// fn runs in the page and must answer with plain data (Firefox's driver cannot hand back nodes).
 async function waitFor(page, fn, arg, what, ms = 10000) {
   const end = Date.now() + ms;
   for (;;) {
@@ -308,7 +309,7 @@ async function editorChecks(t, driver) {
     await clickToolbar(page, button('导入图片'));
     await waitFor(page, () => {
       const f = document.querySelector('dialog.tav-dialog iframe');
-      return f && f.contentDocument && f.contentDocument.querySelector('#up');
+      return !!(f && f.contentDocument && f.contentDocument.querySelector('#up'));
     }, null, 'the picture dialog');
     await page.screenshot({ path: path.join(SHOTS, `editor-dialog-${driver.name}.png`) });
     const before = requests.length;
@@ -330,7 +331,7 @@ async function editorChecks(t, driver) {
     await waitFor(page, () => !document.querySelector('dialog'), null, 'the first dialog to go');
     // closed with its close button: nothing goes in
     await clickToolbar(page, button('导入图片'));
-    await waitFor(page, () => document.querySelector('dialog.tav-dialog .tav-dialog-x'), null, 'the second dialog');
+    await waitFor(page, () => !!document.querySelector('dialog.tav-dialog .tav-dialog-x'), null, 'the second dialog');
     await page.evaluate(() => document.querySelector('dialog.tav-dialog .tav-dialog-x').click());
     await waitFor(page, () => !document.querySelector('dialog.tav-dialog[open]'), null, 'the dialog to close');
     assert.equal(await frameHtml(page), html);
@@ -358,7 +359,7 @@ async function editorChecks(t, driver) {
     assert.deepEqual(dialogs.map((d) => d.message), ['请输入标题！']);
     await page.evaluate(() => { postform.title.value = '标题一'; });
     await Promise.all([
-      waitFor(page, () => document.getElementById('saved'), null, 'the answer of the post'),
+      waitFor(page, () => !!document.getElementById('saved'), null, 'the answer of the post'),
       clickToolbar(page, '#send'),
     ]);
     assert.deepEqual(posts.at(-1), { body: '<b>bold</b> text <i>new</i>', title: '标题一' });
@@ -372,11 +373,22 @@ async function editorChecks(t, driver) {
     await page.keyboard.type('<br>中文');
     await page.evaluate(() => { postform.title.value = 't'; });
     await Promise.all([
-      waitFor(page, () => document.getElementById('saved'), null, 'the second post'),
+      waitFor(page, () => !!document.getElementById('saved'), null, 'the second post'),
       clickToolbar(page, '#send'),
     ]);
     assert.equal(posts.at(-1).body, '<u>under</u><br>中文');
     assert.deepEqual(otherErrors(errors), []);
+    await page.close();
+  });
+
+  await t.test('design mode set while the frame still loads its own page is put back after the load', async () => {
+    // the page turns design mode on at once, and then the frame's page (blank.html) arrives
+    const { page } = await driver.newPage();
+    await page.goto(base + '/editor_late.html');
+    await waitFor(page, () => {
+      const d = document.getElementById('mytext').contentDocument;
+      return /blank\.html$/.test(d.URL) && d.readyState === 'complete' && d.designMode === 'on';
+    }, null, 'design mode in the loaded frame');
     await page.close();
   });
 
