@@ -234,20 +234,18 @@ async function editorChecks(t, driver) {
     await page.mouse.down();
     assert.equal(await img(), 'img/bold2.gif');
     await page.mouse.up();
-    assert.equal(await img(), 'img/bold1.gif');
     await page.mouse.move(box.x, box.y + 200);
     assert.equal(await img(), 'img/bold.gif');
     await page.screenshot({ path: path.join(SHOTS, `editor-${driver.name}.png`) });
     await page.close();
   });
 
-  await t.test('bold, font size, colour and "more", alignment', async () => {
-    const { page, select, errors } = await openEditor(driver, '/editor.html');
-    await setFrameHtml(page, '<p><span id="a">one</span> <span id="b">two</span> <span id="c">three</span> <span id="d">four</span></p>');
+  await t.test('bold, size, colours and "more", alignment, a link (cancelled, then given), a table', async () => {
+    const { page, select, errors, answers, dialogs } = await openEditor(driver, '/editor.html');
+    await setFrameHtml(page, '<p><span id="a">one</span> <span id="b">two</span> <span id="c">three</span></p><p id="d">four</p>');
     await selectInFrame(page, '#a');
     await clickToolbar(page, button('粗体'));
     assert.match(await frameHtml(page), /<b>one<\/b>/i);
-
     await selectInFrame(page, '#b');
     await select('#FontSize', '5');
     assert.match(await frameHtml(page), /<font size="5">two<\/font>/i);
@@ -256,20 +254,18 @@ async function editorChecks(t, driver) {
     await select('#fColor', '#cc0000');
     assert.match(await frameHtml(page), /<font color="#cc0000">three<\/font>/i);
     assert.equal(await page.evaluate(() => document.getElementById('fColor').selectedIndex), 0, 'back to the caption');
-
-    await page.close();
-    assert.deepEqual(otherErrors(errors), []);
-  });
-
-  await t.test('"more" colours, link asked by prompt, a cancelled link, a table', async () => {
-    const { page, select, errors, answers, dialogs } = await openEditor(driver, '/editor.html');
-    await setFrameHtml(page, '<p><span id="a">one</span> <span id="b">two</span> <span id="c">three</span></p>');
-    await selectInFrame(page, '#a');
+    await selectInFrame(page, '#d');
     answers.push('00aa00');
     await select('#fColor', 'more');
-    assert.match(await frameHtml(page), /<font color="#00aa00">one<\/font>/i);
+    assert.match(await frameHtml(page), /<font color="#00aa00">four<\/font>/i);
+    await clickToolbar(page, button('向中对齐'));
+    // Firefox computes the centring of align="center" as -moz-center
+    assert.match(await page.evaluate(() => {
+      const d = document.getElementById('mytext').contentDocument;
+      return d.defaultView.getComputedStyle(d.querySelector('font[color="#00aa00"]').parentNode).textAlign;
+    }), /center/);
 
-    await selectInFrame(page, '#b');
+    await selectInFrame(page, '#c');
     answers.push(null);
     await clickToolbar(page, button('加入超连接'));
     let html = await frameHtml(page);
@@ -278,8 +274,8 @@ async function editorChecks(t, driver) {
     answers.push('http://example.org/a?x=1&y="2"');
     await clickToolbar(page, button('加入超连接'));
     html = await frameHtml(page);
-    assert.match(html, /<a href="http:\/\/example\.org\/a\?x=1&amp;y=(%22|&quot;)2(%22|&quot;)">two<\/a>/i, html);
-    assert.deepEqual(dialogs.map((d) => d.type), ['prompt', 'prompt', 'prompt']);
+    assert.match(html, /<a href="http:\/\/example\.org\/a\?x=1&amp;y=(%22|&quot;)2(%22|&quot;)"><font color="#cc0000">three<\/font><\/a>|<font color="#cc0000"><a href="http:\/\/example\.org\/a\?x=1&amp;y=(%22|&quot;)2(%22|&quot;)">three<\/a><\/font>/i, html);
+    assert.deepEqual(dialogs.map((d) => d.type), ['prompt', 'prompt', 'prompt'], 'no alert on the way');
 
     await selectInFrame(page, null);
     answers.push('2', '3');
