@@ -7,8 +7,6 @@ namespace tav::pages {
 
 class logout : public Page {
 public:
-    logout() : Page("logout") {}
-
     void I_init() override {
         Response.buffer(true);
         dbI_init();
@@ -18,11 +16,12 @@ public:
             monitor("正常退出本系统");
         }
         Session.abandon();
-        rs = conn.execute("select * from software where softname='logout'");
+        rs = setting("logout");
         if (rs("Hardserial") == "0") {
             Response.redirect("login.asp");
             END_PAGE();
         }
+        Response.client_compat(kCompatScript);
         Response.line("<script language=\"VBScript\">");
         Response.line("window.close()");
         Response.line("</script>");
@@ -30,6 +29,6 @@ public:
     }
 };
 
-TAVELOR_PAGE(logout)
+TAVELOR_PAGE(logout, "logout.asp")
 
 }  // namespace tav::pages

@@ -6,8 +6,6 @@ namespace tav::pages {
 
 class logoutclose : public Page {
 public:
-    logoutclose() : Page("logoutclose") {}
-
     void I_init() override {
         Response.buffer(true);
         dbI_init();
@@ -19,6 +17,7 @@ public:
             monitor("非正常退出本系统");
         }
         Session.abandon();
+        Response.client_compat(kCompatScript);
         Response.line("<script language=\"VBScript\">");
         Response.line("window.close()");
         Response.line("</script>");
@@ -26,6 +25,6 @@ public:
     }
 };
 
-TAVELOR_PAGE(logoutclose)
+TAVELOR_PAGE(logoutclose, "logout_close.asp")
 
 }  // namespace tav::pages

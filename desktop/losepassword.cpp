@@ -1,5 +1,6 @@
 // Lost password: the user flags the account for the administrator, who reads
 // the password from the list and passes it on by other means.
+#include "frame/html.h"
 #include "frame/page.h"
 #include "frame/vb.h"
 
@@ -7,8 +8,6 @@ namespace tav::pages {
 
 class losepassword : public Page {
 public:
-    losepassword() : Page("losepassword") {}
-
     void I_init() override {
         dbI_init();
         Response.buffer(true);
@@ -30,7 +29,7 @@ public:
         Response.line("<html>");
         Response.line("<head>");
         Response.line("<meta http-equiv=\"Content-Type\" content=\"text/html; charset=gb2312\">");
-        Response.line("<title>" + Session("dw_name") + "网络办公系统</title>");
+        Response.line("<title>" + html_text(Session("dw_name")) + "网络办公系统</title>");
         Response.line("<link rel=\"stylesheet\" href=\"style.css\" type=\"text/css\">");
         Response.line("<script language=\"JavaScript\">");
         Response.line("function CheckForm(formName)");
@@ -71,6 +70,6 @@ public:
     }
 };
 
-TAVELOR_PAGE(losepassword)
+TAVELOR_PAGE(losepassword, "losepassword.asp")
 
 }  // namespace tav::pages

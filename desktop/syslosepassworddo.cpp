@@ -6,8 +6,6 @@ namespace tav::pages {
 
 class syslosepassworddo : public Page {
 public:
-    syslosepassworddo() : Page("syslosepassworddo") {}
-
     void I_init() override {
         dbI_init();
         Value id = Request.querystring("ID");
@@ -17,6 +15,6 @@ public:
     }
 };
 
-TAVELOR_PAGE(syslosepassworddo)
+TAVELOR_PAGE(syslosepassworddo, "sys_losepasswordDO.asp")
 
 }  // namespace tav::pages

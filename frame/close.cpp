@@ -5,8 +5,8 @@ namespace tav::pages {
 
 class close : public Page {
 public:
-    close() : Page("close") {}
     void I_init() override {
+        Response.client_compat(kCompatScript);
         Response.block(
             "<html>\r\n"
             "<head>\r\n"
@@ -23,6 +23,6 @@ public:
     }
 };
 
-TAVELOR_PAGE(close)
+TAVELOR_PAGE(close, "close.asp")
 
 }  // namespace tav::pages
