@@ -1,5 +1,8 @@
 #include "frame/pagebar.h"
 
+#include <algorithm>
+#include <limits>
+
 #include "frame/page.h"
 #include "frame/store.h"
 #include "frame/vb.h"
@@ -21,6 +24,15 @@ long long PageBar::count(const Sql& sql, std::source_location loc) {
     // The integer part, not a rounding up: 10 rows give a second, empty page.
     last_ = static_cast<long long>(Int(num.num() / static_cast<double>(opt_.size)));
     return last_;
+}
+
+Recordset PageBar::fetch(const Sql& list_sql, std::source_location loc) {
+    long long offset = p_ > std::numeric_limits<long long>::max() / opt_.size ? std::numeric_limits<long long>::max()
+                                                                              : p_ * opt_.size;
+    // A screen is `limit` table rows, but a page may put several rows of
+    // the list into one (the media list: two), up to `size` of them.
+    long rows = std::max(opt_.limit, opt_.size);
+    return page_.conn.execute_window(list_sql, static_cast<std::size_t>(rows), offset, loc);
 }
 
 void PageBar::skip(Recordset& rs, std::source_location loc) {

@@ -7,14 +7,21 @@
 //     PageBar bar(*this, {.url = "Address_list.asp", .size = 10, .limit = 10,
 //                         .row_height = 26, .carry = {}});
 //     bar.read_p();
-//     bar.count("select count(id) as num from Address where User_id=" + uid);
-//     rs = conn.execute("select * from Address where User_id=" + uid + " order by id DESC");
-//     bar.skip(rs);
+//     bar.count("select count(id) as num from Address where User_id="_sql + uid);
+//     rs = bar.fetch("select * from Address where User_id="_sql + uid + " order by id DESC");
 //     long n = 1;
 //     while (bar.within(n) && !rs.eof()) { ...row n, number n + bar.offset()...; rs.movenext(); ++n; }
 //     bar.fill_rows(n, 7);
 //     Response.line("</table>");
 //     bar.write_bar("<input type=\"button\" ...>");
+//
+// fetch runs the list statement for the shown page only (the engine skips
+// p * size rows and returns one screen), so a long list costs one
+// screen. It stands for the older pair, which reads every row and skips in
+// memory, and gives the same rows:
+//
+//     rs = conn.execute("select * from Address where User_id="_sql + uid + " order by id DESC");
+//     bar.skip(rs);
 //
 // Failures are not caught here: they take the page's own handler, so the
 // report names the page and the line of the call in the page.
@@ -55,6 +62,9 @@ public:
     long long read_p(std::source_location loc = std::source_location::current());
     // Runs the count statement (field num) and sets last = Int(num / size).
     long long count(const Sql& sql, std::source_location loc = std::source_location::current());
+    // The list statement's rows of the shown page: from row p * size on, at
+    // most max(limit, size) rows, positioned on the first.
+    Recordset fetch(const Sql& list_sql, std::source_location loc = std::source_location::current());
     // Moves the list's recordset to the page: Move(p * size) unless empty.
     void skip(Recordset& rs, std::source_location loc = std::source_location::current());
 

@@ -7,6 +7,10 @@
 #include <unistd.h>
 
 #include <cctype>
+#include <chrono>
+#include <list>
+#include <optional>
+#include <unordered_map>
 #include <cstdlib>
 #include <filesystem>
 #include <map>
@@ -17,6 +21,7 @@
 
 #include "frame/context.h"
 #include "frame/errors.h"
+#include "frame/host.h"
 #include "frame/paths.h"
 #include "frame/store_dialect.h"
 
@@ -58,6 +63,112 @@ std::string dbq_of(const std::string& cs) {
     return "";
 }
 
+// The first word of a statement: the dialect knows only these four.
+bool allowed_verb(std::string_view sql) {
+    std::size_t i = 0;
+    while (i < sql.size() && (std::isspace(static_cast<unsigned char>(sql[i])) || sql[i] == '(')) ++i;
+    std::size_t j = i;
+    while (j < sql.size() && std::isalpha(static_cast<unsigned char>(sql[j]))) ++j;
+    std::string_view verb = sql.substr(i, j - i);
+    return iequals(verb, "select") || iequals(verb, "insert") || iequals(verb, "update") ||
+           iequals(verb, "delete");
+}
+
+Value column_value(sqlite3_stmt* st, int i) {
+    switch (sqlite3_column_type(st, i)) {
+    case SQLITE_NULL: return Value::null();
+    case SQLITE_INTEGER: return Value(static_cast<long long>(sqlite3_column_int64(st, i)));
+    case SQLITE_FLOAT: return Value(sqlite3_column_double(st, i));
+    default: {
+        const void* p = sqlite3_column_blob(st, i);
+        int n = sqlite3_column_bytes(st, i);
+        return Value(std::string(p ? static_cast<const char*>(p) : "", static_cast<std::size_t>(n)));
+    }
+    }
+}
+
+// Limits that keep one statement from taking the server down: no text or
+// blob over 16 MB, no program text over 64 KB (checked before translation),
+// no result over 200,000 rows or 64 MB.
+constexpr int max_value_bytes = 16 * 1024 * 1024;
+constexpr std::size_t max_program_bytes = 64 * 1024;
+constexpr std::size_t max_result_rows = 200000;
+constexpr std::size_t max_result_bytes = 64 * 1024 * 1024;
+// Engine steps between looks at the clock for the script time limit.
+constexpr int progress_steps = 4096;
+// Prepared statements kept per handle, keyed by their placeholder text.
+constexpr std::size_t statement_cache_size = 64;
+// How often idle handles are checked for a database file removed or replaced.
+constexpr auto sweep_interval = std::chrono::seconds(5);
+
+const char* const result_too_large = "Query result too large: more than 200000 rows or 64 MB.";
+
+// Memory statistics cost a global lock on every allocation of the engine;
+// nothing here reads them. Must run before the engine initialises.
+void configure_engine_once() {
+    static std::once_flag once;
+    std::call_once(once, [] {
+        sqlite3_config(SQLITE_CONFIG_MEMSTATUS, 0);
+        sqlite3_initialize();
+    });
+}
+
+struct FileId {
+    dev_t dev = 0;
+    ino_t ino = 0;
+    bool operator==(const FileId&) const = default;
+};
+
+std::optional<FileId> file_id(const std::string& path) {
+    struct stat sb {};
+    if (::stat(path.c_str(), &sb) != 0 || !S_ISREG(sb.st_mode)) return std::nullopt;
+    return FileId{sb.st_dev, sb.st_ino};
+}
+
+}  // namespace
+
+// An engine handle with what it keeps between requests: its prepared
+// statements and the identity of the file it was opened on.
+struct StoreHandle {
+    sqlite3* db = nullptr;
+    std::string path;
+    FileId file;
+    struct Cached {
+        std::string key;
+        sqlite3_stmt* st;
+    };
+    std::list<Cached> lru;  // most recently used first
+    std::unordered_map<std::string, std::list<Cached>::iterator> by_key;
+
+    ~StoreHandle() {
+        for (auto& c : lru) sqlite3_finalize(c.st);
+        if (db) sqlite3_close_v2(db);
+    }
+    sqlite3_stmt* find(const std::string& key) {
+        auto it = by_key.find(key);
+        if (it == by_key.end()) return nullptr;
+        lru.splice(lru.begin(), lru, it->second);
+        return it->second->st;
+    }
+    void keep(const std::string& key, sqlite3_stmt* st) {
+        lru.push_front({key, st});
+        by_key[key] = lru.begin();
+        if (lru.size() > statement_cache_size) {
+            by_key.erase(lru.back().key);
+            sqlite3_finalize(lru.back().st);
+            lru.pop_back();
+        }
+    }
+    bool at_rest() const {
+        if (!sqlite3_get_autocommit(db)) return false;
+        for (sqlite3_stmt* st = sqlite3_next_stmt(db, nullptr); st; st = sqlite3_next_stmt(db, st))
+            if (sqlite3_stmt_busy(st)) return false;
+        return true;
+    }
+};
+
+namespace {
+
 // Page statements may read and write rows, nothing else: no schema changes,
 // no other files, no settings of the engine, no extensions.
 int authorize(void*, int code, const char* a1, const char* a2, const char*, const char*) {
@@ -83,91 +194,95 @@ int authorize(void*, int code, const char* a1, const char* a2, const char*, cons
     }
 }
 
-// The first word of a statement: the dialect knows only these four.
-bool allowed_verb(std::string_view sql) {
-    std::size_t i = 0;
-    while (i < sql.size() && (std::isspace(static_cast<unsigned char>(sql[i])) || sql[i] == '(')) ++i;
-    std::size_t j = i;
-    while (j < sql.size() && std::isalpha(static_cast<unsigned char>(sql[j]))) ++j;
-    std::string_view verb = sql.substr(i, j - i);
-    return iequals(verb, "select") || iequals(verb, "insert") || iequals(verb, "update") ||
-           iequals(verb, "delete");
-}
-
-Value column_value(sqlite3_stmt* st, int i) {
-    switch (sqlite3_column_type(st, i)) {
-    case SQLITE_NULL: return Value::null();
-    case SQLITE_INTEGER: return Value(static_cast<long long>(sqlite3_column_int64(st, i)));
-    case SQLITE_FLOAT: return Value(sqlite3_column_double(st, i));
-    default: {
-        const void* p = sqlite3_column_blob(st, i);
-        int n = sqlite3_column_bytes(st, i);
-        return Value(std::string(p ? static_cast<const char*>(p) : "", static_cast<std::size_t>(n)));
-    }
-    }
-}
-
 // Handles of closed connections, kept per database file as the original
 // platform kept its sessions, so that a request does not pay for opening
-// the file and reading its schema. A handle whose file was removed or
-// replaced on disk is closed instead of reused.
+// the file, reading its schema and preparing its statements again. A
+// handle is reused only while its file is still the one under the path
+// (one stat per take); idle handles of removed sites are swept on a timer.
 class HandlePool {
 public:
     static HandlePool& instance() {
         static HandlePool* pool = new HandlePool();  // never destroyed: handles may return at exit
         return *pool;
     }
-    sqlite3* take(const std::string& path) {
+    std::unique_ptr<StoreHandle> take(const std::string& path, const FileId& now) {
         std::lock_guard lock(mutex_);
         auto it = idle_.find(path);
         while (it != idle_.end() && !it->second.empty()) {
-            sqlite3* db = it->second.back();
+            std::unique_ptr<StoreHandle> h = std::move(it->second.back());
             it->second.pop_back();
-            if (!moved(db)) return db;
-            sqlite3_close_v2(db);
+            if (h->file == now) return h;
         }
         return nullptr;
     }
-    void give(const std::string& path, sqlite3* db) {
-        // Only a handle at rest goes back: no statement left, no transaction.
-        if (sqlite3_next_stmt(db, nullptr) == nullptr && sqlite3_get_autocommit(db) && !moved(db)) {
-            std::lock_guard lock(mutex_);
+    void give(std::unique_ptr<StoreHandle> h) {
+        if (!h->at_rest()) return;
+        std::lock_guard lock(mutex_);
+        auto clock = std::chrono::steady_clock::now();
+        if (clock - last_sweep_ > sweep_interval) {
+            last_sweep_ = clock;
             sweep();
-            auto& list = idle_[path];
-            if (list.size() < max_idle) {
-                list.push_back(db);
-                return;
-            }
         }
-        sqlite3_close_v2(db);
+        auto& list = idle_[h->path];
+        if (list.size() < max_idle) list.push_back(std::move(h));
     }
 
 private:
-    static bool moved(sqlite3* db) {
-        int has_moved = 0;
-        if (sqlite3_file_control(db, "main", SQLITE_FCNTL_HAS_MOVED, &has_moved) != SQLITE_OK) return true;
-        return has_moved != 0;
-    }
     // Sites made and removed (tests, rebuilds) must not leave descriptors.
     void sweep() {
         for (auto it = idle_.begin(); it != idle_.end();) {
+            auto id = file_id(it->first);
             auto& list = it->second;
-            for (auto h = list.begin(); h != list.end();) {
-                if (moved(*h)) {
-                    sqlite3_close_v2(*h);
-                    h = list.erase(h);
-                } else {
-                    ++h;
-                }
-            }
+            std::erase_if(list, [&](const std::unique_ptr<StoreHandle>& h) { return !id || !(h->file == *id); });
             it = list.empty() ? idle_.erase(it) : std::next(it);
         }
     }
 
     static constexpr std::size_t max_idle = 16;
     std::mutex mutex_;
-    std::map<std::string, std::vector<sqlite3*>> idle_;
+    std::chrono::steady_clock::time_point last_sweep_ = std::chrono::steady_clock::now();
+    std::map<std::string, std::vector<std::unique_ptr<StoreHandle>>> idle_;
 };
+
+// The path as the connection string gives it, resolved to the file on disk
+// once: resolving walks every folder of the path without case.
+class ResolvedPaths {
+public:
+    static ResolvedPaths& instance() {
+        static ResolvedPaths* paths = new ResolvedPaths();
+        return *paths;
+    }
+    std::optional<std::string> find(const std::string& given) {
+        std::lock_guard lock(mutex_);
+        auto it = map_.find(given);
+        if (it == map_.end()) return std::nullopt;
+        return it->second;
+    }
+    void remember(const std::string& given, const std::string& resolved) {
+        std::lock_guard lock(mutex_);
+        if (map_.size() > 1024) map_.clear();  // tests make many sites
+        map_[given] = resolved;
+    }
+    void forget(const std::string& given) {
+        std::lock_guard lock(mutex_);
+        map_.erase(given);
+    }
+
+private:
+    std::mutex mutex_;
+    std::unordered_map<std::string, std::string> map_;
+};
+
+struct Deadline {
+    std::chrono::steady_clock::time_point at;
+    bool expired = false;
+};
+
+int check_deadline(void* p) {
+    auto* d = static_cast<Deadline*>(p);
+    if (std::chrono::steady_clock::now() > d->at) d->expired = true;
+    return d->expired ? 1 : 0;
+}
 
 }  // namespace
 
@@ -219,15 +334,15 @@ void Recordset::close() {
 // Connection
 
 struct Connection::Impl {
-    sqlite3* db = nullptr;
-    std::string path;
-    bool pooled = false;  // set once the handle is fully set up
+    std::unique_ptr<StoreHandle> h;
+    // Every statement runs on its own (autocommit), as the pages expect: a
+    // read sees what others committed just before it, a write's lock ends
+    // with its statement, and every statement a page ran stays done
+    // whatever the page does next. (One read transaction per page saved
+    // two lock calls a statement but let a page read stale rows after
+    // another request's write; not worth it.)
     ~Impl() {
-        if (!db) return;
-        if (pooled)
-            HandlePool::instance().give(path, db);
-        else
-            sqlite3_close_v2(db);
+        if (h) HandlePool::instance().give(std::move(h));
     }
 };
 
@@ -236,44 +351,29 @@ Connection::~Connection() = default;
 Connection::Connection(Connection&&) noexcept = default;
 Connection& Connection::operator=(Connection&&) noexcept = default;
 
-bool Connection::is_open() const { return impl_ && impl_->db; }
+bool Connection::is_open() const { return impl_ && impl_->h; }
 
 void Connection::close() { impl_.reset(); }
 
-void Connection::Open(const std::string& connection_string, std::source_location loc) {
-    host_call(loc);
-    if (is_open()) raise_error(open_object, open_text);
-    std::string given = dbq_of(connection_string);
-    if (given.empty())
-        raise_error(err::db_failure,
-                    "[Microsoft][ODBC Driver Manager] Data source name not found and no default driver specified");
-    std::string path = given;
-    if (path.front() != '/' && path.front() != '\\') {
-        std::error_code ec;
-        path = std::filesystem::current_path(ec).string() + "/" + path;
-    }
-    std::string resolved;
-    struct stat sb {};
-    if (!physical_path(path, resolved) || ::stat(resolved.c_str(), &sb) != 0 || !S_ISREG(sb.st_mode))
-        raise_error(err::db_failure, "[Microsoft][ODBC Microsoft Access Driver] Could not find file '" + given + "'.");
+namespace {
 
-    auto impl = std::make_unique<Impl>();
-    impl->path = resolved;
-    if ((impl->db = HandlePool::instance().take(resolved))) {
-        impl->pooled = true;
-        impl_ = std::move(impl);
-        return;
-    }
-    int rc = sqlite3_open_v2(resolved.c_str(), &impl->db, SQLITE_OPEN_READWRITE | SQLITE_OPEN_NOMUTEX, nullptr);
-    if (rc != SQLITE_OK) {
-        std::string msg = impl->db ? sqlite3_errmsg(impl->db) : sqlite3_errstr(rc);
-        raise_error(err::db_failure, "[Microsoft][ODBC Microsoft Access Driver] " + msg);
-    }
-    sqlite3* db = impl->db;
+[[noreturn]] void driver_error(const std::string& text) {
+    raise_error(err::db_failure, "[Microsoft][ODBC Microsoft Access Driver] " + text);
+}
+
+std::unique_ptr<StoreHandle> open_handle(const std::string& path, const FileId& file) {
+    auto h = std::make_unique<StoreHandle>();
+    h->path = path;
+    h->file = file;
+    int rc = sqlite3_open_v2(path.c_str(), &h->db, SQLITE_OPEN_READWRITE | SQLITE_OPEN_NOMUTEX, nullptr);
+    if (rc != SQLITE_OK) driver_error(h->db ? sqlite3_errmsg(h->db) : sqlite3_errstr(rc));
+    sqlite3* db = h->db;
     sqlite3_busy_timeout(db, busy_timeout_ms);
     sqlite3_db_config(db, SQLITE_DBCONFIG_ENABLE_LOAD_EXTENSION, 0, nullptr);
     sqlite3_db_config(db, SQLITE_DBCONFIG_DEFENSIVE, 1, nullptr);
     sqlite3_db_config(db, SQLITE_DBCONFIG_TRUSTED_SCHEMA, 0, nullptr);
+    sqlite3_limit(db, SQLITE_LIMIT_LENGTH, max_value_bytes);
+    sqlite3_limit(db, SQLITE_LIMIT_SQL_LENGTH, static_cast<int>(max_program_bytes) * 4);
     // The file is built in WAL mode; asking again is a no-op then, and turns
     // a file copied in from elsewhere over before the first page writes.
     char* errmsg = nullptr;
@@ -284,12 +384,47 @@ void Connection::Open(const std::string& connection_string, std::source_location
     if (rc == SQLITE_OK) rc = sqlite3_exec(db, "PRAGMA synchronous=NORMAL", nullptr, nullptr, nullptr);
     if (rc == SQLITE_OK) rc = store_detail::register_dialect_functions(db);
     if (rc == SQLITE_OK) rc = sqlite3_set_authorizer(db, authorize, nullptr);
-    if (rc != SQLITE_OK)
-        raise_error(err::db_failure, std::string("[Microsoft][ODBC Microsoft Access Driver] ") + sqlite3_errmsg(db));
-    impl->pooled = true;
-    impl_ = std::move(impl);
+    if (rc != SQLITE_OK) driver_error(sqlite3_errmsg(db));
+    return h;
 }
 
+}  // namespace
+
+void Connection::Open(const std::string& connection_string, std::source_location loc) {
+    host_call(loc);
+    configure_engine_once();
+    if (is_open()) raise_error(open_object, open_text);
+    std::string given = dbq_of(connection_string);
+    if (given.empty())
+        raise_error(err::db_failure,
+                    "[Microsoft][ODBC Driver Manager] Data source name not found and no default driver specified");
+    std::string path = given;
+    if (path.front() != '/' && path.front() != '\\') {
+        std::error_code ec;
+        path = std::filesystem::current_path(ec).string() + "/" + path;
+    }
+    // One stat when the path was resolved before; a resolution that no
+    // longer finds its file is made anew.
+    auto& paths = ResolvedPaths::instance();
+    std::optional<std::string> resolved = paths.find(path);
+    std::optional<FileId> file;
+    if (resolved && !(file = file_id(*resolved))) {
+        paths.forget(path);
+        resolved.reset();
+    }
+    if (!resolved) {
+        std::string found;
+        if (!physical_path(path, found) || !(file = file_id(found)))
+            driver_error("Could not find file '" + given + "'.");
+        paths.remember(path, found);
+        resolved = found;
+    }
+
+    auto impl = std::make_unique<Impl>();
+    impl->h = HandlePool::instance().take(*resolved, *file);
+    if (!impl->h) impl->h = open_handle(*resolved, *file);
+    impl_ = std::move(impl);
+}
 // Whether a name from a request is one of the schema's tables or columns.
 static bool schema_name(sqlite3* db, const std::string& name) {
     if (name.size() >= 7 && iequals(std::string_view(name).substr(0, 7), "sqlite_")) return false;
@@ -310,19 +445,23 @@ static bool schema_name(sqlite3* db, const std::string& name) {
     return found;
 }
 
-Recordset Connection::execute(const Sql& sql, std::source_location loc) {
-    host_call(loc);
-    if (!is_open()) raise_error(closed_object, closed_text);
-    sqlite3* db = impl_->db;
-    BoundSql bound;
-    std::string error = bind_sql(sql, bound, [db](const std::string& n) { return schema_name(db, n); });
-    if (!error.empty()) raise_error(err::sql_failure, error);
-    std::string text = translate_sql(bound.text);
+// Prepares the engine's form of a statement with placeholders, checked to
+// be one statement of the four verbs. The caller owns the result.
+static sqlite3_stmt* prepare_checked(sqlite3* db, const std::string& placeholders, std::size_t window_rows,
+                                     long long window_offset) {
+    std::string text = translate_sql(placeholders);
     if (!allowed_verb(text)) raise_error(err::sql_failure, invalid_statement);
-
+    if (window_rows) {
+        // One screen of a list: the statement as written, cut by the engine.
+        std::size_t end = text.size();
+        while (end > 0 && (std::isspace(static_cast<unsigned char>(text[end - 1])) || text[end - 1] == ';')) --end;
+        text = "select * from (" + text.substr(0, end) + ") limit " + std::to_string(window_rows) + " offset " +
+               std::to_string(window_offset);
+    }
     sqlite3_stmt* st = nullptr;
     const char* tail = nullptr;
-    int rc = sqlite3_prepare_v2(db, text.c_str(), static_cast<int>(text.size()) + 1, &st, &tail);
+    int rc = sqlite3_prepare_v3(db, text.c_str(), static_cast<int>(text.size()) + 1, SQLITE_PREPARE_PERSISTENT, &st,
+                                &tail);
     if (rc != SQLITE_OK) raise_error(err::sql_failure, sqlite3_errmsg(db));
     if (!st) raise_error(err::sql_failure, invalid_statement);
     std::unique_ptr<sqlite3_stmt, int (*)(sqlite3_stmt*)> guard(st, sqlite3_finalize);
@@ -336,11 +475,49 @@ Recordset Connection::execute(const Sql& sql, std::source_location loc) {
         }
         raise_error(err::sql_failure, "Characters found after end of SQL statement.");
     }
+    return guard.release();
+}
 
+Recordset Connection::execute(const Sql& sql, std::source_location loc) { return run(sql, 0, 0, loc); }
+
+Recordset Connection::execute_window(const Sql& sql, std::size_t rows, long long offset, std::source_location loc) {
+    return run(sql, rows, offset < 0 ? 0 : offset, loc);
+}
+
+Recordset Connection::run(const Sql& sql, std::size_t window_rows, long long window_offset,
+                          std::source_location loc) {
+    host_call(loc);
+    if (!is_open()) raise_error(closed_object, closed_text);
+    StoreHandle& h = *impl_->h;
+    sqlite3* db = h.db;
+    BoundSql bound;
+    std::string error = bind_sql(sql, bound, [db](const std::string& n) { return schema_name(db, n); });
+    if (!error.empty()) raise_error(err::sql_failure, error);
+    if (bound.text.size() > max_program_bytes) raise_error(err::sql_failure, "statement too long");
+
+    std::string key = bound.text;
+    if (window_rows) key += "\n-- window " + std::to_string(window_rows) + " " + std::to_string(window_offset);
+    sqlite3_stmt* st = h.find(key);
+    if (!st) {
+        st = prepare_checked(db, bound.text, window_rows, window_offset);
+        h.keep(key, st);
+    }
+    // Back to rest whichever way this ends, ready for the next call.
+    struct Rest {
+        sqlite3_stmt* st;
+        sqlite3* db;
+        ~Rest() {
+            sqlite3_reset(st);
+            sqlite3_clear_bindings(st);
+            sqlite3_progress_handler(db, 0, nullptr, nullptr);
+        }
+    } rest{st, db};
+
+    int rc = SQLITE_OK;
     for (int i = 1, n = sqlite3_bind_parameter_count(st); i <= n; ++i) {
         const char* name = sqlite3_bind_parameter_name(st, i);
-        std::size_t k = name && name[0] == ':' ? std::strtoul(name + 2, nullptr, 10) : 0;
-        if (k == 0 || k > bound.params.size()) raise_error(err::sql_failure, "bad parameter");
+        std::size_t k = name && name[0] == ':' && name[1] ? std::strtoul(name + 2, nullptr, 10) : 0;
+        if (k == 0 || k > bound.params.size()) raise_error(err::sql_failure, "near \"?\": syntax error");
         const BoundSql::Param& p = bound.params[k - 1];
         if (p.is_text)
             rc = sqlite3_bind_text64(st, i, p.text.data(), p.text.size(), SQLITE_STATIC, SQLITE_UTF8);
@@ -351,18 +528,32 @@ Recordset Connection::execute(const Sql& sql, std::source_location loc) {
         if (rc != SQLITE_OK) raise_error(err::sql_failure, sqlite3_errmsg(db));
     }
 
+    // The page's script time limit holds inside the engine too.
+    Deadline deadline{std::chrono::steady_clock::time_point::max()};
+    if (Context* ctx = current_context(); ctx && ctx->server) {
+        deadline.at = ctx->started + std::chrono::seconds(ctx->server->script_timeout());
+        sqlite3_progress_handler(db, progress_steps, check_deadline, &deadline);
+    }
+
     auto data = std::make_shared<Recordset::Data>();
     int ncol = sqlite3_column_count(st);
     for (int i = 0; i < ncol; ++i) {
         const char* name = sqlite3_column_name(st, i);
         data->columns.emplace_back(name ? name : "");
     }
+    std::size_t bytes = 0;
     while ((rc = sqlite3_step(st)) == SQLITE_ROW) {
+        if (data->rows.size() >= max_result_rows) raise_error(err::sql_failure, result_too_large);
         std::vector<Value> row;
         row.reserve(static_cast<std::size_t>(ncol));
-        for (int i = 0; i < ncol; ++i) row.push_back(column_value(st, i));
+        for (int i = 0; i < ncol; ++i) {
+            row.push_back(column_value(st, i));
+            bytes += static_cast<std::size_t>(sqlite3_column_bytes(st, i)) + sizeof(Value);
+        }
+        if (bytes > max_result_bytes) raise_error(err::sql_failure, result_too_large);
         data->rows.push_back(std::move(row));
     }
+    if (deadline.expired) throw ScriptTimeout{};
     if (rc != SQLITE_DONE) raise_error(err::sql_failure, sqlite3_errmsg(db));
     return Recordset(std::move(data));
 }
@@ -370,6 +561,7 @@ Recordset Connection::execute(const Sql& sql, std::source_location loc) {
 // ---------------------------------------------------------------------------
 
 void build_database(const std::string& path, const std::string& sql_source) {
+    configure_engine_once();
     std::error_code ec;
     if (std::filesystem::exists(path, ec)) throw std::runtime_error("database already exists: " + path);
     sqlite3* db = nullptr;

@@ -60,12 +60,17 @@ public:
     // bound, never run as program text (see frame/sql.h).
     Recordset execute(const Sql& sql,
                       std::source_location loc = std::source_location::current());
+    // The rows [offset, offset + rows) of the statement's result, cut by the
+    // engine: what a list page shows of a long list (see PageBar::fetch).
+    Recordset execute_window(const Sql& sql, std::size_t rows, long long offset,
+                             std::source_location loc = std::source_location::current());
     void close();
     bool is_open() const;
 
     struct Impl;
 
 private:
+    Recordset run(const Sql& sql, std::size_t window_rows, long long window_offset, std::source_location loc);
     std::unique_ptr<Impl> impl_;
 };
 

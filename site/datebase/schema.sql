@@ -160,3 +160,19 @@ CREATE TABLE Files (
   id INTEGER PRIMARY KEY AUTOINCREMENT,
   py TEXT COLLATE NOCASE
 );
+
+-- Indexes for the lookups the pages repeat on every poll and list. Each
+-- covers one column compared for equality, so rows of equal key still come
+-- in id order and a statement without "order by" lists as it did without.
+CREATE INDEX user_username ON user(username);
+CREATE INDEX menu_xm ON menu(xm);
+CREATE INDEX menu_menu_id ON menu(menu_id);
+CREATE INDEX software_softname ON software(softname);
+CREATE INDEX monitor_user_id ON monitor(user_id);
+CREATE INDEX email_to_user_id ON Email(to_user_id);
+CREATE INDEX email_send_user_id ON Email(send_user_id);
+CREATE INDEX datas_sub_menu ON Datas(Sub_menu);
+CREATE INDEX book_reply_id ON Book(Reply_id);
+CREATE INDEX book_user_id ON Book(user_id);
+CREATE INDEX address_user_id ON Address(User_id);
+CREATE INDEX record_user_id ON Record(user_id);

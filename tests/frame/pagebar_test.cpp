@@ -30,12 +30,17 @@ unsigned read_p_line = 0;
 
 std::string two(int i) { return (i < 10 ? "n0" : "n") + std::to_string(i); }
 
-// Counts owner 77's rows for the bar and skips to the first of the page.
-Recordset& page_rows(BodyPage& page, PageBar& bar) {
+// Counts owner 77's rows for the bar and gets the page's rows: by the
+// engine (fetch) or by reading all and skipping in memory.
+Recordset& page_rows(BodyPage& page, PageBar& bar, bool fetch) {
     bar.count("select count(id) as num from Address where User_id=77");
     Recordset& rs = page.records();
-    rs = page.db().execute("select * from Address where User_id=77 order by id");
-    bar.skip(rs);
+    if (fetch) {
+        rs = bar.fetch("select * from Address where User_id="_sql + 77 + " order by id");
+    } else {
+        rs = page.db().execute("select * from Address where User_id=77 order by id");
+        bar.skip(rs);
+    }
     return rs;
 }
 
@@ -48,13 +53,19 @@ protected:
     }
     int made = 0;
     // A list page in the manner of the address list.
+    // Both ways of getting the rows must write the same page.
     std::string list(const std::string& query, PageBar::Options opt) {
-        auto r = tav::test::run_body(site, "pagebartest", "/x.asp" + query, [opt](BodyPage& page) {
+        std::string fetched = list_by(query, opt, true);
+        EXPECT_EQ(fetched, list_by(query, opt, false)) << query;
+        return fetched;
+    }
+    std::string list_by(const std::string& query, PageBar::Options opt, bool fetch) {
+        auto r = tav::test::run_body(site, "pagebartest", "/x.asp" + query, [opt, fetch](BodyPage& page) {
             page.dbI_init();
             PageBar bar(page, opt);
             read_p_line = __LINE__ + 1;
             bar.read_p();
-            Recordset& rs = page_rows(page, bar);
+            Recordset& rs = page_rows(page, bar, fetch);
             long n = 1;
             while (bar.within(n) && !rs.eof()) {
                 Response.line("<tr><td>" + std::to_string(n + bar.offset()) + "</td><td>" + rs("Name") +
@@ -194,7 +205,7 @@ TEST_F(PageBarTest, MediumListWritesTwoItemsARowAndItsOwnFormTail) {
                            .own_hidden = true,
                            .hidden = {{"File_type", "mp3"}, {"PY", "A"}}});
         bar.read_p();
-        Recordset& rs = page_rows(page, bar);
+        Recordset& rs = page_rows(page, bar, true);
         long n = 1;
         while (bar.within(n) && !rs.eof()) {
             Response.write("<tr height=\"26\" class=\"items\"><td>" + std::to_string(n) + "</td><td>" + rs("Name") +
@@ -231,4 +242,41 @@ TEST_F(PageBarTest, MediumListWritesTwoItemsARowAndItsOwnFormTail) {
     EXPECT_FALSE(has(b, "type=\"hidden\" name=\"sstr\""));
     EXPECT_LT(b.find("images/last.gif"), b.find("name=\"sstr\" type=\"text\""));
     EXPECT_LT(b.find("name=\"sstr\" type=\"text\""), b.find("</form>"));
+}
+
+TEST_F(PageBarTest, FetchReadsOnlyTheShownScreen) {
+    rows(25);
+    struct Case {
+        std::string query;
+        long size, limit;
+        std::vector<std::string> names;  // first and last row read, and how many
+        int count;
+    };
+    const Case cases[] = {
+        {"?p=1", 10, 10, {"n11", "n20"}, 10},
+        {"?p=2", 10, 10, {"n21", "n25"}, 5},
+        {"?p=0", 10, 11, {"n01", "n11"}, 11},  // 11 rows with a stride of 10
+        {"?p=1", 10, 11, {"n11", "n21"}, 11},
+        {"?p=9", 10, 10, {}, 0},
+    };
+    for (const Case& c : cases) {
+        std::vector<std::string> seen;
+        tav::test::run_body(site, "pagebartest", "/x.asp" + c.query, [&](BodyPage& page) {
+            page.dbI_init();
+            PageBar bar(page, {.url = "x.asp", .size = c.size, .limit = c.limit, .row_height = 26, .carry = {}});
+            bar.read_p();
+            Recordset rs = bar.fetch("select * from Address where User_id="_sql + 77 + " order by id");
+            // Read to the end: the recordset holds the screen and no more.
+            while (!rs.eof()) {
+                seen.push_back(rs("Name").str());
+                rs.movenext();
+            }
+        });
+        SCOPED_TRACE(c.query + " limit " + std::to_string(c.limit));
+        ASSERT_EQ(static_cast<int>(seen.size()), c.count);
+        if (c.count) {
+            EXPECT_EQ(seen.front(), c.names[0]);
+            EXPECT_EQ(seen.back(), c.names[1]);
+        }
+    }
 }

@@ -10,13 +10,18 @@
 
 #include <unistd.h>
 
+#include "frame/context.h"
 #include "frame/errors.h"
+#include "frame/host.h"
 #include "frame/store.h"
 
 namespace fs = std::filesystem;
 using namespace tav;
 
 namespace {
+
+// A value from a string literal: joined to an Sql, a bare literal is program text.
+std::string V(const char* s) { return s; }
 
 std::string read_file(const fs::path& p) {
     std::ifstream in(p, std::ios::binary);
@@ -400,28 +405,252 @@ TEST(StoreBuild, RefusesAnExistingFileAndCleansUpAFailedBuild) {
     fs::remove_all(d);
 }
 
-TEST(TranslateSql, RewritesOutsideLiteralsOnly) {
-    EXPECT_EQ(translate_sql("select top 1 id from user order by id DESC"),
-              "select id from user order by id DESC limit 1");
-    EXPECT_EQ(translate_sql("select top 100 * from Chat order by ID DESC; "),
-              "select * from Chat order by ID DESC limit 100; ");
-    EXPECT_EQ(translate_sql("select 'top 5 Now' as x from t where a=b"), "select 'top 5 Now' as x from t where a=b");
-    EXPECT_EQ(translate_sql("update t set s='it''s Now left(' where id=1"),
-              "update t set s='it''s Now left(' where id=1");
-    EXPECT_EQ(translate_sql("delete from chat where DateDiff('d', chat_date,Now)>1"),
-              "delete from chat where tav_datediff('d', chat_date,now())>1");
-    EXPECT_EQ(translate_sql("select Now() as n"), "select now() as n");
-    EXPECT_EQ(translate_sql("select * from t where LEFT (py,instr(2,py,'|'))='|12|'"),
-              "select * from t where tav_left (py,tav_instr(2,py,'|'))='|12|' COLLATE NOCASE");
-    // Column names that merely look like functions stay.
-    EXPECT_EQ(translate_sql("select left, nowhere from t"), "select left, nowhere from t");
-    EXPECT_EQ(translate_sql("select * from t where name like '%a%'"),
-              "select * from t where name like '%a%' COLLATE NOCASE");
-    EXPECT_EQ(translate_sql("insert into t(a) values ('x')"), "insert into t(a) values ('x')");
-    EXPECT_EQ(translate_sql("update t set a='x',b='y' where c='z'"),
-              "update t set a='x',b='y' where c='z' COLLATE NOCASE");
-    // An unclosed literal is left for the engine to refuse.
-    EXPECT_EQ(translate_sql("select * from t where a='x"), "select * from t where a='x");
+TEST_F(StoreTest, DialectRewritesOutsideLiteralsOnly) {
+    // Words of the dialect inside literals stay text, placed or bound.
+    conn.execute("insert into Book(user_id,Book_title,book_text) values (1,'top 5 Now left(','it''s Now')");
+    conn.execute("insert into Book(user_id,Book_title,book_text) values (1,'"_sql + V("top 5 Now left(") + "','" +
+                 V("select") + "')");
+    Recordset rs = conn.execute("select top 1 Book_title,book_text from book order by id");
+    EXPECT_EQ(rs("book_title").str(), "top 5 Now left(");
+    EXPECT_EQ(rs("book_text").str(), "it's Now");
+    rs = conn.execute("select top 1 Book_title as x from book order by id DESC;  ");
+    EXPECT_EQ(rs("x").str(), "top 5 Now left(");
+    // A column whose name reads like a function stays a column.
+    EXPECT_EQ(num("select count(id) as num from book where left(book_title,3)='TOP'"), 2);
+    // An unclosed literal is refused by the engine, not run.
+    EXPECT_EQ(fails("select * from book where book_title='x"), err::sql_failure);
+    // top N takes a value as its N.
+    conn.execute("insert into Book(user_id,Book_title) values (1,'c')");
+    rs = conn.execute("select top "_sql + 2 + " id from book order by id DESC");
+    EXPECT_EQ(rs("id").lng(), 3);
+    rs.movenext();
+    rs.movenext();
+    EXPECT_TRUE(rs.eof());
+}
+
+// How values land: inside a quoted literal as text, elsewhere as numbers,
+// names checked against the schema; anything else fails before running.
+TEST_F(StoreTest, ValuesAreBoundByTheirPlace) {
+    conn.execute("insert into user(username,password,TrueName,DepartMentID) values ('Admin','pw','Root',2)");
+    struct Case {
+        Sql sql;
+        long long count;  // -1: fails with the standard report
+    };
+    const Case cases[] = {
+        {"select count(id) as num from user where username='"_sql + V("admin") + "'", 1},  // without case
+        {"select count(id) as num from user where username like '%"_sql + V("DMI") + "%'", 1},
+        {"select count(id) as num from user where username like '%"_sql + V("x") + "%'", 0},
+        {"select count(id) as num from user where username='ad"_sql + V("min") + "' and id=" + 1, 1},
+        {"select count(id) as num from user where id="_sql + V(" 1 "), 1},  // blanks around a number
+        {"select count(id) as num from user where id="_sql + Value(1), 1},
+        {"select count(id) as num from user where id="_sql + V("-1"), 0},
+        {"select count(id) as num from user where id="_sql + V("1.0"), 1},
+        {"select count(id) as num from user where DepartMentID='"_sql + V("2") + "'", 1},
+        {"select count(id) as num from user where id="_sql + V(""), -1},  // empty in a numeric place
+        {"select count(id) as num from user where id="_sql + Value::null(), -1},
+        {"select count(id) as num from user where id="_sql + V("1e"), -1},
+        {"select count(id) as num from user where id="_sql + V("0x1"), -1},
+        {"select count(id) as num from user where id="_sql + V("1 1"), -1},
+        {"select count(id) as num from user where username='it''s "_sql + V("x") + "'", 0},
+        {"select count(id) as num from user where username='"_sql + V("a'b") + "'", -1},
+        {"select count(id) as num from user where username=\"x\" or id="_sql + 1, 1},
+        {"select count(id) as num from user -- "_sql + V("1"), -1},  // a value inside a comment
+        {"select count(id) as num from user /* "_sql + V("1") + " */", -1},
+        {"select count(id) as num from "_sql + sql_name("USER") + " where " + sql_name("truename") + "='root'", 1},
+        {"select count(id) as num from "_sql + sql_name("nosuch"), -1},
+        {"select count(id) as num from "_sql + sql_name("user where 1=1"), -1},
+        {"select count(id) as num from "_sql + sql_name("sqlite_master"), -1},
+        {"select count(id) as num from user where username='"_sql + sql_name("user") + "'", -1},
+        {"select count(id) as num from user where username='"_sql + V("x"), -1},  // literal left open
+        {"select count(id) as num from user where id=:t1", -1},  // placeholder-like program text
+    };
+    for (const Case& c : cases) {
+        SCOPED_TRACE(c.sql.joined());
+        if (c.count < 0) {
+            EXPECT_EQ(fails(c.sql), err::sql_failure);
+        } else {
+            EXPECT_EQ(num(c.sql), c.count);
+        }
+    }
+}
+
+// Hostile values joined into the pages' typical statements: each either
+// fails with the standard report and changes nothing, or is plain data.
+TEST_F(StoreTest, InjectionPayloadsNeverChangeTheStatement) {
+    conn.execute("insert into user(username,password,TrueName) values ('admin','secret','Root')");
+    conn.execute("insert into user(username,password,TrueName) values ('bob','pw2','Bob')");
+    const std::string payloads[] = {
+        "' or '1'='1",
+        "admin' --",
+        "admin'/*",
+        "1 or 1=1",
+        "1; delete from user",
+        "1); delete from user; --",
+        "x' union select id,password from user --",
+        "0 union select 1,2",
+        ")",
+        "/*",
+        "*/",
+        "--",
+        "%27 or 1=1",
+        std::string("admin\0' or 1=1 --", 18),
+        std::string("1\0", 2),
+        "\xbf\x27 or 1=1 --",            // GBK-style lead byte before a quote
+        "\x81\x27\x81\x27 or 'a'='a",    // GB18030 pairs with a 0x27 trail byte
+        "\xe5\x27 or 1=1",
+        "1 --",
+        ":t1",
+        "?",
+        "#1#",
+        "'; attach database '/tmp/x' as x; --",
+        "1 and load_extension('/lib/x.so')",
+        "' || (select password from user where username='admin') || '",
+        "1e309",
+        "99999999999999999999999999",
+        "\\' or 1=1 --",
+        "''",
+        "admin",  // the plain value still works
+    };
+    const long long users_before = num("select count(id) as num from user");
+    for (const std::string& p : payloads) {
+        SCOPED_TRACE(testing::PrintToString(p));
+        // Login check: a row only for the exact name and password.
+        long rc = 0;
+        long long rows = 0;
+        try {
+            Recordset rs = conn.execute("select id,record from user where username='"_sql + p + "' and password='" +
+                                        p + "'");
+            while (!rs.eof()) ++rows, rs.movenext();
+        } catch (const PageError& e) {
+            rc = e.number();
+        }
+        EXPECT_TRUE(rc == err::sql_failure || (rc == 0 && rows == 0)) << rc << " " << rows;
+        // Numeric place: a number or the report.
+        rc = 0;
+        rows = 0;
+        try {
+            Recordset rs = conn.execute("select username from user where id="_sql + p);
+            while (!rs.eof()) ++rows, rs.movenext();
+        } catch (const PageError& e) {
+            rc = e.number();
+        }
+        EXPECT_TRUE(rc == err::sql_failure || rows <= 1) << rc << " " << rows;
+        // Insert: either the text lands as written, or nothing is added.
+        long long books = num("select count(id) as num from book");
+        rc = fails("Insert into Book(user_id,Book_title,book_text,Reply_id,User_IP) values (1,'"_sql + p + "','" + p +
+                   "',0,'ip')");
+        if (rc == 0) {
+            Recordset rs = conn.execute("select top 1 Book_title from book order by id DESC");
+            EXPECT_EQ(rs("book_title").str(), p);
+        } else {
+            EXPECT_EQ(rc, err::sql_failure);
+            EXPECT_EQ(num("select count(id) as num from book"), books);
+        }
+        // Search: the word is searched for, nothing else.
+        rc = fails("select * from user where TrueName like '%"_sql + p + "%'");
+        EXPECT_TRUE(rc == 0 || rc == err::sql_failure);
+        // Delete by id: a number deletes at most that row.
+        rc = fails("delete from monitor where user_id="_sql + p + " and DateDiff('d', work_date,Now)>30");
+        EXPECT_TRUE(rc == 0 || rc == err::sql_failure);
+        EXPECT_EQ(num("select count(id) as num from user"), users_before);
+        EXPECT_EQ(num("select count(id) as num from user where username='admin' and password='secret'"), 1);
+    }
+    // Texts with a quote and no other harm fail as the original did.
+    EXPECT_EQ(fails("select * from user where username='"_sql + "o'brien" + "'"), err::sql_failure);
+}
+
+namespace {
+long rss_kb() {
+    std::ifstream in("/proc/self/statm");
+    long pages = 0, resident = 0;
+    in >> pages >> resident;
+    return resident * (::sysconf(_SC_PAGESIZE) / 1024);
+}
+}  // namespace
+
+// Statements that would take the server's memory or time end with a clean
+// error, and the handle serves the next statement.
+TEST_F(StoreTest, LimitsEndRunawayStatementsCleanly) {
+    ServerObject server(dir.string());
+    server.set_script_timeout(1);
+    Context ctx;
+    ctx.server = &server;
+    ContextScope scope(ctx);
+    const std::string huge_text(70 * 1024, ' ');
+    struct Case {
+        const char* what;
+        Sql sql;
+        bool timeout;  // else the standard report
+    };
+    const Case cases[] = {
+        {"blob too big", "select zeroblob("_sql + "300000000" + ") as b", false},
+        {"text too big", "select length(hex(zeroblob(9000000))) as b", false},
+        {"millions of rows",
+         "select x from (with recursive c(x) as (select 1 union all select x+1 from c limit 5000000) "
+         "select x from c)",
+         false},
+        {"wide rows", "select x, zeroblob(1000000) as b from (with recursive c(x) as (select 1 union all "
+                      "select x+1 from c limit 1000) select x from c)",
+         false},
+        {"long program text", Sql::trusted("select 1 as n" + huge_text), false},
+        {"runs forever",
+         "select count(*) as num from (with recursive c(x) as (select 1 union all select x+1 from c) "
+         "select x from c)",
+         true},
+        {"second statement", "select 1 as n; delete from user", false},
+        {"extension", "select load_extension('/lib/x.so') as n", false},
+        {"engine settings", "select * from pragma_table_info('user')", false},
+        {"other files", "attach database '/tmp/tav_attach.db' as x", false},
+    };
+    const long before = rss_kb();
+    for (const Case& c : cases) {
+        SCOPED_TRACE(c.what);
+        // A short limit for the endless statement, a generous one (for a
+        // busy machine) where the engine's own limits must answer.
+        server.set_script_timeout(c.timeout ? 1 : 60);
+        ctx.started = std::chrono::steady_clock::now() - std::chrono::milliseconds(c.timeout ? 800 : 0);
+        if (c.timeout) {
+            EXPECT_THROW(conn.execute(c.sql), ScriptTimeout);
+        } else {
+            EXPECT_EQ(fails(c.sql), err::sql_failure);
+        }
+        ctx.started = std::chrono::steady_clock::now();
+        EXPECT_EQ(num("select count(id) as num from user"), 0);  // the handle still serves
+    }
+    EXPECT_LT(rss_kb() - before, 400 * 1024) << "memory grew by " << (rss_kb() - before) << " kB";
+    EXPECT_FALSE(fs::exists("/tmp/tav_attach.db"));
+}
+
+// Prepared statements are kept per handle and reused with new values.
+TEST_F(StoreTest, ReusedStatementsTakeTheirNewValues) {
+    for (int i = 1; i <= 80; ++i)
+        conn.execute("insert into Address(User_id,Name) values ("_sql + i % 3 + ",'n" + std::to_string(i) + "')");
+    // The same statement text with other values, more texts than are kept.
+    for (int round = 0; round < 2; ++round)
+        for (int i = 1; i <= 80; ++i) {
+            Sql sql = Sql::trusted("select Name from Address where id=" + std::to_string(i % 70 + 1) + " and 1=") + 1;
+            ASSERT_EQ(conn.execute(sql)("name").str(), "n" + std::to_string(i % 70 + 1));
+            ASSERT_EQ(num("select count(id) as num from Address where User_id="_sql + i % 3), i % 3 == 0 ? 26 : 27);
+        }
+    // A statement that failed half-way is at rest and runs again.
+    ServerObject server(dir.string());
+    server.set_script_timeout(1);
+    Context ctx;
+    ctx.server = &server;
+    ContextScope scope(ctx);
+    Sql slow = "select count(*) as num from (with recursive c(x) as (select 1 union all select x+1 from c "
+               "limit "_sql + 1000000000 + ") select x from c)";
+    ctx.started = std::chrono::steady_clock::now() - std::chrono::milliseconds(900);
+    EXPECT_THROW(conn.execute(slow), ScriptTimeout);
+    ctx.started = std::chrono::steady_clock::now();
+    EXPECT_EQ(num("select count(*) as num from (with recursive c(x) as (select 1 union all select x+1 from c "
+                  "limit "_sql + 10 + ") select x from c)"),
+              10);
+    // Given back and taken again: the kept statements see later writes.
+    conn.close();
+    conn.Open(connstr(db));
+    conn.execute("delete from Address where id="_sql + 1);
+    EXPECT_EQ(num("select count(id) as num from Address where User_id="_sql + 1), 26);
 }
 
 }  // namespace

@@ -2,6 +2,11 @@
 // page statements built from request values arrive. Text inside literals
 // must come out of the translator untouched, and no statement may bring down
 // the process, whatever the functions of the dialect are given.
+//
+// Bytes 0x01 split the input into program text and values, alternately
+// (program, value, program, ...), joined as a page joins them. The values
+// may never change the statement's program text: with every value swapped
+// for a harmless one the placeholder text must stay the same.
 #include <cstdint>
 #include <cstdlib>
 #include <filesystem>
@@ -86,14 +91,41 @@ tav::Connection& connection() {
 }  // namespace
 
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
-    std::string sql(reinterpret_cast<const char*>(data), size);
-    if (sql.find('\0') != std::string::npos) return 0;
-    std::string out = tav::translate_sql(sql);
-    if (literals(sql) != literals(out)) __builtin_trap();
+    std::string input(reinterpret_cast<const char*>(data), size);
+    std::vector<std::string> pieces;
+    for (std::size_t i = 0;;) {
+        std::size_t j = input.find('\x01', i);
+        pieces.push_back(input.substr(i, j == std::string::npos ? std::string::npos : j - i));
+        if (j == std::string::npos) break;
+        i = j + 1;
+    }
+    const std::string& sql = pieces[0];
+    if (pieces.size() == 1) {
+        if (sql.find('\0') != std::string::npos) return 0;
+        std::string out = tav::translate_sql(sql);
+        if (literals(sql) != literals(out)) __builtin_trap();
+    }
+
+    tav::Sql joined = tav::Sql::trusted("select " + sql), neutral = joined;
+    for (std::size_t k = 1; k < pieces.size(); ++k) {
+        if (k % 2) {
+            joined += pieces[k];
+            neutral += std::string("1");
+        } else {
+            joined += tav::Sql::trusted(pieces[k]);
+            neutral += tav::Sql::trusted(pieces[k]);
+        }
+    }
+    tav::BoundSql a, b;
+    auto any_name = [](const std::string&) { return true; };
+    if (tav::bind_sql(joined, a, any_name).empty()) {
+        if (!tav::bind_sql(neutral, b, any_name).empty() || a.text != b.text) __builtin_trap();
+        if (a.params.size() != b.params.size()) __builtin_trap();
+    }
 
     // Reads only, so the database stays as it was for the next input.
     try {
-        tav::Recordset rs = connection().execute(tav::Sql::trusted("select " + sql));
+        tav::Recordset rs = connection().execute(joined);
         while (!rs.eof()) rs.movenext();
     } catch (const tav::PageError&) {
     }
