@@ -1,5 +1,6 @@
 // The bottom frame: the user's name and the status cells that the monitor
 // frame rewrites from then on.
+#include "frame/html.h"
 #include "frame/page.h"
 #include "frame/vb.h"
 
@@ -7,11 +8,9 @@ namespace tav::pages {
 
 class bottom : public Page {
 public:
-    bottom() : Page("bottom") {}
-
     void I_init() override {
         dbI_init();
-        rs = conn.execute("select truename from user where id=" + Session("USER_ID"));
+        rs = conn.execute("select truename from user where id="_sql + Session("USER_ID"));
         Value truename = Trim(rs("truename"));
         rs.close();
         conn.close();
@@ -30,7 +29,7 @@ public:
         Response.block("<body bgcolor=\"#337799\" leftmargin=\"0\" topmargin=\"0\" marginwidth=\"0\" marginheight=\"0\">");
         Response.block("<table width=\"100%\" border=\"0\" cellspacing=\"0\" cellpadding=\"0\">");
         Response.block("<tr>");
-        Response.block("<td nowrap><font color=\"yellow\"> 用户:" + truename + "</font></td>");
+        Response.block("<td nowrap><font color=\"yellow\"> 用户:" + html_text(truename) + "</font></td>");
         cell("onlines", "在线用户:", "Online_user.asp", "images/onlinenone.gif", "没有其它在线用户");
         cell("email", "邮件：", "Email_list.asp?Type=0", "images/mail_0.gif", "没有新邮件！");
         cell("board", "留言回复：", "Book_list1.asp", "images/boardnone.gif", "留言板没有回复信息！");
@@ -58,6 +57,6 @@ private:
     }
 };
 
-TAVELOR_PAGE(bottom)
+TAVELOR_PAGE(bottom, "bottom.asp")
 
 }  // namespace tav::pages

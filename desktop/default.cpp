@@ -1,15 +1,14 @@
 // The desktop: the frame set in which every other page of a session runs.
+#include "frame/html.h"
 #include "frame/page.h"
 #include "frame/vb.h"
 
 namespace tav::pages {
 
 // "default" is a word of the language, so the class carries a trailing
-// underscore; it registers and reports under its page name.
+// underscore, which the registration drops from the reported name.
 class default_ : public Page {
 public:
-    default_() : Page("default") {}
-
     void I_init() override {
         dbI_init();
         if (Session("QWX3TRh_k7").blank() || Session("user_id").blank()) {
@@ -19,7 +18,7 @@ public:
         std::string meeting_src = "about:blank";
         std::string main_src = "started.asp";
         Session.set("Message_POP", "YES");
-        rs = conn.execute("select start_meeting from user where id=" + Session("user_id"));
+        rs = conn.execute("select start_meeting from user where id="_sql + Session("user_id"));
         if (rs("start_meeting") == 1) {
             meeting_src = "start_netmeeting.asp";
             main_src = "starting.asp";
@@ -29,12 +28,12 @@ public:
 
         Response.line("<html>");
         Response.line("<head>");
-        Response.line("<title>" + Session("dw_name") + "网络办公系统</title>");
+        Response.line("<title>" + html_text(Session("dw_name")) + "网络办公系统</title>");
         Response.line("<meta http-equiv=\"Content-Type\" content=\"text/html; charset=gb2312\">");
         Response.line("<script language=\"JavaScript\">");
         Response.line("function show_status()");
         Response.line("{");
-        Response.line("  self.status = \"" + Session("dw_name") + "网络办公系统！\";");
+        Response.line("  self.status = \"" + js_string(Session("dw_name")) + "网络办公系统！\";");
         Response.line("}");
         Response.line("document.onmousemove = show_status;");
         Response.line("</script>");
@@ -61,9 +60,6 @@ public:
     }
 };
 
-namespace {
-[[maybe_unused]] const bool tavelor_registered_default =
-    ::tav::register_page("default", [] { return std::unique_ptr<::tav::Page>(new default_()); });
-}
+TAVELOR_PAGE(default_, "default.asp")
 
 }  // namespace tav::pages

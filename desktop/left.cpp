@@ -1,5 +1,6 @@
 // The navigation frame: the rows of one section of `menu`, filtered by the
 // account's rights, become the hidden fields that TreeBar.html draws.
+#include "frame/html.h"
 #include "frame/page.h"
 #include "frame/vb.h"
 
@@ -7,8 +8,6 @@ namespace tav::pages {
 
 class left : public Page {
 public:
-    left() : Page("left") {}
-
     void I_init() override {
         Response.buffer(true);
         dbI_init();
@@ -70,12 +69,11 @@ public:
 
         Value xm = Request.querystring("xm");
         if (xm.blank()) xm = "home";
-        rs = conn.execute("select menu_idstr from user where id=" + Session("USER_ID"));
-        Value rights = Trim(rs("menu_idstr"));
+        Value rights = Trim(user_rights()("menu_idstr"));
 
         // The rows of one folder spell one hidden field: NN00 opens it, the
         // granted entries fill its value, NNZZ closes it.
-        rs = conn.execute("select * from menu where xm='" + xm + "' order by menu_id");
+        rs = conn.execute("select * from menu where xm='"_sql + xm + "' order by menu_id");
         while (!rs.eof()) {
             Value id = Trim(rs("menu_id"));
             if (InStr(id, "00") > 0 || InStr(id, "ZZ") > 0 || InStr(rights, id) > 0) {
@@ -93,11 +91,11 @@ public:
         }
 
         Response.write("<SCRIPT language=JavaScript>");
-        rs = conn.execute("select * from menu where xm='" + xm + "_m' order by menu_id");
+        rs = conn.execute("select * from menu where xm='"_sql + xm + "_m' order by menu_id");
         while (!rs.eof()) {
             Response.write("MenuItem=MenuItem+1;");
             Response.write("strSQL=" + rs("menu_text") + ".value;");
-            Response.write("OutBarFolder[MenuItem]= new Array('0','" + rs("user_text") +
+            Response.write("OutBarFolder[MenuItem]= new Array('0','" + js_string(rs("user_text")) +
                            "', 'images/arrow1.gif', '1',strSQL);");
             rs.movenext();
         }
@@ -113,7 +111,7 @@ public:
         Response.line("function click_menu()");
         Response.line("{");
         Response.line("  if (event.button == 2 || event.button == 3)");
-        Response.line("    alert(\"欢迎使用[" + Session("dw_name") + "网络办公系统]！\");");
+        Response.line("    alert(\"欢迎使用[" + js_string(Session("dw_name")) + "网络办公系统]！\");");
         Response.line("}");
         Response.line("if (document.all) document.body.onmousedown = click_menu;");
         Response.line("</script>");
@@ -123,6 +121,6 @@ public:
     }
 };
 
-TAVELOR_PAGE(left)
+TAVELOR_PAGE(left, "left.asp")
 
 }  // namespace tav::pages

@@ -1,5 +1,6 @@
 // The login form; it also gives the session its organisation name.
 #include "desktop/headline.h"
+#include "frame/html.h"
 #include "frame/page.h"
 #include "frame/vb.h"
 
@@ -7,12 +8,10 @@ namespace tav::pages {
 
 class login : public Page {
 public:
-    login() : Page("login") {}
-
     void I_init() override {
         dbI_init();
         Session.set("dw_name", "审计系统通用");
-        rs = conn.execute("select * from software where softname='username'");
+        rs = setting("username");
         if (!rs.eof()) Session.set("dw_name", Trim(rs("Hardserial")));
         Value login_flag = Trim(Request.querystring("login"));
 
@@ -21,7 +20,7 @@ public:
         Response.line("<meta http-equiv=\"Content-Type\" content=\"text/html; charset=gb2312\">");
         Response.line("<link rel=\"stylesheet\" href=\"style.css\" type=\"text/css\" title=\"mysytle\">");
         Response.line("<script language=\"JavaScript\" src=\"TavelorJS.js\"></script>");
-        Response.line("<title>" + Session("dw_name") + "网络办公系统登录</title>");
+        Response.line("<title>" + html_text(Session("dw_name")) + "网络办公系统登录</title>");
         Response.line("<style type=\"text/css\">");
         Response.line("a:link { color: yellow; text-decoration: none }");
         Response.line("a:hover { color: white; text-decoration: underline }");
@@ -61,7 +60,7 @@ public:
         Response.line("<br><br>");
         Response.write("<span style=\"filter: glow(Color=black,Strength=3); width: 450; height: 30; "
                        "font-family: 华文行楷; font-size: 25pt; color: yellow\">");
-        Response.write(headline);
+        Response.write(html_text(headline));
         Response.line("</span>");
 
         Response.line("<table width=\"400\" border=\"0\" cellspacing=\"0\" cellpadding=\"0\" "
@@ -84,13 +83,13 @@ public:
                       "<input type=\"submit\" name=\"btnlogin\" value=\" 登 录 \" class=\"buttons02\"></td></tr>");
         Response.line("<tr><td colspan=\"2\" align=\"center\">");
 
-        rs = conn.execute("select * from software where softname='forgetpass'");
+        rs = setting("forgetpass");
         if (rs.eof() || rs("Hardserial") == "1")
             Response.write("<a onclick='ForgetPassword()' href='#'>忘记密码</a>&nbsp;&nbsp; ");
-        rs = conn.execute("select * from software where softname='regnewuser'");
+        rs = setting("regnewuser");
         if (rs.eof() || rs("Hardserial") == "1")
             Response.write("<a onclick='NewRegister()' href='#'>新用户注册</a>&nbsp;&nbsp; ");
-        rs = conn.execute("select * from software where softname='indroduce'");
+        rs = setting("indroduce");
         if (rs.eof() || rs("Hardserial") == "1")
             Response.write("<a href='help.htm' target='_blank'><font color='yellow'>系统简介</font></a>");
 
@@ -130,6 +129,6 @@ public:
     }
 };
 
-TAVELOR_PAGE(login)
+TAVELOR_PAGE(login, "login.asp")
 
 }  // namespace tav::pages

@@ -13,8 +13,6 @@ namespace tav::pages {
 
 class loginverify : public Page {
 public:
-    loginverify() : Page("loginverify") {}
-
     void I_init() override {
         dbI_init();
         Response.buffer(true);
@@ -34,7 +32,7 @@ public:
             Response.redirect("./login.asp?login=error");
             END_PAGE();
         }
-        rs = conn.execute("select id,record from user where username='" + username + "' and password='" +
+        rs = conn.execute("select id,record from user where username='"_sql + username + "' and password='" +
                           password + "'");
         if (rs.eof()) {
             if (throttle)
@@ -49,7 +47,7 @@ public:
         Session.set("USER_ID", rs("id"));
         Session.set("QWX3TRh_k7", "yes");
         log_monitor(0, rs("record"));
-        rs = conn.execute("select username from user where id=" + Session("user_id"));
+        rs = conn.execute("select username from user where id="_sql + Session("user_id"));
         std::string folder = Server.MapPath(".\\") + "\\user\\" + rs("username") + "\\";
         FileSystemObject fso;
         if (!fso.FolderExists(folder)) fso.CreateFolder(folder);
@@ -63,13 +61,13 @@ private:
     void log_monitor(const Value& /*unused*/, const Value& days) {
         routine("log_monitor", [&] {
             Value user = Session("USER_ID");
-            conn.execute("delete from monitor where user_id=" + user +
+            conn.execute("delete from monitor where user_id="_sql + user +
                          " and DateDiff('d', work_date,Now)>" + days);
-            conn.execute("Insert into monitor(user_id,work_text) values (" + user + ",'登录系统……')");
+            conn.execute("Insert into monitor(user_id,work_text) values ("_sql + user + ",'登录系统……')");
         });
     }
 };
 
-TAVELOR_PAGE(loginverify)
+TAVELOR_PAGE(loginverify, "loginverify.asp")
 
 }  // namespace tav::pages

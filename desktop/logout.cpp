@@ -7,18 +7,16 @@ namespace tav::pages {
 
 class logout : public Page {
 public:
-    logout() : Page("logout") {}
-
     void I_init() override {
         Response.buffer(true);
         dbI_init();
         funI_init();
         if (!Session("USER_ID").blank()) {
-            conn.execute("update user set online=0,ip=' ' where id=" + Session("USER_ID"));
+            conn.execute("update user set online=0,ip=' ' where id="_sql + Session("USER_ID"));
             monitor("正常退出本系统");
         }
         Session.abandon();
-        rs = conn.execute("select * from software where softname='logout'");
+        rs = setting("logout");
         if (rs("Hardserial") == "0") {
             Response.redirect("login.asp");
             END_PAGE();
@@ -31,6 +29,6 @@ public:
     }
 };
 
-TAVELOR_PAGE(logout)
+TAVELOR_PAGE(logout, "logout.asp")
 
 }  // namespace tav::pages

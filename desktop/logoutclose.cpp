@@ -6,8 +6,6 @@ namespace tav::pages {
 
 class logoutclose : public Page {
 public:
-    logoutclose() : Page("logoutclose") {}
-
     void I_init() override {
         Response.buffer(true);
         dbI_init();
@@ -15,7 +13,7 @@ public:
         Value myclose = Request.querystring("myclose");
         (void)myclose;
         if (!Session("USER_ID").blank()) {
-            conn.execute("update user set online=0,ip=' ' where id=" + Session("USER_ID"));
+            conn.execute("update user set online=0,ip=' ' where id="_sql + Session("USER_ID"));
             monitor("非正常退出本系统");
         }
         Session.abandon();
@@ -27,6 +25,6 @@ public:
     }
 };
 
-TAVELOR_PAGE(logoutclose)
+TAVELOR_PAGE(logoutclose, "logout_close.asp")
 
 }  // namespace tav::pages

@@ -1,5 +1,6 @@
 // Lost password: the user flags the account for the administrator, who reads
 // the password from the list and passes it on by other means.
+#include "frame/html.h"
 #include "frame/page.h"
 #include "frame/vb.h"
 
@@ -7,22 +8,20 @@ namespace tav::pages {
 
 class losepassword : public Page {
 public:
-    losepassword() : Page("losepassword") {}
-
     void I_init() override {
         dbI_init();
         Response.buffer(true);
         Value username = Trim(Request.Form("username"));
         Value truename = Trim(Request.Form("truename"));
         if (!username.blank()) {
-            rs = conn.execute("select id from user where username='" + username + "' and truename='" +
+            rs = conn.execute("select id from user where username='"_sql + username + "' and truename='" +
                               truename + "'");
             if (rs.eof()) {
                 Response.redirect("Pop_OK.asp?message=您输入的帐号或姓名在系统中不存在！<br>请重新输入……"
                                   "&next_href=losepassword.asp");
                 END_PAGE();
             }
-            conn.execute("update user set password_lose=1 where id=" + rs("id"));
+            conn.execute("update user set password_lose=1 where id="_sql + rs("id"));
             Response.redirect("Pop_OK.asp?message=您的通知已经发送给系统管理员！<br>请等待管理员的回复……"
                               "&next_href=close.asp");
             END_PAGE();
@@ -30,7 +29,7 @@ public:
         Response.line("<html>");
         Response.line("<head>");
         Response.line("<meta http-equiv=\"Content-Type\" content=\"text/html; charset=gb2312\">");
-        Response.line("<title>" + Session("dw_name") + "网络办公系统</title>");
+        Response.line("<title>" + html_text(Session("dw_name")) + "网络办公系统</title>");
         Response.line("<link rel=\"stylesheet\" href=\"style.css\" type=\"text/css\">");
         Response.line("<script language=\"JavaScript\">");
         Response.line("function CheckForm(formName)");
@@ -71,6 +70,6 @@ public:
     }
 };
 
-TAVELOR_PAGE(losepassword)
+TAVELOR_PAGE(losepassword, "losepassword.asp")
 
 }  // namespace tav::pages

@@ -1,62 +1,62 @@
 // The hidden frame "message": counts what awaits the account at each reload
 // and raises the reminder popup when the gate in the session is open.
 #include "desktop/wordstr.h"
+#include "frame/page.h"
 #include "frame/vb.h"
 
 namespace tav::pages {
 
-class message : public WordStrGroup {
+class message : public Page {
 public:
-    message() : WordStrGroup("message") {}
 
     void I_init() override {
         dbI_init();
-        wordstrI_init();
+        words.wordstrI_init();
 
-        write_poll_head("work_time");
+        words.write_poll_head("work_time");
 
         std::string mstr = "<center>欢迎您使用本系统！</center><hr>";
         int pop = 0;
 
-        count_new_mail();
-        if (num > 0) {
-            mstr = mstr + "有 " + num + " 封新邮件正等待您阅读！<br>";
+        words.count_new_mail();
+        if (words.num > 0) {
+            mstr = mstr + "有 " + words.num + " 封新邮件正等待您阅读！<br>";
             pop = 1;
         }
 
         // Replies to the account's own threads that it has not seen yet.
-        Value replies = count_replies();
+        Value replies = words.count_replies();
         if (replies > 0) {
             mstr = mstr + "留言板有 " + replies + " 条新的回复信息！<br>";
             pop = 1;
         }
 
         // Received files: the account is the first signer of the chain.
-        count_received_files();
-        if (num > 0) {
-            mstr = mstr + "有 " + num + " 个文书等待您签阅！<br>";
+        words.count_received_files();
+        if (words.num > 0) {
+            mstr = mstr + "有 " + words.num + " 个文书等待您签阅！<br>";
             pop = 1;
         }
 
         // The counter still holds the files count when get_word_str does not
         // touch it.
-        Value word_str = get_word_str();
-        if (num > 0) {
+        Value word_str = words.get_word_str();
+        if (words.num > 0) {
             mstr = mstr + word_str + "<br>";
             pop = 1;
         }
 
-        num = 0;
-        if (InStr(menu_idstr, "1905") > 0) {
+        words.num = 0;
+        if (InStr(words.menu_idstr, "1905") > 0) {
             rs = conn.execute("select count(id) as num from user where password_lose<>0");
-            num = rs("num");
-            if (num > 0) {
-                mstr = mstr + "有 " + num + " 个员工的密码忘记了，请处理！<br>";
+            words.num = rs("num");
+            if (words.num > 0) {
+                mstr = mstr + "有 " + words.num + " 个员工的密码忘记了，请处理！<br>";
                 pop = 1;
             }
         }
 
-        rs = conn.execute("select * from software where softname='work_pop'");
+        rs = setting("work_pop");
         if (rs("Hardserial") != "1") pop = 0;
 
         rs.close();
@@ -79,8 +79,11 @@ public:
         Response.line("</html>");
         Response.write("");
     }
+
+private:
+    WordStrGroup words{*this};
 };
 
-TAVELOR_PAGE(message)
+TAVELOR_PAGE(message, "message.asp")
 
 }  // namespace tav::pages

@@ -1,5 +1,6 @@
 // The reminder popup. While it is open the session gate stays shut, so the
 // polls raise no second one; closepop opens it again.
+#include "frame/html.h"
 #include "frame/page.h"
 #include "frame/vb.h"
 
@@ -7,23 +8,21 @@ namespace tav::pages {
 
 class messagepop : public Page {
 public:
-    messagepop() : Page("messagepop") {}
-
     void I_init() override {
         dbI_init();
         Response.line("<html>");
         Response.line("<head>");
-        Response.line("<title>" + Session("dw_name") + "</title>");
+        Response.line("<title>" + html_text(Session("dw_name")) + "</title>");
         Response.line("<meta http-equiv=\"Content-Type\" content=\"text/html; charset=gb2312\">");
         Response.line("<meta http-equiv=\"pragma\" content=\"no-cache\">");
         Response.line("<meta http-equiv=\"expires\" content=\"" + NowText(-10) + "\">");
         Response.line("<link rel=\"stylesheet\" href=\"style.css\" type=\"text/css\">");
 
-        rs = conn.execute("select * from software where softname='pop_music'");
+        rs = setting("pop_music");
         if (rs("Hardserial") == "1") {
-            rs = conn.execute("select * from software where softname='music'");
+            rs = setting("music");
             Response.write("<bgsound src=\"./medium/");
-            Response.write(rs("Hardserial"));
+            Response.write(html_text(rs("Hardserial")));
             Response.line("\" loop=\"infinite\">");
         }
 
@@ -37,7 +36,9 @@ public:
         Response.line("</head>");
         Response.line("<body bgcolor=\"#FFD0FF\">");
         Session.set("Message_POP", "");
-        Response.write(Request.querystring("mstr"));
+        // The reminder text is built by message.asp as markup; only the
+        // allowlist of it comes through.
+        Response.write(allow_markup(Request.querystring("mstr")));
         Response.line("<center><input type=\"button\" name=\"ok\" value=\"确定\" onclick=\"window.close_my()\"></center>");
         Response.line("</body>");
         Response.line("</html>");
@@ -47,6 +48,6 @@ public:
     }
 };
 
-TAVELOR_PAGE(messagepop)
+TAVELOR_PAGE(messagepop, "message_pop.asp")
 
 }  // namespace tav::pages

@@ -1,4 +1,5 @@
 // The popup with the newest notice of the data centre's notice category.
+#include "frame/html.h"
 #include "frame/page.h"
 #include "frame/vb.h"
 
@@ -6,8 +7,6 @@ namespace tav::pages {
 
 class popnote : public Page {
 public:
-    popnote() : Page("popnote") {}
-
     void I_init() override {
         dbI_init();
         rs = conn.execute("select top 1 * from Datas where sub_menu='4102' order by ID DESC");
@@ -28,10 +27,11 @@ public:
         Response.line("<body bgcolor=\"#abcdef\">");
         Response.line("<table width=\"100%\" border=\"0\" cellspacing=\"0\" cellpadding=\"4\">");
         Response.write("<tr><td>&nbsp;主题：");
-        Response.write(rs("D_title"));
+        Response.write(html_text(rs("D_title")));
         Response.line("</td></tr>");
         Response.write("<tr><td>");
-        Response.write(rs("D_text"));
+        // The body came through the editor: formatting stays, script goes.
+        Response.write(allow_markup(rs("D_text")));
         Response.line("</td></tr>");
         Response.line("<tr><td>");
         // An empty attachment text splits into nothing, and its first element
@@ -39,13 +39,13 @@ public:
         if (files.empty()) raise_error(9, "Subscript out of range");
         if (files[0] != "0") {
             for (const std::string& name : files) {
-                Response.write("　<a href=\"./Datas/" + rs("Sub_menu") + "/" + name + "\" target=\"_blank\">查看附件：" +
-                               name + "</a>　");
+                Response.write("　<a href=\"./Datas/" + html_text(rs("Sub_menu") + "/" + name) +
+                               "\" target=\"_blank\">查看附件：" + html_text(name) + "</a>　");
             }
         }
         Response.line("</td></tr>");
         Response.write("<tr><td align=\"right\">发布时间：");
-        Response.write(rs("D_date"));
+        Response.write(html_text(rs("D_date")));
         Response.line("</td></tr>");
         Response.line("<tr><td align=\"center\"><input type=\"button\" value=\"关闭\" onclick=\"window.close()\"></td></tr>");
         Response.line("</table>");
@@ -57,6 +57,6 @@ public:
     }
 };
 
-TAVELOR_PAGE(popnote)
+TAVELOR_PAGE(popnote, "pop_note.asp")
 
 }  // namespace tav::pages

@@ -1,4 +1,5 @@
 // The welcome page of the main frame; each visit marks the account online.
+#include "frame/html.h"
 #include "frame/page.h"
 #include "frame/vb.h"
 
@@ -6,8 +7,6 @@ namespace tav::pages {
 
 class started : public Page {
 public:
-    started() : Page("started") {}
-
     void I_init() override {
         dbI_init();
         Response.line("<html>");
@@ -23,13 +22,13 @@ public:
         Response.line("<br><br>");
         Response.write("<span style=\"filter: glow(Color=black,Strength=3); width: 450; height: 40; "
                        "font-family: 华文行楷; font-size: 32pt; color: yellow\">");
-        Response.write(Session("dw_name"));
+        Response.write(html_text(Session("dw_name")));
         Response.write("<br>");
         Response.line("自动化网络办公系统</span>");
         Response.line("<br><br>");
         Response.line("<font color=\"yellow\">软件版本 Ver2.0</font>");
         Response.line("</center>");
-        conn.execute("update user set online=1,ip='" + Request.ServerVariables("remote_addr") +
+        conn.execute("update user set online=1,ip='"_sql + Request.ServerVariables("remote_addr") +
                      "' where id=" + Session("user_id"));
         Response.line("</body>");
         Response.line("</html>");
@@ -37,6 +36,6 @@ public:
     }
 };
 
-TAVELOR_PAGE(started)
+TAVELOR_PAGE(started, "started.asp")
 
 }  // namespace tav::pages

@@ -5,8 +5,6 @@ namespace tav::pages {
 
 class starting : public Page {
 public:
-    starting() : Page("starting") {}
-
     void I_init() override {
         Response.line("<html>");
         Response.line("<head>");
@@ -21,6 +19,6 @@ public:
     }
 };
 
-TAVELOR_PAGE(starting)
+TAVELOR_PAGE(starting, "starting.asp")
 
 }  // namespace tav::pages

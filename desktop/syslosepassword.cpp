@@ -1,4 +1,5 @@
 // The administrator's list of flagged accounts, passwords in clear text.
+#include "frame/html.h"
 #include "frame/page.h"
 #include "frame/vb.h"
 
@@ -6,12 +7,9 @@ namespace tav::pages {
 
 class syslosepassword : public Page {
 public:
-    syslosepassword() : Page("syslosepassword") {}
-
     void I_init() override {
         dbI_init();
-        rs = conn.execute("select menu_idstr from user where id=" + Session("USER_ID"));
-        Value rights = Trim(rs("menu_idstr"));
+        Value rights = Trim(user_rights()("menu_idstr"));
         // Without the right the list is simply empty, not refused.
         if (InStr(rights, "1905") > 0)
             rs = conn.execute("select * from user where password_lose=1");
@@ -34,27 +32,15 @@ public:
         long count = 0;
         Recordset dept;
         while (!rs.eof()) {
-            Response.write("<tr align=\"center\" height=\"25\"><td>");
-            Response.write(rs("username"));
-            Response.write("</td><td>");
-            dept = conn.execute("select name from Department where id=" + rs("departmentid"));
-            if (dept.eof())
-                Response.write("已删除部门");
-            else
-                Response.write(dept("name"));
-            Response.write("</td><td>");
-            Response.write(rs("Truename"));
-            Response.write("</td><td>");
-            Response.write(rs("sex"));
-            Response.write("</td><td>");
-            Response.write(rs("Telphone"));
-            Response.write("</td><td><a href=mailto:>");
-            Response.write(rs("Email"));
-            Response.write("</a></td><td>");
-            Response.write(rs("Password"));
-            Response.write("</td><td><a href=\"sys_losepasswordDO.asp?id=");
-            Response.write(rs("id"));
-            Response.line("\"><img src=\"images/delete.GIF\" height=\"15\" border=\"0\" alt=\"处理记载\"></a></td></tr>");
+            dept = conn.execute("select name from Department where id="_sql + rs("departmentid"));
+            Value dept_name = dept.eof() ? Value("已删除部门") : dept("name");
+            Response.line(table_row(" align=\"center\" height=\"25\"",
+                                    {rs("username"), dept_name, rs("Truename"), rs("sex"), rs("Telphone"),
+                                     Cell::markup("<a href=mailto:>" + html_text(rs("Email")) + "</a>"),
+                                     rs("Password"),
+                                     Cell::markup("<a href=\"sys_losepasswordDO.asp?id=" + html_text(rs("id")) +
+                                                  "\"><img src=\"images/delete.GIF\" height=\"15\" border=\"0\" "
+                                                  "alt=\"处理记载\"></a>")}));
             ++count;
             rs.movenext();
         }
@@ -68,6 +54,6 @@ public:
     }
 };
 
-TAVELOR_PAGE(syslosepassword)
+TAVELOR_PAGE(syslosepassword, "sys_losepassword.asp")
 
 }  // namespace tav::pages

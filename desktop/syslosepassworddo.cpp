@@ -6,17 +6,15 @@ namespace tav::pages {
 
 class syslosepassworddo : public Page {
 public:
-    syslosepassworddo() : Page("syslosepassworddo") {}
-
     void I_init() override {
         dbI_init();
         Value id = Request.querystring("ID");
-        conn.execute("update user set password_lose=0 where id=" + id);
+        conn.execute("update user set password_lose=0 where id="_sql + id);
         Response.redirect("Pop_OK.asp?message=处理密码忘记成功！&next_href=sys_losepassword.asp");
         END_PAGE();
     }
 };
 
-TAVELOR_PAGE(syslosepassworddo)
+TAVELOR_PAGE(syslosepassworddo, "sys_losepasswordDO.asp")
 
 }  // namespace tav::pages

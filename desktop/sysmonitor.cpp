@@ -2,19 +2,20 @@
 // the account and rewrites the status cells of the bottom frame, whose tool
 // tips carry the news.
 #include "desktop/wordstr.h"
+#include "frame/html.h"
+#include "frame/page.h"
 #include "frame/vb.h"
 
 namespace tav::pages {
 
-class sysmonitor : public WordStrGroup {
+class sysmonitor : public Page {
 public:
-    sysmonitor() : WordStrGroup("sysmonitor") {}
 
     void I_init() override {
         dbI_init();
-        wordstrI_init();
+        words.wordstrI_init();
 
-        write_poll_head("stat_time");
+        words.write_poll_head("stat_time");
         Response.line("</head>");
         Response.line("<body>");
 
@@ -29,33 +30,33 @@ public:
             caption = "Tavelor for Audit";
             Session.set("message", "e");
         } else {
-            caption = Session("dw_name") + "自动化网络办公系统 ";
+            caption = js_string(html_text(Session("dw_name"))) + "自动化网络办公系统 ";
             Session.set("message", "");
         }
 
         rs = conn.execute("select count(id) as num from user where online<>0");
         Value onlines = rs("num");
 
-        count_new_mail();
-        if (num > 0) mail_str = "邮箱中有 " + num + " 封新邮件！";
+        words.count_new_mail();
+        if (words.num > 0) mail_str = "邮箱中有 " + words.num + " 封新邮件！";
 
-        Value replies = count_replies();
+        Value replies = words.count_replies();
         if (replies > 0) book_str = "留言板有 " + replies + " 条新的回复信息！";
 
-        word_str = get_word_str();
+        word_str = words.get_word_str();
 
-        count_received_files();
-        if (num > 0) files_str = "有 " + num + " 个文书等待您签阅！";
+        words.count_received_files();
+        if (words.num > 0) files_str = "有 " + words.num + " 个文书等待您签阅！";
 
         // Every account sees the lost passwords here; only the popup asks
         // for the right.
         rs = conn.execute("select count(id) as num from user where password_lose<>0");
-        num = rs("num");
-        if (num > 0) password_str = "有 " + num + " 个员工的密码忘记了，请处理！";
+        words.num = rs("num");
+        if (words.num > 0) password_str = "有 " + words.num + " 个员工的密码忘记了，请处理！";
 
         cell("infiles", "<a href='File_list.asp?howdo=gsqm' target='detail'><img src='images/boxin.gif' alt='" +
                             files_str + "' border='0'></a>");
-        cell("meeting", "<a href='word_list_sh.asp?sh=" + get_shs() +
+        cell("meeting", "<a href='word_list_sh.asp?sh=" + words.get_shs() +
                             "' target='detail'><img src='images/boxout.gif' alt='" + word_str +
                             "' border='0'></a>");
         cell("onlines", "<a href='Online_user.asp' target='detail'><img src='images/onlinenone.gif' alt='当前在线人数：" +
@@ -76,6 +77,7 @@ public:
     }
 
 private:
+    WordStrGroup words{*this};
     // One script block that replaces the content of a cell of the bottom frame.
     void cell(const char* id, const std::string& html) {
         Response.line("<script language=\"JavaScript\">");
@@ -84,6 +86,6 @@ private:
     }
 };
 
-TAVELOR_PAGE(sysmonitor)
+TAVELOR_PAGE(sysmonitor, "sysmonitor.asp")
 
 }  // namespace tav::pages

@@ -6,8 +6,6 @@ namespace tav::pages {
 
 class sysuserload : public Page {
 public:
-    sysuserload() : Page("sysuserload") {}
-
     void I_init() override {
         dbI_init();
         Response.line("<html>");
@@ -23,6 +21,6 @@ public:
     }
 };
 
-TAVELOR_PAGE(sysuserload)
+TAVELOR_PAGE(sysuserload, "sys_user_load.asp")
 
 }  // namespace tav::pages

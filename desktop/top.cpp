@@ -1,5 +1,6 @@
 // The top frame: the organisation's headline and the section buttons.
 #include "desktop/headline.h"
+#include "frame/html.h"
 #include "frame/page.h"
 #include "frame/vb.h"
 
@@ -7,8 +8,6 @@ namespace tav::pages {
 
 class top : public Page {
 public:
-    top() : Page("top") {}
-
     void I_init() override {
         Value dw_name = Session("dw_name");
         long n = Len(dw_name);
@@ -27,7 +26,7 @@ public:
         Response.line("<head>");
         Response.line("<meta http-equiv=\"Content-Type\" content=\"text/html; charset=gb2312\">");
         Response.line("<base target=\"detail\">");
-        Response.line("<title>" + dw_name + "网络办公系统</title>");
+        Response.line("<title>" + html_text(dw_name) + "网络办公系统</title>");
         Response.line("<link rel=\"stylesheet\" href=\"style.css\" type=\"text/css\">");
         Response.line("</head>");
         Response.line("<body bgcolor=\"#336699\" leftmargin=\"0\" topmargin=\"0\" marginwidth=\"0\" marginheight=\"0\">");
@@ -36,7 +35,7 @@ public:
         Response.line("<td width=\"740\" background=\"images/top_bg.gif\">");
         Response.write("<span style=\"filter: glow(Color=black,Strength=3); width: 250; height: 25; "
                        "font-family: 华文行楷; font-size: " + size + "pt; color: yellow\">");
-        Response.write(headline);
+        Response.write(html_text(headline));
         Response.line("</span>");
         button("sy", "32", "left.asp?xm=home", "dir", "首页");
         button("wlzx", "57", "left.asp?xm=wlzx", "dir", "娱乐及在线交流");
@@ -67,6 +66,6 @@ private:
     }
 };
 
-TAVELOR_PAGE(top)
+TAVELOR_PAGE(top, "top.asp")
 
 }  // namespace tav::pages

@@ -8,11 +8,11 @@
 namespace tav::pages {
 
 void WordStrGroup::wordstrI_init() {
-    routine("wordstrI_init", [&] { Response.write(""); });
+    page_.routine("wordstrI_init", [&] { Response.write(""); });
 }
 
 void WordStrGroup::write_poll_head(const char* setting) {
-    rs = conn.execute(std::string("select * from software where softname='") + setting + "'");
+    Recordset rs = page_.setting(setting);
     Response.line("<html>");
     Response.line("<head>");
     Response.line("<meta http-equiv=\"Content-Type\" content=\"text/html; charset=gb2312\">");
@@ -24,18 +24,18 @@ void WordStrGroup::write_poll_head(const char* setting) {
 }
 
 Value WordStrGroup::count_new_mail() {
-    rs = conn.execute("select count(id) as num from email where read=0 and to_del<>2 and to_user_id=" +
+    Recordset rs = page_.connection().execute("select count(id) as num from email where read=0 and to_del<>2 and to_user_id="_sql +
                       Session("user_id"));
     num = rs("num");
     return num;
 }
 
 Value WordStrGroup::count_replies() {
-    rs = conn.execute("select id from book where user_id=" + Session("user_id") + " and reply_id=0");
+    Recordset rs = page_.connection().execute("select id from book where user_id="_sql + Session("user_id") + " and reply_id=0");
     Value replies = 0;
     while (!rs.eof()) {
         Recordset rs1 =
-            conn.execute("select count(id) as num from book where reply_id=" + rs("id") + " and reply_read=0");
+            page_.connection().execute("select count(id) as num from book where reply_id="_sql + rs("id") + " and reply_read=0");
         replies = replies.num() + rs1("num").num();
         rs1.close();
         rs.movenext();
@@ -44,18 +44,17 @@ Value WordStrGroup::count_replies() {
 }
 
 Value WordStrGroup::count_received_files() {
-    rs = conn.execute("select count(id) as num from Files where left(py,instr(2,py,'|'))='|" + Session("USER_ID") +
+    Recordset rs = page_.connection().execute("select count(id) as num from Files where left(py,instr(2,py,'|'))='|"_sql + Session("USER_ID") +
                       "|'");
     num = rs("num");
     return num;
 }
 
 Value WordStrGroup::get_shs() {
-    return routine("get_shs", [&]() -> Value {
+    return page_.routine("get_shs", [&]() -> Value {
         static const char* const rights[5][2] = {
             {"2302", "ywsh"}, {"2303", "hh"}, {"2304", "fh"}, {"2305", "ldsh"}, {"2306", "ldqf"}};
-        rs = conn.execute("select menu_idstr from user where id=" + Session("user_id"));
-        Value str = rs("menu_idstr");
+        Value str = page_.user_rights()("menu_idstr");
         std::string shs;
         for (const auto& right : rights) {
             if (InStr(str, right[0]) > 0) {
@@ -70,10 +69,9 @@ Value WordStrGroup::get_shs() {
 }
 
 Value WordStrGroup::get_word_str() {
-    return routine("get_word_str", [&]() -> Value {
+    return page_.routine("get_word_str", [&]() -> Value {
         Value result;
-        rs = conn.execute("select menu_idstr from user where id=" + Session("user_id"));
-        menu_idstr = rs("menu_idstr");
+        menu_idstr = page_.user_rights()("menu_idstr");
         Value shs = get_shs();
         Value user_id = Session("user_id");
 
@@ -81,18 +79,19 @@ Value WordStrGroup::get_word_str() {
         // kinds: after the loop it holds the number of codes, and it is not
         // set back before the count.
         Value i;
-        std::string persons;
+        Sql persons;
         if (InStr(shs, "|") > 0) {
             std::vector<std::string> codes = Split(shs, "|");
-            persons = codes[0] + "='" + user_id + "'";
+            persons = Sql() + sql_name(codes[0]) + "='" + user_id + "'";
             for (i = 1; i.num() <= static_cast<double>(codes.size() - 1); i = i.num() + 1)
-                persons = persons + " or " + codes[static_cast<std::size_t>(i.num())] + "='" + user_id + "'";
+                persons = persons + " or " + sql_name(codes[static_cast<std::size_t>(i.num())]) + "='" + user_id +
+                          "'";
         } else {
-            persons = shs + "='" + user_id + "'";
+            persons = Sql() + sql_name(shs) + "='" + user_id + "'";
         }
 
         std::string kinds;
-        rs = conn.execute("select * from word_type");
+        Recordset rs = page_.connection().execute("select * from word_type");
         while (!rs.eof()) {
             if (InStr(menu_idstr, "h" + rs("id")) > 0) {
                 kinds = kinds + rs("id") + "|";
@@ -103,17 +102,17 @@ Value WordStrGroup::get_word_str() {
 
         if (i > 0) {
             kinds = Left(kinds, Len(kinds) - 1);
-            std::string sql;
+            Sql sql;
             if (i == 1) {
-                kinds = " and word_type=" + kinds;
-                sql = "select count(id) as num from Word where " + persons + kinds + " and signed<>1";
+                sql = "select count(id) as num from Word where "_sql + persons + " and word_type=" + kinds +
+                      " and signed<>1";
             } else {
-                std::string cond;
-                for (const std::string& id : Split(kinds, "|")) cond = cond + "word_type=" + id + " or ";
-                cond = Left(cond, Len(cond) - 3);
-                sql = "select count(id) as num from Word where (" + persons + ") and (" + cond + ") and signed<>1";
+                Sql cond;
+                for (const std::string& id : Split(kinds, "|"))
+                    cond = cond + (cond.empty() ? "" : " or ") + "word_type=" + id;
+                sql = "select count(id) as num from Word where ("_sql + persons + ") and (" + cond + ") and signed<>1";
             }
-            rs = conn.execute(sql);
+            rs = page_.connection().execute(sql);
             num = rs("num");
             if (num == 0)
                 result = "没有新公文需要处理";

@@ -1,6 +1,7 @@
 // The count of official documents that await the account, and the other
-// counts the two polling pages share. Each routine runs on the calling page's connection and
-// recordset and reports under the calling page's class.
+// counts the two polling pages share. A page holds the group as a member
+// (WordStrGroup words{*this};); each routine runs on the page's connection
+// with recordsets of its own and reports under the page's class.
 #pragma once
 
 #include "frame/page.h"
@@ -8,9 +9,9 @@
 
 namespace tav::pages {
 
-class WordStrGroup : public Page {
-protected:
-    using Page::Page;
+class WordStrGroup {
+public:
+    explicit WordStrGroup(Page& page) : page_(page) {}
 
     void wordstrI_init();
     // The review stage codes the account holds a right for, joined by bars.
@@ -36,6 +37,9 @@ protected:
     // The page's counter: get_word_str leaves the document count here, and
     // leaves it alone when the account has no document rights.
     Value num;
+
+private:
+    Page& page_;
 };
 
 }  // namespace tav::pages

@@ -5,7 +5,6 @@ namespace tav::pages {
 
 class close : public Page {
 public:
-    close() : Page("close") {}
     void I_init() override {
         Response.client_compat(kCompatScript);
         Response.block(
@@ -24,6 +23,6 @@ public:
     }
 };
 
-TAVELOR_PAGE(close)
+TAVELOR_PAGE(close, "close.asp")
 
 }  // namespace tav::pages

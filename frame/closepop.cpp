@@ -6,13 +6,12 @@ namespace tav::pages {
 
 class closepop : public Page {
 public:
-    closepop() : Page("closepop") {}
     void I_init() override {
         Session.set("Message_POP", "YES");
         Response.write("");
     }
 };
 
-TAVELOR_PAGE(closepop)
+TAVELOR_PAGE(closepop, "closepop.asp")
 
 }  // namespace tav::pages

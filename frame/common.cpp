@@ -12,7 +12,7 @@ void Page::funI_init() {
 Value Page::get_user_menu(const Value& id) {
     return routine("get_user_menu", [&]() -> Value {
         Value result = "";
-        rs = conn.execute("select menu_idstr from user where id=" + id);
+        rs = conn.execute("select menu_idstr from user where id="_sql + id);
         if (!rs.eof()) result = rs("menu_idstr");
         return result;
     });
@@ -20,7 +20,7 @@ Value Page::get_user_menu(const Value& id) {
 
 Value Page::get_user_truename(const Value& id) {
     return routine("get_user_truename", [&]() -> Value {
-        rs = conn.execute("select truename from user where id=" + id);
+        rs = conn.execute("select truename from user where id="_sql + id);
         if (!rs.eof()) return rs("truename");
         return Value();
     });
@@ -28,7 +28,7 @@ Value Page::get_user_truename(const Value& id) {
 
 void Page::monitor(const std::string& text) {
     routine("monitor", [&] {
-        conn.execute("Insert into monitor(user_id,work_text) values (" + Session("USER_ID") + ",'" +
+        conn.execute("Insert into monitor(user_id,work_text) values ("_sql + Session("USER_ID") + ",'" +
                      text + "')");
     });
 }
@@ -53,7 +53,7 @@ std::string Page::do_body(std::string& text) {
 void Page::send_email(const Value& sender, const Value& recipient, const std::string& title,
                       const std::string& text, const Value& degree) {
     routine("send_email", [&] {
-        conn.execute("Insert into Email(send_user_id,to_user_id,Email_title,Email_text,Email_id) values (" +
+        conn.execute("Insert into Email(send_user_id,to_user_id,Email_title,Email_text,Email_id) values ("_sql +
                      sender + "," + recipient + ",'" + title + "','" + text + "'," + degree + ")");
     });
 }

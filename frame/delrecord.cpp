@@ -1,5 +1,6 @@
 // Del_Record.asp: deletes one row of the named table and reports success.
-// No login or rights test: the links that pages show are the only guard.
+// Only for a logged-in session; the table must be one of the schema's and
+// the id a number, so one request deletes at most one row.
 #include "frame/page.h"
 #include "frame/vb.h"
 
@@ -7,19 +8,19 @@ namespace tav::pages {
 
 class delrecord : public Page {
 public:
-    delrecord() : Page("delrecord") {}
     void I_init() override {
         dbI_init();
         funI_init();
+        require_login(LoginTest::IdOnly);
         Value ID = Request.querystring("ID");
         Value Table = Request.querystring("Table");
-        conn.execute("delete from " + Table + " where id=" + ID);
+        conn.execute("delete from "_sql + sql_name(Table) + " where id=" + ID);
         monitor("删除数据库表：" + Table + " 记录ID号: " + ID);
         Response.redirect("Pop_OK.asp?message=记录成功删除！&next_href=" + Request.querystring("next"));
         END_PAGE();
     }
 };
 
-TAVELOR_PAGE(delrecord)
+TAVELOR_PAGE(delrecord, "Del_Record.asp")
 
 }  // namespace tav::pages

@@ -5,9 +5,13 @@
 #pragma once
 
 #include <functional>
+#include <map>
 #include <memory>
+#include <optional>
 #include <string>
+#include <string_view>
 #include <type_traits>
+#include <vector>
 
 #include "frame/errors.h"
 #include "frame/host.h"
@@ -18,6 +22,9 @@ namespace tav {
 
 class Page {
 public:
+    // Pages registered with TAVELOR_PAGE get their class name from the
+    // registration; the named form is for pages made by hand (tests).
+    Page();
     explicit Page(std::string class_name);
     virtual ~Page();
 
@@ -54,6 +61,36 @@ public:
     // Opens the site's database into conn.
     void dbI_init();
 
+    // ---- What many pages repeat
+
+    // The head most pages open with: <html>, <head>, the gb2312 meta line,
+    // then as asked the two no-cache lines (expires today minus
+    // no_cache_days), the title (escaped) and the style sheet link. The
+    // page writes its own further head lines and </head>.
+    struct Head {
+        std::optional<std::string> title;  // escaped as a whole
+        bool style = true;
+        int no_cache_days = 0;        // 0: no no-cache lines
+    };
+    void write_head(const Head& head);
+
+    // The login tests of the guarded pages: without the login marker or the
+    // account id (MarkerAndId), or without the id (IdOnly), the answer is a
+    // redirect to login.asp and the page ends.
+    enum class LoginTest { MarkerAndId, IdOnly };
+    void require_login(LoginTest test);
+
+    // Per-request memos of what pages read again and again. Each is read by
+    // its statement once per page object (one request) and handed out as a
+    // fresh recordset, so a missing row fails at the field read as before.
+    // The rights row of the session's account: "select menu_idstr from user
+    // where id=" and the session's user_id.
+    Recordset user_rights();
+    // The settings row of softname: "select * from software where softname=".
+    Recordset setting(const char* softname);
+
+    Connection& connection() { return conn; }
+
     // ---- Common routines
     void funI_init();
     Value get_user_menu(const Value& id);
@@ -71,19 +108,39 @@ protected:
     Recordset rs;
 
 private:
+    friend std::unique_ptr<Page> make_page(const std::string& class_name);
     std::string class_name_;
+    std::optional<Recordset> rights_memo_;
+    std::map<std::string, Recordset> settings_memo_;
 };
 
-// ---- Registration: each page file registers its class by name; the page
-// table maps URLs to these names.
+// ---- Registration. Each page file ends with TAVELOR_PAGE(cls, "Url.asp"):
+// the class is made for that URL (looked up without case) and reports under
+// the class name, lower case, a trailing underscore dropped (`default_`
+// stands for the class `default`).
 using PageFactory = std::function<std::unique_ptr<Page>()>;
-bool register_page(const char* class_name, PageFactory factory);
-std::unique_ptr<Page> make_page(const std::string& class_name);
 
-#define TAVELOR_PAGE(cls)                                                                    \
-    namespace {                                                                              \
-    [[maybe_unused]] const bool tavelor_registered_##cls =                                   \
-        ::tav::register_page(#cls, [] { return std::unique_ptr<::tav::Page>(new cls()); }); \
+struct PageRegistration {
+    std::string url;  // as the page file names it; "" for a class without URL
+    std::string cls;  // class name as reports write it
+};
+
+// Registers a class under a URL. A second class for the same URL (in any
+// case) is a programming error and stops the program at start.
+bool register_page(const char* class_name, const char* url, PageFactory factory);
+// A class without URL, run by name (tests, shared pieces).
+bool register_page(const char* class_name, PageFactory factory);
+// A new object of the class, named; null for an unknown class.
+std::unique_ptr<Page> make_page(const std::string& class_name);
+// The class registered for a URL ("Data_List.asp"), "" when none.
+std::string registered_class(std::string_view url);
+// Every registration with a URL, ordered by URL without case.
+std::vector<PageRegistration> registered_pages();
+
+#define TAVELOR_PAGE(cls, url)                                                                     \
+    namespace {                                                                                    \
+    [[maybe_unused]] const bool tavelor_registered_##cls =                                         \
+        ::tav::register_page(#cls, url, [] { return std::unique_ptr<::tav::Page>(new cls()); }); \
     }
 
 }  // namespace tav

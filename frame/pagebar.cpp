@@ -15,7 +15,7 @@ long long PageBar::read_p(std::source_location loc) {
     return p_;
 }
 
-long long PageBar::count(const std::string& sql, std::source_location loc) {
+long long PageBar::count(const Sql& sql, std::source_location loc) {
     Recordset counted = page_.conn.execute(sql, loc);
     Value num = counted("num", loc);
     // The integer part, not a rounding up: 10 rows give a second, empty page.

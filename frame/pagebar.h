@@ -25,6 +25,7 @@
 #include <utility>
 #include <vector>
 
+#include "frame/sql.h"
 #include "frame/value.h"
 
 namespace tav {
@@ -53,7 +54,7 @@ public:
     // number fails in the comparison.
     long long read_p(std::source_location loc = std::source_location::current());
     // Runs the count statement (field num) and sets last = Int(num / size).
-    long long count(const std::string& sql, std::source_location loc = std::source_location::current());
+    long long count(const Sql& sql, std::source_location loc = std::source_location::current());
     // Moves the list's recordset to the page: Move(p * size) unless empty.
     void skip(Recordset& rs, std::source_location loc = std::source_location::current());
 

@@ -45,7 +45,7 @@ bool normalize_path(std::string_view path, std::string& out) {
         if (k > 0 || absolute) out += '/';
         out += parts[k];
     }
-    if (out.empty() && absolute) out.assign(1, '/');
+    if (out.empty() && absolute) out.push_back('/');  // operator=(const char*) trips a false -Wrestrict in g++ 12
     return true;
 }
 

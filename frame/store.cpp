@@ -7,6 +7,7 @@
 #include <unistd.h>
 
 #include <cctype>
+#include <cstdlib>
 #include <filesystem>
 #include <map>
 #include <mutex>
@@ -289,11 +290,34 @@ void Connection::Open(const std::string& connection_string, std::source_location
     impl_ = std::move(impl);
 }
 
-Recordset Connection::execute(const std::string& sql, std::source_location loc) {
+// Whether a name from a request is one of the schema's tables or columns.
+static bool schema_name(sqlite3* db, const std::string& name) {
+    if (name.size() >= 7 && iequals(std::string_view(name).substr(0, 7), "sqlite_")) return false;
+    if (sqlite3_table_column_metadata(db, "main", name.c_str(), nullptr, nullptr, nullptr, nullptr, nullptr,
+                                      nullptr) == SQLITE_OK)
+        return true;
+    sqlite3_stmt* st = nullptr;
+    if (sqlite3_prepare_v2(db, "select name from sqlite_schema where type='table' and name not like 'sqlite_%'", -1,
+                           &st, nullptr) != SQLITE_OK)
+        return false;
+    bool found = false;
+    while (!found && sqlite3_step(st) == SQLITE_ROW) {
+        auto table = reinterpret_cast<const char*>(sqlite3_column_text(st, 0));
+        found = table && sqlite3_table_column_metadata(db, "main", table, name.c_str(), nullptr, nullptr, nullptr,
+                                                       nullptr, nullptr) == SQLITE_OK;
+    }
+    sqlite3_finalize(st);
+    return found;
+}
+
+Recordset Connection::execute(const Sql& sql, std::source_location loc) {
     host_call(loc);
     if (!is_open()) raise_error(closed_object, closed_text);
     sqlite3* db = impl_->db;
-    std::string text = translate_sql(sql);
+    BoundSql bound;
+    std::string error = bind_sql(sql, bound, [db](const std::string& n) { return schema_name(db, n); });
+    if (!error.empty()) raise_error(err::sql_failure, error);
+    std::string text = translate_sql(bound.text);
     if (!allowed_verb(text)) raise_error(err::sql_failure, invalid_statement);
 
     sqlite3_stmt* st = nullptr;
@@ -311,6 +335,20 @@ Recordset Connection::execute(const std::string& sql, std::source_location loc) 
             continue;
         }
         raise_error(err::sql_failure, "Characters found after end of SQL statement.");
+    }
+
+    for (int i = 1, n = sqlite3_bind_parameter_count(st); i <= n; ++i) {
+        const char* name = sqlite3_bind_parameter_name(st, i);
+        std::size_t k = name && name[0] == ':' ? std::strtoul(name + 2, nullptr, 10) : 0;
+        if (k == 0 || k > bound.params.size()) raise_error(err::sql_failure, "bad parameter");
+        const BoundSql::Param& p = bound.params[k - 1];
+        if (p.is_text)
+            rc = sqlite3_bind_text64(st, i, p.text.data(), p.text.size(), SQLITE_STATIC, SQLITE_UTF8);
+        else if (p.integral)
+            rc = sqlite3_bind_int64(st, i, p.integer);
+        else
+            rc = sqlite3_bind_double(st, i, p.number);
+        if (rc != SQLITE_OK) raise_error(err::sql_failure, sqlite3_errmsg(db));
     }
 
     auto data = std::make_shared<Recordset::Data>();

@@ -9,6 +9,7 @@
 #include <string_view>
 #include <vector>
 
+#include "frame/sql.h"
 #include "frame/value.h"
 
 namespace tav {
@@ -55,8 +56,9 @@ public:
     void Open(const std::string& connection_string,
               std::source_location loc = std::source_location::current());
     // Runs one statement. A select gives its rows; other statements give an
-    // empty recordset nobody reads.
-    Recordset execute(const std::string& sql,
+    // empty recordset nobody reads. Values joined into the statement are
+    // bound, never run as program text (see frame/sql.h).
+    Recordset execute(const Sql& sql,
                       std::source_location loc = std::source_location::current());
     void close();
     bool is_open() const;

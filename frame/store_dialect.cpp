@@ -23,7 +23,7 @@ namespace tav {
 
 namespace {
 
-enum class Tok { Space, String, Ident, Number, Quoted, Comment, Punct };
+enum class Tok { Space, String, Ident, Number, Quoted, Comment, Punct, Param };
 
 struct Token {
     Tok kind;
@@ -71,6 +71,10 @@ std::vector<Token> tokenize(std::string_view s) {
             kind = Tok::Comment;
             std::size_t e = s.find("*/", i + 2);
             j = e == std::string_view::npos ? n : e + 2;
+        } else if (c == ':' && j < n && std::isalpha(static_cast<unsigned char>(s[j]))) {
+            // A bound value: ":t1" text, ":n1" number.
+            kind = Tok::Param;
+            while (j < n && ident_char(static_cast<unsigned char>(s[j]))) ++j;
         } else if (ident_start(c)) {
             kind = Tok::Ident;
             while (j < n && ident_char(static_cast<unsigned char>(s[j]))) ++j;
@@ -145,7 +149,7 @@ std::string translate_sql(std::string_view sql) {
                 std::size_t k = next_sig_index(i);
                 if (k < toks.size() && toks[k].kind == Tok::Ident && iequals(toks[k].text, "top")) {
                     std::size_t m = next_sig_index(k);
-                    if (m < toks.size() && toks[m].kind == Tok::Number) {
+                    if (m < toks.size() && (toks[m].kind == Tok::Number || toks[m].kind == Tok::Param)) {
                         limit = std::string(toks[m].text);
                         i = m;  // the blank after N is copied by the next round
                     }
@@ -174,7 +178,8 @@ std::string translate_sql(std::string_view sql) {
         out += t.text;
         // A text literal on either side of a comparison compares without
         // case whatever the other side is (a column or a function's result).
-        bool closed = t.kind == Tok::String && std::count(t.text.begin(), t.text.end(), '\'') % 2 == 0;
+        bool closed = (t.kind == Tok::String && std::count(t.text.begin(), t.text.end(), '\'') % 2 == 0) ||
+                      (t.kind == Tok::Param && t.text.size() > 1 && t.text[1] == 't');
         if (closed && !in_set && ((prev && is_comparison(*prev)) || (next && is_comparison(*next))))
             out += " COLLATE NOCASE";
         prev = &t;

@@ -34,6 +34,24 @@ constexpr long kObjectRequired = 424;
 const char kRefusal[] =
     "<br><font size=2 color=red>上传文件失败，文件已经存在于服务器上，请更名后重试。</font><br>";
 
+// No upload may land in the site root or the database folder, nor be named
+// like the database's side files or a hidden file: those would be served
+// as pages of the site or taken for a part of the database.
+bool forbidden_target(const std::string& full_path) {
+    std::string phys, root;
+    if (!physical_path(full_path, phys) || !physical_path(Server.object().root(), root)) return true;
+    std::size_t slash = phys.rfind('/');
+    std::string folder = lower(phys.substr(0, slash));
+    std::string name = lower(phys.substr(slash + 1));
+    root = lower(root);
+    if (!path_inside(root, folder) || folder == root || path_inside(root + "/datebase", folder)) return true;
+    if (name.empty() || name[0] == '.') return true;
+    for (std::string_view tail : {"-journal", "-wal", "-shm", ".mdb", ".sql", ".log"})
+        if (name.size() >= tail.size() && name.compare(name.size() - tail.size(), tail.size(), tail) == 0)
+            return true;
+    return false;
+}
+
 // Byte searches and reads over the request body, which may lie in a file:
 // nothing here holds more than a window of it.
 class BodyView {
@@ -245,7 +263,7 @@ std::string UploadGroup::upload_file(std::string& form_name, const std::string& 
 std::string UploadGroup::upload_save(const std::string& full_path, const FileRecord& rec) {
     return page_.routine("upload_save", [&]() -> std::string {
         if (full_path.find_first_not_of(' ') == std::string::npos || rec.file_start == 0 ||
-            rec.file_name.empty() || full_path.back() == '/')
+            rec.file_name.empty() || full_path.back() == '/' || forbidden_target(full_path))
             return "";
         FileSystemObject fso;
         if (fso.FileExists(full_path)) {

@@ -1,7 +1,12 @@
 // upload_img.asp: the editor's picture dialog. The first view shows the
-// form; its post stores every file part under the posted folder.
+// form; its post stores the pictures under the session's folder below
+// Datas/. Only a logged-in session may use it, only .gif and .jpg files are
+// kept (the dialog's own test, repeated here) and nothing lands outside
+// that folder, whatever the post names.
 #include "frame/files.h"
+#include "frame/html.h"
 #include "frame/page.h"
+#include "frame/paths.h"
 #include "frame/upload.h"
 #include "frame/vb.h"
 
@@ -9,9 +14,8 @@ namespace tav::pages {
 
 class uploadimg : public Page {
 public:
-    uploadimg() : Page("uploadimg") {}
-
     void I_init() override {
+        require_login(LoginTest::IdOnly);
         Server.ScriptTimeOut(5000);
         up.upload_initialize();
         std::string field = "filepath";
@@ -26,9 +30,15 @@ public:
             write_form(relative);
             up.upload_terminate();
         } else {
+            std::string own = Server.MapPath("./Datas/" + Session("upload_path").str() + "/");
+            std::string datas = Server.MapPath("./Datas");
             const std::vector<FileRecord> received = up.files();
-            for (const FileRecord& r : received)
-                Response.write(up.upload_save(Server.MapPath(filepath + r.file_name), r));
+            for (const FileRecord& r : received) {
+                std::string target = Server.MapPath(filepath + r.file_name);
+                if (picture_name(r.file_name) && lower(parent_of(target)) == lower(own) &&
+                    path_inside(lower(datas), lower(own)))
+                    Response.write(up.upload_save(target, r));
+            }
             up.upload_terminate();
             Response.line("<script language=\"javascript\">window.close(1);</script>");
         }
@@ -36,6 +46,13 @@ public:
     }
 
 private:
+    // A plain name ending in .gif or .jpg, as the dialog asks for.
+    static bool picture_name(const std::string& name) {
+        std::string ext = UCase(Right(name, 4));
+        return (ext == ".GIF" || ext == ".JPG") && name.find_first_of("/\\") == std::string::npos;
+    }
+    static std::string parent_of(const std::string& path) { return path.substr(0, path.find_last_of('/')); }
+
     void write_form(const std::string& relative) {
         Response.line("<html>");
         Response.line("<head>");
@@ -69,7 +86,7 @@ private:
         Response.line("<form name=\"form1\" method=\"post\" action=\"upload_img.asp\" enctype=\"multipart/form-data\">");
         Response.line("<table width=\"300\" border=\"0\" cellspacing=\"1\" cellpadding=\"3\" align=\"center\">");
         Response.line("<tr><td>");
-        Response.line("<input type=\"hidden\" name=\"filepath\" value=\"" + relative + "\">");
+        Response.line("<input type=\"hidden\" name=\"filepath\" value=\"" + html_text(relative) + "\">");
         Response.line("文件名: <input type=\"file\" name=\"file_name\" style=\"width:300\">");
         Response.line("</td></tr>");
         Response.line("<tr><td>对齐方式:");
@@ -94,6 +111,6 @@ private:
     UploadGroup up{*this, UploadGroup::Variant::UploadImg};
 };
 
-TAVELOR_PAGE(uploadimg)
+TAVELOR_PAGE(uploadimg, "upload_img.asp")
 
 }  // namespace tav::pages

@@ -1,18 +1,17 @@
-// The page table: every URL of the site and the page class that serves it.
+// The page table: every URL of the site and the page class that serves it,
+// as the page files register them (TAVELOR_PAGE).
 #pragma once
 
 #include <string>
 #include <string_view>
 #include <vector>
 
+#include "frame/page.h"
+
 namespace tav {
 
-struct PageRoute {
-    const char* url;   // as callers write it; looked up without case
-    const char* cls;   // page class name
-};
-
-const std::vector<PageRoute>& page_table();
+// Every registered URL with its class, ordered by URL without case.
+std::vector<PageRegistration> page_table();
 
 // The class for a site-root file name such as "Data_List.asp", compared
 // without case; "" when no page answers there.

@@ -45,9 +45,9 @@ protected:
         conn.close();
         fs::remove_all(dir);
     }
-    long long num(const std::string& sql) { return conn.execute(sql)("num").lng(); }
+    long long num(const Sql& sql) { return conn.execute(sql)("num").lng(); }
     // The error number a statement fails with, 0 when it does not fail.
-    long fails(const std::string& sql) {
+    long fails(const Sql& sql) {
         try {
             conn.execute(sql);
         } catch (const PageError& e) {
@@ -63,7 +63,7 @@ protected:
 
 TEST_F(StoreTest, TopNTakesTheFirstRowsAfterOrdering) {
     for (const char* n : {"a", "b", "c"})
-        conn.execute(std::string("insert into user(username) values ('") + n + "')");
+        conn.execute("insert into user(username) values ('"_sql + Value(n) + "')");
     Recordset rs = conn.execute("select top 1 id from user order by id DESC");
     EXPECT_EQ(rs("id").lng(), 3);
     rs.movenext();
@@ -77,7 +77,7 @@ TEST_F(StoreTest, TopNTakesTheFirstRowsAfterOrdering) {
 
     // The latest notice: a literal in the condition, then order and limit.
     for (const char* sub : {"4102", "4101", "4102", "4101"})
-        conn.execute(std::string("insert into Datas(User_id,D_title,Sub_menu) values (1,'t','") + sub + "')");
+        conn.execute("insert into Datas(User_id,D_title,Sub_menu) values (1,'t','"_sql + Value(sub) + "')");
     rs = conn.execute("select top 1 * from Datas where sub_menu='4102' order by ID DESC");
     EXPECT_EQ(rs("id").lng(), 3);
 }
@@ -92,14 +92,14 @@ TEST_F(StoreTest, NowInInsertAndComparison) {
 TEST_F(StoreTest, DateDiffCountsBoundaries) {
     // Rows of different ages: only those older than one calendar day go.
     for (const char* age : {"-5 days", "-2 days", "-1 days", "+0 days"})
-        conn.execute(std::string("insert into chat(user_id,Chat_text,chat_date) values (1,'t',"
-                                 "strftime('%Y-%m-%d %H:%M:%S','now','localtime','") +
-                     age + "'))");
+        conn.execute("insert into chat(user_id,Chat_text,chat_date) values (1,'t',"
+                     "strftime('%Y-%m-%d %H:%M:%S','now','localtime','"_sql +
+                     Value(age) + "'))");
     conn.execute("delete from chat where DateDiff('d', chat_date,Now)>1");
     EXPECT_EQ(num("select count(id) as num from chat"), 2);
 
     auto dd = [&](const std::string& iv, const std::string& a, const std::string& b) {
-        return num("select DateDiff('" + iv + "','" + a + "','" + b + "') as num from chat");
+        return num("select DateDiff('"_sql + iv + "','" + a + "','" + b + "') as num from chat");
     };
     // Calendar days, not 24-hour spans.
     EXPECT_EQ(dd("d", "2026-01-01 23:59:00", "2026-01-02 00:01:00"), 1);
@@ -147,13 +147,13 @@ TEST_F(StoreTest, InstrAsTruthValueWithTwoAndThreeArguments) {
 
 TEST_F(StoreTest, CountsWithLeftLikeAndOnEmptyResults) {
     for (const char* py : {"|12|", "|12|30|", "|121|", "|30|12|"})
-        conn.execute(std::string("insert into Files(py) values ('") + py + "')");
+        conn.execute("insert into Files(py) values ('"_sql + Value(py) + "')");
     for (const char* id : {"menu1", "menu12", "MENU13", "menu2", "me"})
-        conn.execute(std::string("insert into menu(menu_id) values ('") + id + "')");
+        conn.execute("insert into menu(menu_id) values ('"_sql + Value(id) + "')");
     for (const char* title : {"Annual Report", "年度报告", "Minutes"})
-        conn.execute(std::string("insert into Datas(User_id,D_title,Sub_menu) values (1,'") + title + "','4101')");
+        conn.execute("insert into Datas(User_id,D_title,Sub_menu) values (1,'"_sql + Value(title) + "','4101')");
     auto where = [&](const std::string& table, const std::string& cond) {
-        return num("select count(id) as num from " + table + " where " + cond);
+        return num(Sql::trusted("select count(id) as num from " + table + " where " + cond));
     };
     // The signer chain matches only the first id.
     EXPECT_EQ(where("Files", "left(py,instr(2,py,'|'))='|12|'"), 2);
@@ -245,7 +245,7 @@ TEST_F(StoreTest, MoveSkipsForwardAndStopsAtTheEnd) {
         EXPECT_EQ(e.number(), err::no_current_record);
     }
     for (int i = 1; i <= 3; ++i)
-        conn.execute("insert into Address(User_id,Name) values (1,'n" + std::to_string(i) + "')");
+        conn.execute("insert into Address(User_id,Name) values (1,'n"_sql + std::to_string(i) + "')");
     Recordset rs = conn.execute("select * from Address where user_id=1 order by id");
     rs.Move(1);
     EXPECT_EQ(rs("name").str(), "n2");
@@ -308,7 +308,7 @@ TEST_F(StoreTest, EngineControlIsRefused) {
                             std::string("alter table user add column x"), std::string("vacuum"),
                             std::string("begin"), std::string("create index i on user(username)"),
                             std::string("select load_extension('/lib/x.so') from user")})
-        EXPECT_NE(fails(sql), 0) << sql;
+        EXPECT_NE(fails(Sql::trusted(sql)), 0) << sql;
     EXPECT_FALSE(fs::exists(other));
     // Reached past the first word, so refused by the engine's authorizer.
     EXPECT_EQ(fails("select * from pragma_table_info('user')"), err::sql_failure);
@@ -374,7 +374,7 @@ TEST_F(StoreTest, ParallelWritersNeverSeeALockedDatabase) {
                     // A connection per request, as the pages do.
                     Connection c;
                     c.Open(connstr(db));
-                    c.execute("Insert into monitor(user_id,work_text) values (" + std::to_string(t) + ",'w')");
+                    c.execute("Insert into monitor(user_id,work_text) values ("_sql + std::to_string(t) + ",'w')");
                     c.execute("select top 1 id from monitor order by id DESC");
                     c.execute("update user set online=1 where id=1");
                 }

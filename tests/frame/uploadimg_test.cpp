@@ -29,6 +29,7 @@ std::string file_part(const std::string& name, const std::string& filename, cons
 
 TEST(UploadImgPage, FirstViewShowsTheFormForTheSessionFolder) {
     TestSite site;
+    ASSERT_TRUE(site.login());
     tav::test::Reply r = site.get("upload_img.asp");
     EXPECT_EQ(r.status, 200);
     // No host page ran in this session: the folder is Datas itself.
@@ -41,6 +42,7 @@ TEST(UploadImgPage, FirstViewShowsTheFormForTheSessionFolder) {
 
 TEST(UploadImgPage, PostSavesEveryFileAndShowsEachResult) {
     TestSite site;
+    ASSERT_TRUE(site.login());
     { std::ofstream(site.root() + "/Datas/old.gif") << "before"; }
     std::string body = kB + "\r\nContent-Disposition: form-data; name=\"filepath\"\r\n\r\n./Datas/\r\n" +
                        file_part("file_name", "C:\\图片\\新图.gif", "GIF89a-new") +

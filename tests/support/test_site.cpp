@@ -136,12 +136,12 @@ bool TestSite::login(const std::string& user, const std::string& password) {
     return r.status == 302 && r.location() == "./";
 }
 
-void TestSite::exec(const std::string& sql) { db_.execute(sql); }
+void TestSite::exec(const std::string& sql) { db_.execute(Sql::trusted(sql)); }
 
-Recordset TestSite::query(const std::string& sql) { return db_.execute(sql); }
+Recordset TestSite::query(const std::string& sql) { return db_.execute(Sql::trusted(sql)); }
 
 std::string TestSite::scalar(const std::string& sql, const std::string& field) {
-    Recordset rs = db_.execute(sql);
+    Recordset rs = db_.execute(Sql::trusted(sql));
     if (rs.eof()) return {};
     return rs(field).str();
 }

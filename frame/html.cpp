@@ -1,0 +1,418 @@
+#include "frame/html.h"
+
+#include <algorithm>
+#include <cstdint>
+#include <map>
+#include <set>
+#include <vector>
+
+#include "frame/paths.h"
+
+namespace tav {
+
+namespace {
+
+const char kHex[] = "0123456789ABCDEF";
+
+bool is_space(char c) { return c == ' ' || c == '\t' || c == '\n' || c == '\r' || c == '\f'; }
+bool is_alpha(char c) { return (c >= 'a' && c <= 'z') || (c >= 'A' && c <= 'Z'); }
+bool is_digit(char c) { return c >= '0' && c <= '9'; }
+bool is_hex(char c) { return is_digit(c) || (c >= 'a' && c <= 'f') || (c >= 'A' && c <= 'F'); }
+
+void put_utf8(std::string& out, std::uint32_t cp) {
+    if (cp == 0 || cp > 0x10FFFF || (cp >= 0xD800 && cp <= 0xDFFF)) cp = 0xFFFD;
+    if (cp < 0x80) {
+        out += static_cast<char>(cp);
+    } else if (cp < 0x800) {
+        out += static_cast<char>(0xC0 | (cp >> 6));
+        out += static_cast<char>(0x80 | (cp & 0x3F));
+    } else if (cp < 0x10000) {
+        out += static_cast<char>(0xE0 | (cp >> 12));
+        out += static_cast<char>(0x80 | ((cp >> 6) & 0x3F));
+        out += static_cast<char>(0x80 | (cp & 0x3F));
+    } else {
+        out += static_cast<char>(0xF0 | (cp >> 18));
+        out += static_cast<char>(0x80 | ((cp >> 12) & 0x3F));
+        out += static_cast<char>(0x80 | ((cp >> 6) & 0x3F));
+        out += static_cast<char>(0x80 | (cp & 0x3F));
+    }
+}
+
+// Length of a character reference at s[i] ('&'), 0 when there is none.
+std::size_t reference_length(std::string_view s, std::size_t i) {
+    std::size_t j = i + 1;
+    if (j < s.size() && s[j] == '#') {
+        ++j;
+        bool hex = j < s.size() && (s[j] == 'x' || s[j] == 'X');
+        if (hex) ++j;
+        std::size_t start = j;
+        while (j < s.size() && (hex ? is_hex(s[j]) : is_digit(s[j])) && j - start < 8) ++j;
+        if (j == start || j >= s.size() || s[j] != ';') return 0;
+        return j + 1 - i;
+    }
+    std::size_t start = j;
+    while (j < s.size() && (is_alpha(s[j]) || (j > start && is_digit(s[j]))) && j - start < 32) ++j;
+    if (j == start || j >= s.size() || s[j] != ';') return 0;
+    return j + 1 - i;
+}
+
+// Decodes the references a browser would decode in an attribute value, as
+// far as they matter to the checks: numeric ones (with or without ';') and
+// the basic named ones. Any other '&' stays literal and is escaped again on
+// output, so the browser sees it literally too.
+std::string decode_references(std::string_view s) {
+    static const std::map<std::string, std::string, std::less<>> named = {
+        {"amp", "&"}, {"lt", "<"}, {"gt", ">"}, {"quot", "\""}, {"apos", "'"}, {"nbsp", "\xC2\xA0"},
+        {"colon", ":"}, {"tab", "\t"}, {"newline", "\n"}, {"lpar", "("}, {"rpar", ")"}, {"sol", "/"},
+        {"bsol", "\\"}, {"semi", ";"}};
+    std::string out;
+    for (std::size_t i = 0; i < s.size();) {
+        if (s[i] != '&') {
+            out += s[i++];
+            continue;
+        }
+        std::size_t j = i + 1;
+        if (j < s.size() && s[j] == '#') {
+            ++j;
+            bool hex = j < s.size() && (s[j] == 'x' || s[j] == 'X');
+            if (hex) ++j;
+            std::size_t start = j;
+            std::uint64_t cp = 0;
+            while (j < s.size() && (hex ? is_hex(s[j]) : is_digit(s[j]))) {
+                int d = is_digit(s[j]) ? s[j] - '0' : (s[j] | 0x20) - 'a' + 10;
+                cp = std::min<std::uint64_t>(cp * (hex ? 16 : 10) + static_cast<unsigned>(d), 0x110000);
+                ++j;
+            }
+            if (j == start) {
+                out += s[i++];
+                continue;
+            }
+            if (j < s.size() && s[j] == ';') ++j;
+            put_utf8(out, static_cast<std::uint32_t>(cp));
+            i = j;
+            continue;
+        }
+        std::size_t start = j;
+        while (j < s.size() && is_alpha(s[j]) && j - start < 16) ++j;
+        auto it = named.find(lower(s.substr(start, j - start)));
+        if (j > start && it != named.end()) {
+            out += it->second;
+            if (j < s.size() && s[j] == ';') ++j;
+            i = j;
+        } else {
+            out += s[i++];
+        }
+    }
+    return out;
+}
+
+struct Attr {
+    std::string name;
+    std::string value;
+    bool has_value = false;
+};
+
+struct Tag {
+    std::string name;
+    bool closing = false;
+    std::vector<Attr> attrs;
+};
+
+// Parses the tag starting at s[i] == '<'. False when it is no tag or does not
+// end: the '<' is then text.
+bool parse_tag(std::string_view s, std::size_t i, Tag& tag, std::size_t& end) {
+    const std::size_t n = s.size();
+    std::size_t j = i + 1;
+    if (j < n && s[j] == '/') {
+        tag.closing = true;
+        ++j;
+    }
+    if (j >= n || !is_alpha(s[j])) return false;
+    std::size_t start = j;
+    while (j < n && !is_space(s[j]) && s[j] != '/' && s[j] != '>') ++j;
+    tag.name = lower(s.substr(start, j - start));
+    for (;;) {
+        while (j < n && (is_space(s[j]) || s[j] == '/')) ++j;
+        if (j >= n) return false;
+        if (s[j] == '>') {
+            end = j + 1;
+            return true;
+        }
+        Attr a;
+        start = j++;
+        while (j < n && !is_space(s[j]) && s[j] != '/' && s[j] != '>' && s[j] != '=') ++j;
+        a.name = lower(s.substr(start, j - start));
+        std::size_t k = j;
+        while (k < n && is_space(s[k])) ++k;
+        if (k < n && s[k] == '=') {
+            j = k + 1;
+            while (j < n && is_space(s[j])) ++j;
+            if (j >= n) return false;
+            a.has_value = true;
+            if (s[j] == '"' || s[j] == '\'') {
+                std::size_t close = s.find(s[j], j + 1);
+                if (close == std::string_view::npos) return false;
+                a.value = decode_references(s.substr(j + 1, close - j - 1));
+                j = close + 1;
+            } else {
+                start = j;
+                while (j < n && !is_space(s[j]) && s[j] != '>') ++j;
+                a.value = decode_references(s.substr(start, j - start));
+            }
+        }
+        tag.attrs.push_back(std::move(a));
+    }
+}
+
+// Elements whose content goes with them.
+const std::set<std::string, std::less<>> kDropWithContent = {
+    "script", "style", "iframe", "frame", "frameset", "textarea", "title", "xmp", "noscript", "noembed",
+    "noframes", "template", "object", "applet", "plaintext", "svg", "math", "select", "head"};
+
+const std::set<std::string, std::less<>> kVoid = {"br", "hr", "img", "embed"};
+
+const std::map<std::string, std::set<std::string, std::less<>>, std::less<>> kAllowed = {
+    {"br", {}}, {"p", {"align"}}, {"b", {}}, {"strong", {}}, {"i", {}}, {"em", {}}, {"u", {}},
+    {"strike", {}}, {"sub", {}}, {"sup", {}}, {"center", {}}, {"blockquote", {}},
+    {"font", {"size", "color", "face"}},
+    {"a", {"href", "target", "title", "name"}},
+    {"img", {"src", "alt", "align", "border", "width", "height", "hspace", "vspace", "title"}},
+    {"table", {"border", "width", "height", "cellspacing", "cellpadding", "align", "bgcolor", "bordercolor"}},
+    {"tbody", {}}, {"thead", {}},
+    {"tr", {"align", "valign", "bgcolor", "height"}},
+    {"td", {"align", "valign", "width", "height", "colspan", "rowspan", "bgcolor", "nowrap"}},
+    {"th", {"align", "valign", "width", "height", "colspan", "rowspan", "bgcolor", "nowrap"}},
+    {"div", {"align"}}, {"span", {"style"}},
+    {"ul", {}}, {"ol", {}}, {"li", {}},
+    {"hr", {"size", "width", "color", "noshade", "align"}},
+    {"embed", {"src", "width", "height", "type", "quality", "pluginspage"}},
+};
+
+const std::set<std::string, std::less<>> kStyleProps = {
+    "color", "background-color", "font-size", "font-family", "font-weight", "font-style",
+    "text-decoration", "text-align", "line-height"};
+
+// Keeps the declarations whose property is listed and whose value is plain
+// words, numbers, colours and font names: no functions, escapes or comments.
+std::string filter_style(const std::string& style) {
+    std::string out;
+    std::size_t pos = 0;
+    while (pos <= style.size()) {
+        std::size_t semi = style.find(';', pos);
+        std::string decl = style.substr(pos, semi == std::string::npos ? std::string::npos : semi - pos);
+        pos = semi == std::string::npos ? style.size() + 1 : semi + 1;
+        std::size_t colon = decl.find(':');
+        if (colon == std::string::npos) continue;
+        auto trim = [](std::string t) {
+            std::size_t a = 0, b = t.size();
+            while (a < b && is_space(t[a])) ++a;
+            while (b > a && is_space(t[b - 1])) --b;
+            return t.substr(a, b - a);
+        };
+        std::string prop = lower(trim(decl.substr(0, colon)));
+        std::string value = trim(decl.substr(colon + 1));
+        if (!kStyleProps.count(prop) || value.empty()) continue;
+        bool plain = std::all_of(value.begin(), value.end(), [](char c) {
+            return static_cast<unsigned char>(c) >= 0x80 || is_alpha(c) || is_digit(c) ||
+                   std::string_view(" #,.%'\"-").find(c) != std::string_view::npos;
+        });
+        if (!plain) continue;
+        if (!out.empty()) out += " ";
+        out += prop + ": " + value + ";";
+    }
+    return out;
+}
+
+bool flash_source(const std::string& src) {
+    std::string path = lower(src.substr(0, src.find_first_of("?#")));
+    return path.size() > 4 && path.compare(path.size() - 4, 4, ".swf") == 0;
+}
+
+// Writes a kept opening tag; false when the tag as a whole must go.
+bool write_open(std::string& out, const Tag& tag, const std::set<std::string, std::less<>>& allowed) {
+    std::string attrs;
+    std::set<std::string> seen;
+    bool has_src = false;
+    for (const Attr& a : tag.attrs) {
+        if (!allowed.count(a.name) || !seen.insert(a.name).second) continue;
+        std::string value = a.value;
+        if (a.name == "href" || a.name == "src" || a.name == "pluginspage") {
+            if (!safe_url(value)) continue;
+            if (a.name == "src") has_src = true;
+            if (tag.name == "embed" && a.name == "src" && !flash_source(value)) return false;
+        } else if (a.name == "style") {
+            value = filter_style(value);
+            if (value.empty()) continue;
+        } else if (tag.name == "embed" && a.name == "type" && lower(value) != "application/x-shockwave-flash") {
+            return false;
+        }
+        attrs += " " + a.name;
+        if (a.has_value) attrs += "=\"" + html_text(value) + "\"";
+    }
+    if (tag.name == "embed" && !has_src) return false;
+    out += "<" + tag.name + attrs + ">";
+    return true;
+}
+
+}  // namespace
+
+std::string html_text(std::string_view s) {
+    std::string out;
+    out.reserve(s.size());
+    for (char c : s) {
+        switch (c) {
+        case '&': out += "&amp;"; break;
+        case '<': out += "&lt;"; break;
+        case '>': out += "&gt;"; break;
+        case '"': out += "&quot;"; break;
+        case '\'': out += "&#39;"; break;
+        default: out += c;
+        }
+    }
+    return out;
+}
+
+std::string html_unquoted(std::string_view s) {
+    std::string out;
+    out.reserve(s.size());
+    for (char c : s) {
+        unsigned char u = static_cast<unsigned char>(c);
+        if (u <= 0x20 || u == 0x7F || c == '"' || c == '\'' || c == '<' || c == '>' || c == '`' || c == '&') {
+            out += "&#" + std::to_string(u) + ";";
+        } else {
+            out += c;
+        }
+    }
+    return out;
+}
+
+std::string js_string(std::string_view s) {
+    std::string out;
+    out.reserve(s.size());
+    for (std::size_t i = 0; i < s.size(); ++i) {
+        unsigned char u = static_cast<unsigned char>(s[i]);
+        // U+2028 and U+2029 end a line inside a script literal.
+        if (u == 0xE2 && i + 2 < s.size() && static_cast<unsigned char>(s[i + 1]) == 0x80 &&
+            (static_cast<unsigned char>(s[i + 2]) == 0xA8 || static_cast<unsigned char>(s[i + 2]) == 0xA9)) {
+            out += static_cast<unsigned char>(s[i + 2]) == 0xA8 ? "\\u2028" : "\\u2029";
+            i += 2;
+            continue;
+        }
+        if (u == '\\') {
+            out += "\\\\";
+        } else if (u == '\n') {
+            out += "\\n";
+        } else if (u == '\r') {
+            out += "\\r";
+        } else if (u < 0x20 || u == 0x7F || u == '\'' || u == '"' || u == '<' || u == '>' || u == '&' || u == '`') {
+            out += "\\x";
+            out += kHex[u >> 4];
+            out += kHex[u & 15];
+        } else {
+            out += s[i];
+        }
+    }
+    return out;
+}
+
+bool safe_url(std::string_view url) {
+    std::string t;
+    for (char c : url)
+        if (static_cast<unsigned char>(c) > 0x20 && c != 0x7F) t += c;
+    std::size_t stop = t.find_first_of(":/?#\\");
+    if (stop == std::string::npos || t[stop] != ':') return true;  // relative
+    std::string scheme = lower(std::string_view(t).substr(0, stop));
+    return scheme == "http" || scheme == "https" || scheme == "ftp" || scheme == "mailto";
+}
+
+std::string allow_markup(std::string_view s) {
+    std::string out;
+    out.reserve(s.size());
+    std::vector<std::string> open;
+    const std::size_t n = s.size();
+    std::size_t i = 0;
+    while (i < n) {
+        char c = s[i];
+        if (c == '<' && i + 1 < n && (s[i + 1] == '!' || s[i + 1] == '?')) {
+            // Comments, declarations and processing instructions go whole;
+            // one without its end takes the rest of the text with it.
+            std::size_t end = s.compare(i, 4, "<!--") == 0 ? s.find("-->", i + 4) : s.find('>', i);
+            i = end == std::string_view::npos ? n : end + (s.compare(i, 4, "<!--") == 0 ? 3 : 1);
+            continue;
+        }
+        if (c == '<') {
+            Tag tag;
+            std::size_t end = 0;
+            if (!parse_tag(s, i, tag, end)) {
+                out += "&lt;";
+                ++i;
+                continue;
+            }
+            i = end;
+            if (kDropWithContent.count(tag.name)) {
+                if (tag.closing) continue;
+                // Skip to the element's end tag; without one the rest goes.
+                std::size_t at = i;
+                for (;;) {
+                    at = s.find("</", at);
+                    if (at == std::string_view::npos) {
+                        i = n;
+                        break;
+                    }
+                    std::string_view name = s.substr(at + 2, tag.name.size());
+                    std::size_t after = at + 2 + tag.name.size();
+                    if (iequals(name, tag.name) && (after >= n || is_space(s[after]) || s[after] == '>' || s[after] == '/')) {
+                        std::size_t gt = s.find('>', after);
+                        i = gt == std::string_view::npos ? n : gt + 1;
+                        break;
+                    }
+                    at += 2;
+                }
+                continue;
+            }
+            auto allowed = kAllowed.find(tag.name);
+            if (allowed == kAllowed.end()) continue;
+            if (tag.closing) {
+                auto it = std::find(open.rbegin(), open.rend(), tag.name);
+                if (it == open.rend()) continue;
+                std::size_t keep = static_cast<std::size_t>(open.rend() - it) - 1;
+                while (open.size() > keep) {
+                    out += "</" + open.back() + ">";
+                    open.pop_back();
+                }
+                continue;
+            }
+            if (write_open(out, tag, allowed->second) && !kVoid.count(tag.name)) open.push_back(tag.name);
+            continue;
+        }
+        if (c == '>') {
+            out += "&gt;";
+        } else if (c == '&') {
+            std::size_t len = reference_length(s, i);
+            if (len) {
+                out.append(s.substr(i, len));
+                i += len;
+                continue;
+            }
+            out += "&amp;";
+        } else {
+            out += c;
+        }
+        ++i;
+    }
+    while (!open.empty()) {
+        out += "</" + open.back() + ">";
+        open.pop_back();
+    }
+    return out;
+}
+
+std::string table_row(std::string_view tr_attrs, std::initializer_list<Cell> cells) {
+    std::string out = "<tr";
+    out += tr_attrs;
+    out += ">";
+    for (const Cell& c : cells) out += "<td>" + c.html + "</td>";
+    return out + "</tr>";
+}
+
+}  // namespace tav

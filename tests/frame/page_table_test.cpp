@@ -1,0 +1,55 @@
+// The page table as the page files register it, against every URL the site
+// is known to have.
+#include <gtest/gtest.h>
+
+#include <iostream>
+#include <map>
+#include <set>
+
+#include "frame/paths.h"
+#include "server/page_table.h"
+#include "tests/support/page_urls.h"
+#include "tests/support/test_site.h"
+
+using tav::test::expected_pages;
+
+TEST(PageTable, EveryRegistrationIsAnExpectedUrlAndEveryVariantReachesIt) {
+    std::map<std::string, std::string> expected;  // lower URL -> class
+    for (const auto& e : expected_pages()) {
+        auto [it, fresh] = expected.emplace(tav::lower(e.url), e.cls);
+        EXPECT_TRUE(fresh || it->second == e.cls) << e.url;  // variants name one class
+    }
+    EXPECT_EQ(expected.size(), 93u);
+
+    std::set<std::string> classes;
+    for (const auto& r : tav::page_table()) {
+        std::cout << "  " << r.url << " -> " << r.cls << "\n";
+        auto it = expected.find(tav::lower(r.url));
+        ASSERT_NE(it, expected.end()) << r.url << " is no URL of the site";
+        EXPECT_EQ(r.cls, tav::lower(it->second)) << r.url;
+        EXPECT_TRUE(classes.insert(r.cls).second) << r.cls << " registered twice";
+    }
+    std::cout << "  " << tav::page_table().size() << " of " << expected.size() << " URLs have their page\n";
+    // The pages of the frame and the desktop are all there.
+    EXPECT_GE(tav::page_table().size(), 24u);
+
+    // Each written variant finds the class; an unwritten page finds none.
+    for (const auto& e : expected_pages()) {
+        std::string cls = tav::page_class_for(e.url);
+        if (!cls.empty()) {
+            EXPECT_EQ(cls, tav::lower(e.cls)) << e.url;
+        }
+        EXPECT_EQ(tav::page_class_for(tav::lower(e.url)), cls) << e.url;
+    }
+    EXPECT_EQ(tav::page_class_for("Data_Lists.asp"), "");
+}
+
+TEST(PageTable, UnwrittenPagesAnswer404AndWrittenOnesAnyCase) {
+    tav::test::TestSite site;
+    for (const auto& e : expected_pages()) {
+        if (!tav::page_class_for(e.url).empty()) continue;
+        EXPECT_EQ(site.get(e.url).status, 404) << e.url;
+    }
+    EXPECT_EQ(site.get("POP_ok.ASP?message=x&next_href=close.asp").status, 200);
+    EXPECT_EQ(site.get("./").status, 302);  // the desktop, which wants a login
+}

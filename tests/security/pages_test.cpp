@@ -1,0 +1,253 @@
+// Hostile input against every parameter of the desktop and frame pages: no
+// login without the password, no row changed, no payload echoed as markup
+// or script, no upload outside its folder; and the exploits once measured
+// on the site, each replayed.
+#include <gtest/gtest.h>
+
+#include <filesystem>
+#include <fstream>
+#include <string>
+#include <vector>
+
+#include "tests/support/accounts.h"
+#include "tests/support/markup_scan.h"
+#include "tests/support/test_site.h"
+#include "tests/support/text.h"
+
+namespace fs = std::filesystem;
+using tav::test::form_encode;
+using tav::test::has;
+using tav::test::Reply;
+using tav::test::TestSite;
+
+namespace {
+
+const char kSecret[] = "Vict1mSecret";
+
+// Statement payloads: quotes, comments, unions, stacked and numeric tricks.
+const std::vector<std::string> kSql = {
+    "admin' --", "admin'--", "admin' #", "' or '1'='1", "' or 1=1 --", "') or ('1'='1", "\" or \"1\"=\"1",
+    "' union select id,record from user --", "x' union select password from user where '1'='1",
+    "home' union select menu_idstr,password,1,1,1 from user --", "x'; drop table user; --", "admin\\' or 1=1 --",
+    "'||'", "1 or 1=1", "-1 or id>0", "1; delete from user", "0 union select password from user", "2 --", "1)",
+    "1e400", "user where 1=1 --", "user;delete from monitor"};
+
+// Markup and script payloads for every place a value is written.
+const std::vector<std::string> kMarkup = {
+    "<script>alert(1)</script>", "\"><svg onload=alert(1)>", "'><img src=x onerror=alert(1)>", "javascript:alert(1)",
+    " onmouseover=alert(1) x=", "</script><script>alert(1)</script>", "';alert(1);//", "\";alert(1);//",
+    "<iframe src=javascript:alert(1)>", "<a href=\"javascript:alert(1)\">x</a>", "<body onload=alert(1)>",
+    "\xE2\x80\xA8" "alert(1)//", "<img src=\"data:text/html,<script>alert(1)</script>\">", "JaVa\tScRiPt:alert(1)",
+    "<br><b onclick=alert(1)>b</b>"};
+
+// The event attributes the pages write themselves.
+bool own_event(const std::string& name) {
+    return name == "onclick" || name == "onsubmit" || name == "onmouseover" || name == "onmouseout" ||
+           name == "onmousedown";
+}
+
+// Nothing of the answer runs a payload: no foreign tag or event attribute,
+// no script URL in a link, no alert(1) outside a string literal of a script.
+void expect_inert(const Reply& r, const std::string& where) {
+    for (const auto& tag : tav::test::scan_tags(r.body)) {
+        EXPECT_TRUE(tag.name != "svg" && tag.name != "iframe" && tag.name != "object" && tag.name != "embed")
+            << where << ": <" << tag.name << ">";
+        for (const auto& [name, value] : tag.attrs) {
+            std::string v = tav::test::lower_ascii(value);
+            v.erase(std::remove_if(v.begin(), v.end(), [](char c) { return static_cast<unsigned char>(c) <= 32; }),
+                    v.end());
+            if (name.rfind("on", 0) == 0) {
+                EXPECT_TRUE(own_event(name)) << where << ": " << name << "=" << value;
+                EXPECT_EQ(tav::test::js_code(value).find("alert(1)"), std::string::npos)
+                    << where << ": " << name << "=" << value;
+            }
+            if (name == "href" || name == "src" || name == "action") {
+                EXPECT_TRUE(v.rfind("javascript:", 0) && v.rfind("data:", 0) && v.rfind("vbscript:", 0))
+                    << where << ": " << name << "=" << value;
+            }
+        }
+    }
+    EXPECT_EQ(tav::test::script_code(r.body).find("alert(1)"), std::string::npos) << where << "\n" << r.body;
+}
+
+struct Site : TestSite {
+    std::string victim;
+    Site() { victim = tav::test::add_user(*this, "victim", "", kSecret, "受害者"); }
+    std::string users() { return tav::test::rows_of(*this, "user", "id,username,password,password_lose,online,menu_idstr"); }
+    std::string all_rows() { return users() + tav::test::rows_of(*this, "monitor", "id,user_id,work_text"); }
+    bool logged_in() { return get("default.asp").status == 200; }
+};
+
+}  // namespace
+
+TEST(PageSecurity, LoginNameAndPasswordPayloadsNeverLogIn) {
+    Site site;
+    const std::string before = site.all_rows();
+    int cases = 0;
+    for (const std::string& p : kSql) {
+        for (auto fields : {std::vector<std::pair<std::string, std::string>>{{"username", p}, {"password", "x"}},
+                            {{"username", "admin"}, {"password", p}},
+                            {{"username", "victim"}, {"password", p}}}) {
+            site.forget_session();
+            Reply r = site.post_form("loginverify.asp", fields);
+            EXPECT_NE(r.location(), "./") << fields[0].second << " / " << fields[1].second;
+            EXPECT_FALSE(site.logged_in()) << fields[0].second << " / " << fields[1].second;
+            ++cases;
+        }
+    }
+    EXPECT_EQ(site.all_rows(), before);
+    EXPECT_GE(cases, 50);
+}
+
+TEST(PageSecurity, LostPasswordFieldsFlagNothingAndLeakNothing) {
+    Site site;
+    const std::string before = site.users();
+    for (const std::string& p : kSql) {
+        for (auto fields : {std::vector<std::pair<std::string, std::string>>{{"username", p}, {"truename", "x"}},
+                            {{"username", "victim"}, {"truename", p}}}) {
+            Reply r = site.post_form("losepassword.asp", fields);
+            EXPECT_FALSE(has(r.body + r.location(), kSecret)) << p;
+        }
+    }
+    EXPECT_EQ(site.users(), before);
+    // The account named with its real name is still flagged as it should be.
+    site.post_form("losepassword.asp", {{"username", "victim"}, {"truename", "受害者"}});
+    EXPECT_EQ(site.scalar("select password_lose from user where username='victim'", "password_lose"), "1");
+}
+
+TEST(PageSecurity, StatementParametersOfTheDesktopTakeNoPayload) {
+    Site site;
+    ASSERT_TRUE(site.login());
+    const std::string before = site.users();
+    for (const std::string& p : kSql) {
+        Reply menu = site.get("left.asp?xm=" + form_encode(p));
+        EXPECT_FALSE(has(menu.body, kSecret)) << p;
+        site.get("sys_losepasswordDO.asp?ID=" + form_encode(p));
+        Reply del = site.get("Del_Record.asp?Table=" + form_encode(p) + "&ID=1&next=close.asp");
+        EXPECT_NE(del.status, 302) << p;  // refused with the report, never "deleted"
+        del = site.get("Del_Record.asp?Table=user&ID=" + form_encode(p) + "&next=close.asp");
+        EXPECT_NE(del.status, 302) << p;
+        expect_inert(del, "Del_Record.asp ID " + p);
+    }
+    EXPECT_EQ(site.users(), before);
+}
+
+TEST(PageSecurity, ReflectedParametersComeBackInert) {
+    Site site;
+    ASSERT_TRUE(site.login());
+    for (const std::string& p : kMarkup) {
+        const std::string v = form_encode(p);
+        expect_inert(site.get("Pop_OK.asp?message=" + v + "&next_href=close.asp"), "Pop_OK message " + p);
+        expect_inert(site.get("Pop_OK.asp?message=m&next_href=" + v), "Pop_OK next_href " + p);
+        expect_inert(site.get("Pop_OK.asp?message=m&next_href=close.asp&type=" + v), "Pop_OK type " + p);
+        Reply del = site.get("Pop_Del.asp?message=" + v + "&Table=" + v + "&ID=" + v + "&next=" + v);
+        expect_inert(del, "Pop_Del " + p);
+        // The three hidden fields stay three fields with their own names.
+        int hidden = 0;
+        for (const auto& tag : tav::test::scan_tags(del.body))
+            if (tag.name == "input" && tag.attrs.size() == 3 && tag.attrs[0].second == "hidden") ++hidden;
+        EXPECT_EQ(hidden, 3) << p << "\n" << del.body;
+        expect_inert(site.get("message_pop.asp?mstr=" + v), "message_pop mstr " + p);
+        expect_inert(site.get("Del_Record.asp?Table=" + v + "&ID=1"), "error report " + p);
+        expect_inert(site.get("left.asp?xm=" + v), "left.asp xm " + p);
+    }
+}
+
+TEST(PageSecurity, StoredNamesTitlesAndOrganisationNameComeBackInert) {
+    for (const std::string& p : kMarkup) {
+        Site site;
+        std::string q = p;
+        for (std::size_t at = q.find('\''); at != std::string::npos; at = q.find('\'', at + 2)) q.insert(at, 1, '\'');
+        site.exec("update user set TrueName='" + q + "' where username in ('admin','victim')");
+        site.exec("update user set password_lose=1 where username='victim'");
+        site.exec("update software set Hardserial='" + q + "' where softname='username'");
+        site.exec("insert into Datas(sub_menu,D_title,D_text,D_afile) values ('4102','" + q + "','" + q + "','" + q +
+                  "')");
+        site.get("login.asp");  // the organisation name goes into the session here
+        ASSERT_TRUE(site.login());
+        for (const char* page : {"default.asp", "top.asp", "left.asp", "bottom.asp", "started.asp", "sysmonitor.asp",
+                                 "sys_losepassword.asp", "pop_note.asp", "message_pop.asp", "login.asp"}) {
+            std::string where = page;
+            where.append(1, ' ').append(p);
+            expect_inert(site.get(page), where);
+        }
+    }
+}
+
+// ---- The exploits once measured, replayed
+
+TEST(PageExploits, EachMeasuredExploitFails) {
+    Site site;
+    const std::string before = site.all_rows();
+    auto refused_login = [&](const std::string& user, const std::string& password) {
+        site.forget_session();
+        site.post_form("loginverify.asp", {{"username", user}, {"password", password}});
+        return !site.logged_in();
+    };
+    EXPECT_TRUE(refused_login("admin' --", "anything"));
+    EXPECT_TRUE(refused_login("admin", "' or '1'='1"));
+    // The lost-password union that once read out a password, and the one
+    // that stored "1 or 1=1" as the id of the row to flag.
+    Reply leak = site.post_form("losepassword.asp",
+                                {{"username", "x' union select password from user where username='victim"},
+                                 {"truename", "x"}});
+    EXPECT_FALSE(has(leak.body + leak.location(), kSecret));
+    site.post_form("losepassword.asp", {{"username", "x' union select '1 or 1=1"}, {"truename", "x"}});
+    EXPECT_EQ(site.all_rows(), before);
+
+    // Deleting without a session, with a widened table name, with a widened id.
+    site.forget_session();
+    Reply r = site.get("Del_Record.asp?Table=user&ID=" + site.victim + "&next=close.asp");
+    EXPECT_EQ(r.status, 302);
+    EXPECT_EQ(r.location(), "login.asp");
+    ASSERT_TRUE(site.login());
+    const std::string users = site.users();
+    r = site.get("Del_Record.asp?Table=" + form_encode("user where 1=1 --") + "&ID=1&next=close.asp");
+    EXPECT_TRUE(has(r.body, " Routine : delrecord.I_init")) << r.body;
+    site.get("Del_Record.asp?Table=user&ID=" + form_encode(site.victim + " or 1=1") + "&next=close.asp");
+    EXPECT_EQ(site.users(), users);
+    // One row by its number still goes.
+    r = site.get("Del_Record.asp?Table=user&ID=" + site.victim + "&next=close.asp");
+    EXPECT_EQ(r.status, 302);
+    EXPECT_EQ(site.scalar("select count(id) as num from user where username='victim'", "num"), "0");
+
+    // The error report quotes the table name inertly.
+    r = site.get("Del_Record.asp?Table=" + form_encode("<svg onload=alert(1)>") + "&ID=1");
+    EXPECT_FALSE(has(r.body, "<svg")) << r.body;
+}
+
+TEST(PageExploits, PictureUploadStaysInItsFolderAndKeepsOnlyPictures) {
+    Site site;
+    const std::string b = "-----------------------------7d1b2c";
+    auto post = [&](const std::string& filepath, const std::string& filename) {
+        std::string body = b + "\r\nContent-Disposition: form-data; name=\"filepath\"\r\n\r\n" + filepath + "\r\n" + b +
+                           "\r\nContent-Disposition: form-data; name=\"file_name\"; filename=\"c:\\x\\" + filename +
+                           "\"\r\nContent-Type: image/gif\r\n\r\n<script>alert(1)</script>\r\n" + b + "--\r\n";
+        return site.post_raw("upload_img.asp", "multipart/form-data; boundary=" + b.substr(2), body);
+    };
+    // Without a session nothing is written at all.
+    EXPECT_EQ(post("./Datas/", "a.gif").location(), "login.asp");
+    EXPECT_FALSE(fs::exists(site.root() + "/Datas/a.gif"));
+
+    ASSERT_TRUE(site.login());
+    struct Try {
+        const char* filepath;
+        const char* name;
+        const char* lands;  // where it would land
+    };
+    for (const Try& t : std::vector<Try>{{"./", "x.html", "x.html"},
+                                         {"./", "x.svg", "x.svg"},
+                                         {"./", "x.gif", "x.gif"},
+                                         {"./datebase/", "office.mdb-journal", "datebase/office.mdb-journal"},
+                                         {"./datebase/", "x.gif", "datebase/x.gif"},
+                                         {"./Datas/", "x.svg", "Datas/x.svg"},
+                                         {"./Datas/", "x.html", "Datas/x.html"},
+                                         {"./Datas/", ".x.gif", "Datas/.x.gif"},
+                                         {"./Datas/../", "y.gif", "y.gif"},
+                                         {"./user/", "z.gif", "user/z.gif"}}) {
+        post(t.filepath, t.name);
+        EXPECT_FALSE(fs::exists(site.root() + "/" + t.lands)) << t.filepath << t.name;
+    }
+    post("./Datas/", "ok.JPG");
+    EXPECT_TRUE(fs::exists(site.root() + "/Datas/ok.JPG"));
+}
