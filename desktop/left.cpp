@@ -15,6 +15,8 @@ public:
             Response.redirect("login.asp");
             END_PAGE();
         }
+        // the folder script reads each folder's hidden field by its bare name
+        Response.client_compat(kCompatDialogs);
         Response.line("<html>");
         Response.line("<head>");
         Response.line("<meta http-equiv=\"Content-Type\" content=\"text/html; charset=gb2312\">");
