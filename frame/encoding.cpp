@@ -77,7 +77,22 @@ int hex(char c) {
 
 std::string utf8_to_gb(std::string_view utf8) {
     if (all_ascii(utf8)) return std::string(utf8);
-    return to_gb().run(utf8, "");
+    // Pages are mostly ASCII markup around short runs of Chinese: copy the
+    // ASCII and give only the other runs to iconv, which is slow per byte.
+    std::string out;
+    out.reserve(utf8.size());
+    std::size_t i = 0, n = utf8.size();
+    while (i < n) {
+        std::size_t j = i;
+        while (j < n && static_cast<unsigned char>(utf8[j]) < 0x80) ++j;
+        out.append(utf8.data() + i, j - i);
+        if (j == n) break;
+        std::size_t k = j;
+        while (k < n && static_cast<unsigned char>(utf8[k]) >= 0x80) ++k;
+        out += to_gb().run(utf8.substr(j, k - j), "");
+        i = k;
+    }
+    return out;
 }
 
 std::string gb_to_utf8(std::string_view gb) {

@@ -77,7 +77,8 @@ std::string ServerObject::MapPath(std::string_view path) const {
                     "The Path parameter for the MapPath method must stay inside the site.");
     }
     if (!norm.empty() && norm[0] == '/') norm.erase(0, 1);
-    std::string full = norm.empty() ? root_ : root_ + "/" + norm;
+    if (norm.empty()) return root_;  // every page's database path starts here
+    std::string full = root_ + "/" + norm;
     return resolve_without_case(full);
 }
 

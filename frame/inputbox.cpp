@@ -58,6 +58,7 @@ bool is_alignment(const Button& b) { return std::string(b.call).starts_with("Run
 
 void InputBox::inputboxI_init() {
     page_.routine("inputboxI_init", [&] {
+        Response.client_compat(kCompatDialogs);  // the picture button opens a modal dialog
         Response.line("<table width=\"530\" border=\"0\" cellspacing=\"0\" cellpadding=\"0\" bgcolor=\"RGB(198,195,198)\">");
         Response.line("<tr height=\"30\"><td width=\"30\">");
         Response.line("<DIV ID=\"FormatToolbar\" CLASS=\"yToolbar\">");

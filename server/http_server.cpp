@@ -141,10 +141,12 @@ int parse_request_bytes(std::string_view bytes, std::uint64_t body_limit, HttpRe
 struct HttpServer::Impl {
     class Session;
 
-    Impl(ServerOptions o, Handler h) : opts(std::move(o)), handler(std::move(h)) {}
+    Impl(ServerOptions o, Handler h, QuickHandler q)
+        : opts(std::move(o)), handler(std::move(h)), quick(std::move(q)) {}
 
     ServerOptions opts;
     Handler handler;
+    QuickHandler quick;
     std::atomic<unsigned> in_flight{0};
     std::atomic<unsigned> connections{0};
 
@@ -402,6 +404,20 @@ private:
     }
 
     void dispatch(HttpRequest req) {
+        if (srv_.quick) {
+            // Two thread hand-offs saved for what needs no worker.
+            HttpResponse res;
+            bool done = false;
+            try {
+                done = srv_.quick(req, res);
+            } catch (...) {
+                done = false;
+            }
+            if (done) {
+                stream_.expires_never();
+                return write_response(std::move(res));
+            }
+        }
         if (srv_.in_flight.fetch_add(1) >= srv_.opts.max_in_flight) {
             srv_.in_flight.fetch_sub(1);
             HttpResponse busy;
@@ -625,8 +641,8 @@ void HttpServer::Impl::close_all(std::function<void()> done) {
     one_done();
 }
 
-HttpServer::HttpServer(ServerOptions opts, Handler handler)
-    : impl_(std::make_unique<Impl>(std::move(opts), std::move(handler))) {}
+HttpServer::HttpServer(ServerOptions opts, Handler handler, QuickHandler quick)
+    : impl_(std::make_unique<Impl>(std::move(opts), std::move(handler), std::move(quick))) {}
 
 HttpServer::~HttpServer() { stop(); }
 

@@ -10,7 +10,7 @@ namespace tav {
 
 class HttpServer {
 public:
-    HttpServer(ServerOptions opts, Handler handler);
+    HttpServer(ServerOptions opts, Handler handler, QuickHandler quick = nullptr);
     ~HttpServer();
     void start();
     unsigned short port() const;

@@ -39,6 +39,9 @@ struct HttpResponse {
 };
 
 using Handler = std::function<HttpResponse(const HttpRequest&)>;
+// Answers what it can at once, without blocking, on the connection's own
+// thread (static files); returns false to leave the request to the workers.
+using QuickHandler = std::function<bool(const HttpRequest&, HttpResponse&)>;
 
 struct ServerOptions {
     std::string bind = "127.0.0.1";

@@ -61,7 +61,9 @@ int main(int argc, char** argv) {
                 std::cerr << "warning: " << dir << " has no datebase folder; run 'tavelor init' first\n";
             if (log_path.empty()) log_path = tav::default_log_path(dir);
             tav::Site site(dir, log_path);
-            tav::HttpServer server(opts, [&site](const tav::HttpRequest& r) { return site.handle(r); });
+            tav::HttpServer server(
+                opts, [&site](const tav::HttpRequest& r) { return site.handle(r); },
+                [&site](const tav::HttpRequest& r, tav::HttpResponse& out) { return site.handle_quick(r, out); });
             std::cout << "serving " << site.root() << " at http://" << opts.bind << ":" << opts.port
                       << "/login.asp (log: " << log_path << ")" << std::endl;
             server.run_until_signal();

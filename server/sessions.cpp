@@ -32,38 +32,60 @@ bool SessionStore::live_locked(const Entry& e, Clock::time_point now) const {
     return e.users > 0 || now - e.last_access <= idle_;
 }
 
+bool SessionStore::has_account(const SessionData& d) {
+    std::lock_guard lock(d.mu);
+    auto it = d.values.find("user_id");
+    return it != d.values.end() && !it->second.str().empty();
+}
+
+void SessionStore::place_locked(Entry& e, bool account) {
+    if (e.account == account) {
+        list_of(e).splice(list_of(e).begin(), list_of(e), e.lru);
+        return;
+    }
+    Lru& from = list_of(e);
+    e.account = account;
+    list_of(e).splice(list_of(e).begin(), from, e.lru);
+}
+
 void SessionStore::erase_locked(std::unordered_map<std::string, std::shared_ptr<Entry>>::iterator it) {
     it->second->gone = true;
-    lru_.erase(it->second->lru);
+    list_of(*it->second).erase(it->second->lru);
     sessions_.erase(it);
 }
 
 void SessionStore::sweep_locked(Clock::time_point now) {
-    // The tail is idle longest; stop at the first live one.
-    while (!lru_.empty()) {
-        auto it = sessions_.find(lru_.back());
-        if (live_locked(*it->second, now)) break;
-        erase_locked(it);
-    }
+    // A tail is idle longest; stop at the first live one.
+    for (Lru& list : lru_)
+        while (!list.empty()) {
+            auto it = sessions_.find(list.back());
+            if (live_locked(*it->second, now)) break;
+            erase_locked(it);
+        }
 }
 
 std::string SessionStore::insert_locked(std::shared_ptr<Entry> e, Clock::time_point now) {
     sweep_locked(now);
     if (sessions_.size() >= cap_) {
         // Drop the one idle longest, never one a request holds.
-        for (auto r = lru_.rbegin(); r != lru_.rend(); ++r) {
-            auto it = sessions_.find(*r);
-            if (it->second->users == 0) {
-                erase_locked(it);
-                break;
+        bool dropped = false;
+        for (Lru& list : lru_) {
+            for (auto r = list.rbegin(); r != list.rend() && !dropped; ++r) {
+                auto it = sessions_.find(*r);
+                if (it->second->users == 0) {
+                    erase_locked(it);
+                    dropped = true;
+                }
             }
+            if (dropped) break;
         }
     }
     std::string id;
     do id = new_id();
     while (sessions_.count(id));
-    lru_.push_front(id);
-    e->lru = lru_.begin();
+    e->account = has_account(*e->data);
+    list_of(*e).push_front(id);
+    e->lru = list_of(*e).begin();
     e->last_access = now;
     sessions_.emplace(id, std::move(e));
     return id;
@@ -86,7 +108,7 @@ SessionStore::Lease SessionStore::acquire(const std::string& id) {
         e = it->second;
         ++e->users;
         e->last_access = now;
-        lru_.splice(lru_.begin(), lru_, e->lru);
+        place_locked(*e, e->account);
     }
     e->run.lock();  // outside the store's lock: other sessions go on
     lease.store_ = this;
@@ -116,7 +138,7 @@ std::string SessionStore::renew(Lease& lease) {
     std::lock_guard lock(mu_);
     auto it = sessions_.find(lease.id_);
     if (it != sessions_.end() && it->second == lease.entry_) {
-        lru_.erase(it->second->lru);
+        list_of(*it->second).erase(it->second->lru);
         sessions_.erase(it);
     }
     // The entry keeps its lock and lease count; only its name changes.
@@ -125,8 +147,9 @@ std::string SessionStore::renew(Lease& lease) {
     while (sessions_.count(id));
     auto& e = lease.entry_;
     e->gone = false;
-    lru_.push_front(id);
-    e->lru = lru_.begin();
+    e->account = has_account(*e->data);
+    list_of(*e).push_front(id);
+    e->lru = list_of(*e).begin();
     e->last_access = Clock::now();
     sessions_.emplace(id, e);
     lease.id_ = id;
@@ -165,11 +188,14 @@ SessionStore::Lease::~Lease() { release(); }
 
 void SessionStore::Lease::release() {
     if (!store_ || !entry_) return;
+    // The page may have logged the session in or out.
+    bool account = has_account(*entry_->data);
     entry_->run.unlock();
     {
         std::lock_guard lock(store_->mu_);
         --entry_->users;
         entry_->last_access = Clock::now();
+        if (!entry_->gone) store_->place_locked(*entry_, account);
     }
     store_ = nullptr;
     entry_.reset();

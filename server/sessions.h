@@ -52,7 +52,8 @@ public:
     // not run a page); null when there is none.
     std::shared_ptr<SessionData> peek(const std::string& id);
     // Stores a session made by a request; returns its new id. Makes room by
-    // dropping the session idle longest when the store is full.
+    // dropping the session idle longest when the store is full, anonymous
+    // ones before logged-in ones.
     std::string add(std::shared_ptr<SessionData> data);
     // Gives the leased session a new id; the old one no longer reaches it.
     std::string renew(Lease& lease);
@@ -69,7 +70,8 @@ private:
         std::mutex run;           // held while a page of the session runs
         unsigned users = 0;       // leases held or waited for (under mu_)
         Clock::time_point last_access;
-        Lru::iterator lru;        // position in lru_, front = most recent
+        Lru::iterator lru;        // position in its list of lru_, front = most recent
+        bool account = false;     // logged in: in lru_[1], else lru_[0]
         bool gone = false;        // removed while a request waited for it
     };
 
@@ -80,7 +82,13 @@ private:
 
     std::mutex mu_;
     std::unordered_map<std::string, std::shared_ptr<Entry>> sessions_;
-    Lru lru_;
+    // Sessions by last use, anonymous ones and logged-in ones apart: a full
+    // store drops anonymous sessions first, so a flood of visits to the
+    // login form cannot push out the sessions of people at work.
+    Lru lru_[2];
+    Lru& list_of(const Entry& e) { return lru_[e.account ? 1 : 0]; }
+    static bool has_account(const SessionData& d);
+    void place_locked(Entry& e, bool account);
     std::size_t cap_;
     std::chrono::seconds idle_;
     unsigned counter_ = 0;

@@ -3,6 +3,7 @@
 #include <sqlite3.h>
 #include <sys/stat.h>
 
+#include <chrono>
 #include <cstdio>
 #include <ctime>
 #include <filesystem>
@@ -205,6 +206,29 @@ HttpResponse Site::handle(const HttpRequest& req) {
     return serve_static(norm, req);
 }
 
+bool Site::handle_quick(const HttpRequest& req, HttpResponse& out) {
+    std::string path = decoded_path(req.target);
+    if (has_control_bytes(path)) {
+        out = bad_request();
+        return true;
+    }
+    std::string norm;
+    if (!normalize_path(path, norm)) return false;
+    if (norm == "/" || norm.empty()) return false;
+    std::size_t slash = norm.find('/', 1);
+    if (slash == std::string::npos) {
+        std::string_view file = std::string_view(norm).substr(1);
+        std::size_t dot = file.rfind('.');
+        if (dot == std::string_view::npos || iequals(file.substr(dot), ".asp") || !page_class_for(file).empty())
+            return false;
+    } else {
+        std::string_view first = std::string_view(norm).substr(1, slash - 1);
+        if (iequals(first, "user") || iequals(first, "email") || iequals(first, "datas")) return false;
+    }
+    out = serve_static(norm, req);
+    return true;
+}
+
 HttpResponse Site::run_page(const std::string& cls, const HttpRequest& req) {
     return run_page(cls, req, decoded_path(req.target));
 }
@@ -286,18 +310,126 @@ bool Site::may_read(const std::string& norm, const HttpRequest& req) {
     return !name.empty() && iequals(name, std::string_view(norm).substr(a + 1, b - a - 1));
 }
 
+namespace {
+
+constexpr std::uint64_t kCacheFileLimit = 256 * 1024;
+// Bounded in bytes and in entries: each spelling of a name (case) is an
+// entry of its own.
+constexpr std::uint64_t kCacheTotalLimit = 32ull << 20;
+constexpr std::size_t kCacheEntryLimit = 4096;
+constexpr std::int64_t kCacheRecheckMs = 1000;
+
+std::int64_t steady_ms() {
+    return std::chrono::duration_cast<std::chrono::milliseconds>(std::chrono::steady_clock::now().time_since_epoch())
+        .count();
+}
+
+std::string etag_for(const struct stat& st) {
+    char tag[64];
+    std::snprintf(tag, sizeof tag, "\"%llx-%llx\"", static_cast<unsigned long long>(st.st_size),
+                  static_cast<unsigned long long>(st.st_mtim.tv_sec) * 1000000000ull +
+                      static_cast<unsigned long long>(st.st_mtim.tv_nsec));
+    return tag;
+}
+
+std::int64_t mtime_ns(const struct stat& st) {
+    return static_cast<std::int64_t>(st.st_mtim.tv_sec) * 1000000000 + st.st_mtim.tv_nsec;
+}
+
+bool is_guarded(std::string_view first) {
+    return iequals(first, "user") || iequals(first, "email") || iequals(first, "datas");
+}
+
+}  // namespace
+
+std::shared_ptr<const Site::CachedFile> Site::cached_file(const std::string& norm) {
+    std::shared_ptr<const CachedFile> hit;
+    {
+        std::lock_guard lock(cache_mu_);
+        auto it = cache_.find(norm);
+        if (it != cache_.end()) hit = it->second;
+    }
+    std::int64_t now = steady_ms();
+    if (hit && now - hit->checked_ms.load(std::memory_order_relaxed) < kCacheRecheckMs) return hit;
+
+    std::string full = resolve_without_case(root_ + norm);
+    struct stat st;
+    if (!path_inside(root_, full) || ::stat(full.c_str(), &st) != 0 || !S_ISREG(st.st_mode) ||
+        static_cast<std::uint64_t>(st.st_size) > kCacheFileLimit) {
+        if (hit) {
+            std::lock_guard lock(cache_mu_);
+            auto it = cache_.find(norm);
+            if (it != cache_.end() && it->second == hit) {
+                cache_bytes_ -= hit->size;
+                cache_.erase(it);
+            }
+        }
+        return nullptr;
+    }
+    if (hit && hit->size == static_cast<std::uint64_t>(st.st_size) && hit->mtime_ns == mtime_ns(st)) {
+        hit->checked_ms.store(now, std::memory_order_relaxed);
+        return hit;
+    }
+    auto fresh = std::make_shared<CachedFile>();
+    {
+        std::ifstream in(full, std::ios::binary);
+        std::stringstream ss;
+        ss << in.rdbuf();
+        fresh->bytes = ss.str();
+    }
+    if (fresh->bytes.size() != static_cast<std::uint64_t>(st.st_size)) return nullptr;  // changing under us
+    fresh->size = fresh->bytes.size();
+    fresh->mtime_ns = mtime_ns(st);
+    fresh->etag = etag_for(st);
+    fresh->last_modified = http_date(st.st_mtim.tv_sec);
+    fresh->content_type = content_type_for(full);
+    fresh->cache_control = text_type(fresh->content_type) ? "max-age=300" : "max-age=86400";
+    fresh->checked_ms.store(now, std::memory_order_relaxed);
+    std::lock_guard lock(cache_mu_);
+    auto it = cache_.find(norm);
+    if (it != cache_.end()) {
+        cache_bytes_ -= it->second->size;
+        cache_.erase(it);
+    }
+    if (cache_bytes_ + fresh->size <= kCacheTotalLimit && cache_.size() < kCacheEntryLimit) {
+        cache_bytes_ += fresh->size;
+        cache_.emplace(norm, fresh);
+    }
+    return fresh;
+}
+
 HttpResponse Site::serve_static(const std::string& norm, const HttpRequest& req) {
     // The database folder, database files and hidden files are never served.
-    std::string first = norm.substr(1, norm.find('/', 1) == std::string::npos ? std::string::npos
-                                                                              : norm.find('/', 1) - 1);
+    std::size_t slash = norm.find('/', 1);
+    std::string_view first = std::string_view(norm).substr(1, slash == std::string::npos ? std::string::npos : slash - 1);
     std::string low = lower(norm);
     if (iequals(first, "datebase") || low.find("/.") != std::string::npos ||
         low.ends_with(".mdb") || low.ends_with(".ldb") || low.ends_with(".sql") ||
         low.ends_with("-wal") || low.ends_with("-shm") || low.ends_with(".log") ||
         low.ends_with("-journal"))
         return not_found();
-    // A file a session may not read looks the same as one that is not there.
-    if (!may_read(norm, req)) return not_found();
+    const bool guarded = slash != std::string::npos && is_guarded(first);
+    std::string inm = req.header("If-None-Match");
+
+    if (!guarded) {
+        if (auto f = cached_file(norm)) {
+            HttpResponse out;
+            out.headers.reserve(5);
+            out.headers.emplace_back("ETag", f->etag);
+            out.headers.emplace_back("Last-Modified", f->last_modified);
+            out.headers.emplace_back("Cache-Control", f->cache_control);
+            if (!inm.empty() && etag_matches(inm, f->etag)) {
+                out.status = 304;
+                return out;
+            }
+            out.headers.emplace_back("Content-Type", f->content_type);
+            out.body = f->bytes;
+            return out;
+        }
+    } else if (!may_read(norm, req)) {
+        // A file a session may not read looks the same as one that is not there.
+        return not_found();
+    }
     std::string full = resolve_without_case(root_ + norm);
     if (!path_inside(root_, full)) return not_found();
     struct stat st;
@@ -305,17 +437,12 @@ HttpResponse Site::serve_static(const std::string& norm, const HttpRequest& req)
 
     HttpResponse out;
     std::string ctype = content_type_for(full);
-    char tag[64];
-    std::snprintf(tag, sizeof tag, "\"%llx-%llx\"", static_cast<unsigned long long>(st.st_size),
-                  static_cast<unsigned long long>(st.st_mtim.tv_sec) * 1000000000ull +
-                      static_cast<unsigned long long>(st.st_mtim.tv_nsec));
+    std::string tag = etag_for(st);
     out.set_header("ETag", tag);
     out.set_header("Last-Modified", http_date(st.st_mtim.tv_sec));
     // Files behind a login are checked again on every use; the site's own
     // files change only with a new version, so a short life is enough.
-    bool guarded = iequals(first, "user") || iequals(first, "email") || iequals(first, "datas");
     out.set_header("Cache-Control", guarded ? "private, no-cache" : text_type(ctype) ? "max-age=300" : "max-age=86400");
-    std::string inm = req.header("If-None-Match");
     if (!inm.empty() && etag_matches(inm, tag)) {
         out.status = 304;
         return out;

@@ -2,7 +2,11 @@
 // login throttle.
 #pragma once
 
+#include <atomic>
+#include <memory>
+#include <mutex>
 #include <string>
+#include <unordered_map>
 
 #include "frame/request_data.h"
 #include "server/app_log.h"
@@ -17,6 +21,10 @@ public:
     // root: the instance folder; log_path: the application log (outside it).
     Site(const std::string& root, const std::string& log_path);
     HttpResponse handle(const HttpRequest& req);
+    // The answers that need no page, no session and no database (the
+    // site's own static files and malformed paths), for the connection's
+    // thread; false leaves the request to handle().
+    bool handle_quick(const HttpRequest& req, HttpResponse& out);
 
     const std::string& root() const { return root_; }
     SessionStore& sessions() { return sessions_; }
@@ -33,6 +41,19 @@ private:
     HttpResponse run_page(const std::string& cls, const HttpRequest& req, std::string path);
     HttpResponse serve_static(const std::string& norm, const HttpRequest& req);
     bool may_read(const std::string& norm, const HttpRequest& req);
+
+    // The site's small static files in memory, each checked against the
+    // disk at most once a second: no open, read and close per request.
+    struct CachedFile {
+        std::string bytes, etag, last_modified, content_type, cache_control;
+        std::uint64_t size = 0;
+        std::int64_t mtime_ns = 0;
+        mutable std::atomic<std::int64_t> checked_ms{0};  // steady clock
+    };
+    std::shared_ptr<const CachedFile> cached_file(const std::string& norm);
+    std::mutex cache_mu_;
+    std::unordered_map<std::string, std::shared_ptr<const CachedFile>> cache_;
+    std::uint64_t cache_bytes_ = 0;
 
     std::string root_;
     std::string dialog_script_;  // the bundle for pages that only need dialogs

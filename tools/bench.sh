@@ -1,7 +1,10 @@
 #!/usr/bin/env bash
-# Throughput and latency of the served site over loopback, with wrk: a page
-# (/login.asp) and a static file (/style.css), keep-alive connections.
-# A benchmark, not a test: the figures depend on the machine.
+# Throughput and latency of the served site over loopback, with wrk, side by
+# side with nginx serving the same answer bytes from files: the polling page
+# (sysmonitor.asp, logged in), the login form and a static file. nginx is the
+# ceiling of what a server can do with those bytes on this machine, so the
+# ratio says how much the page code and our HTTP layer cost on top.
+# A benchmark, not a test: the figures depend on the machine and its load.
 # Usage: tools/bench.sh [SECONDS=10] [CONNECTIONS=50] [WORKERS]
 set -euo pipefail
 cd "$(dirname "$0")/.."
@@ -9,31 +12,39 @@ secs="${1:-10}"
 conns="${2:-50}"
 workers="${3:-}"
 
-command -v wrk >/dev/null || { echo "wrk is missing: apt-get install -y wrk" >&2; exit 1; }
-command -v curl >/dev/null || { echo "curl is missing: apt-get install -y curl" >&2; exit 1; }
+need() { command -v "$1" >/dev/null || [ -x "/usr/sbin/$1" ] || apt-get install -y "$2" >/dev/null; }
+need wrk wrk
+need curl curl
+need nginx nginx-light
+nginx_bin="$(command -v nginx || echo /usr/sbin/nginx)"
 
 # Incremental: quick when the build is up to date.
 [ -f build/release/CMakeCache.txt ] || cmake --preset release >/dev/null
-cmake --build --preset release --target tavelor -j2 >/dev/null
+flock /tmp/tavelor-build.lock cmake --build --preset release --target tavelor -j2 >/dev/null
 
 tmp="$(mktemp -d /tmp/tavelor-bench-XXXXXX)"
+chmod 755 "$tmp"
 pid=""
+ngx=""
 cleanup() {
-  if [ -n "$pid" ] && kill -0 "$pid" 2>/dev/null; then
-    kill -TERM "$pid"
-    wait "$pid" || true
-  fi
+  for p in $pid $ngx; do
+    if kill -0 "$p" 2>/dev/null; then
+      kill -TERM "$p"
+      wait "$p" || true
+    fi
+  done
   rm -rf "$tmp"
 }
 trap cleanup EXIT
 
+free_port() { python3 -c 'import socket; s = socket.socket(); s.bind(("127.0.0.1", 0)); print(s.getsockname()[1])'; }
+
 build/release/tavelor init "$tmp/site" >/dev/null
-port="$(python3 -c 'import socket; s = socket.socket(); s.bind(("127.0.0.1", 0)); print(s.getsockname()[1])')"
+port="$(free_port)"
 args=(serve "$tmp/site" --port "$port" --log "$tmp/app.log")
 [ -n "$workers" ] && args+=(--workers "$workers")
 build/release/tavelor "${args[@]}" >"$tmp/serve.out" 2>&1 &
 pid=$!
-
 base="http://127.0.0.1:$port"
 for _ in $(seq 100); do
   curl -s -o /dev/null "$base/login.asp" && break
@@ -41,15 +52,94 @@ for _ in $(seq 100); do
   sleep 0.2
 done
 
-echo "tavelor serve on port $port, $(nproc) cores, wrk: ${secs}s, $conns connections, 2 threads"
-for path in /login.asp /style.css; do
-  code="$(curl -s -o /dev/null -w '%{http_code}' "$base$path")"
-  echo
-  echo "== GET $path (answers $code)"
-  wrk -t2 -c"$conns" -d"${secs}s" --latency "$base$path" |
-    grep -E 'Latency|Requests/sec|Transfer/sec| 50%| 90%| 99%|Non-2xx|Socket errors|requests in'
+# Logged-in sessions for the polling page: one per polling browser. The
+# requests of one session take turns, so all connections on one session
+# would measure one worker; wrk spreads its requests over 20 of them.
+sessions=20
+lua="$tmp/sessions.lua"
+echo "cookies = {" >"$lua"
+for i in $(seq "$sessions"); do
+  jar="$tmp/cookies$i"
+  curl -s -c "$jar" -b "$jar" -o /dev/null "$base/login.asp"
+  curl -s -c "$jar" -b "$jar" -o /dev/null -d 'username=admin&password=admin' "$base/loginverify.asp"
+  cookie="$(awk '$6 == "TAVSESSION" { print "TAVSESSION=" $7 }' "$jar")"
+  [ -n "$cookie" ] || { echo "login failed" >&2; exit 1; }
+  echo "  \"$cookie\"," >>"$lua"
 done
-echo
-echo "== GET /login.asp, Connection: close"
-wrk -t2 -c"$conns" -d"${secs}s" --latency -H 'Connection: close' "$base/login.asp" |
-  grep -E 'Latency|Requests/sec| 99%|Non-2xx|Socket errors'
+cat >>"$lua" <<'LUA'
+}
+n = 0
+request = function()
+  n = n + 1
+  return wrk.format(nil, nil, { ["Cookie"] = cookies[n % #cookies + 1] })
+end
+LUA
+
+# The same bytes for nginx, saved from our answers.
+www="$tmp/www"
+mkdir -p "$www"
+curl -s -H "Cookie: $cookie" -o "$www/sysmonitor.asp" "$base/sysmonitor.asp"
+curl -s -o "$www/login.asp" "$base/login.asp"
+curl -s -o "$www/style.css" "$base/style.css"
+chmod -R a+rX "$www"
+
+nport="$(free_port)"
+mkdir -p "$tmp/nginx"
+cat >"$tmp/nginx/nginx.conf" <<CONF
+worker_processes auto;
+daemon off;
+pid $tmp/nginx/nginx.pid;
+error_log $tmp/nginx/error.log;
+events { worker_connections 1024; }
+http {
+  access_log off;
+  client_body_temp_path $tmp/nginx/body;
+  proxy_temp_path $tmp/nginx/proxy;
+  fastcgi_temp_path $tmp/nginx/fastcgi;
+  uwsgi_temp_path $tmp/nginx/uwsgi;
+  scgi_temp_path $tmp/nginx/scgi;
+  types { text/html asp; text/css css; }
+  server {
+    listen 127.0.0.1:$nport;
+    root $www;
+  }
+}
+CONF
+"$nginx_bin" -p "$tmp/nginx" -c "$tmp/nginx/nginx.conf" 2>"$tmp/nginx/start.err" &
+ngx=$!
+for _ in $(seq 50); do
+  curl -s -o /dev/null "http://127.0.0.1:$nport/style.css" && break
+  kill -0 "$ngx" 2>/dev/null || { echo "nginx did not start:" >&2; cat "$tmp/nginx/start.err" >&2; exit 1; }
+  sleep 0.1
+done
+
+# rate p99_ms non2xx for one wrk run
+measure() {
+  local url="$1"; shift
+  wrk -t2 -c"$conns" -d"${secs}s" --latency "$@" "$url" | awk '
+    /Requests\/sec/ { rate = $2 }
+    / 99%/ { v = $2; if (v ~ /us$/) { sub(/us$/, "", v); v /= 1000 } else if (v ~ /ms$/) { sub(/ms$/, "", v) } else if (v ~ /s$/) { sub(/s$/, "", v); v *= 1000 }; p99 = v }
+    /Non-2xx/ { bad = $5 }
+    END { printf "%s %s %s\n", rate, p99, bad + 0 }'
+}
+
+echo "$(nproc) cores, load $(cut -d' ' -f1-3 /proc/loadavg); wrk: ${secs}s, $conns connections, 2 threads"
+printf '%-26s %12s %12s %7s %12s %12s\n' "answer" "tavelor/s" "nginx/s" "ratio" "p99 ms" "nginx p99"
+for spec in "sysmonitor.asp ($sessions sess.)|/sysmonitor.asp|sessions" "sysmonitor.asp (1 session)|/sysmonitor.asp|one" \
+            "login.asp|/login.asp|" "style.css|/style.css|"; do
+  IFS='|' read -r name path withcookie <<<"$spec"
+  extra=()
+  [ "$withcookie" = sessions ] && extra=(-s "$lua")
+  [ "$withcookie" = one ] && extra=(-H "Cookie: $cookie")
+  read -r t_rate t_p99 t_bad < <(measure "$base$path" "${extra[@]}")
+  if [ "$withcookie" = one ]; then  # nginx's figure for these bytes is the row above
+    n_rate="$prev_rate"; n_p99="$prev_p99"
+  else
+    read -r n_rate n_p99 _ < <(measure "http://127.0.0.1:$nport$path")
+  fi
+  prev_rate="$n_rate"; prev_p99="$n_p99"
+  ratio="$(awk -v a="$t_rate" -v b="$n_rate" 'BEGIN { printf "%.2f", (b > 0 ? a / b : 0) }')"
+  printf '%-26s %12s %12s %7s %12s %12s' "$name" "$t_rate" "$n_rate" "$ratio" "$t_p99" "$n_p99"
+  [ "$t_bad" != "0" ] && printf '  (%s non-2xx!)' "$t_bad"
+  echo
+done

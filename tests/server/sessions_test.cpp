@@ -72,6 +72,34 @@ TEST(SessionStore, FullStoreDropsTheLongestIdleButNeverAHeldOne) {
     EXPECT_FALSE(store.acquire(ids[2]));
 }
 
+TEST(SessionStore, AFloodOfAnonymousSessionsLeavesTheLoggedInOnes) {
+    SessionStore store(4);
+    auto account = [](int id) {
+        auto d = std::make_shared<SessionData>();
+        d->values["user_id"] = Value(id);
+        return d;
+    };
+    std::string oldest = store.add(account(1));
+    std::string other = store.add(account(2));
+    std::string later;  // logs in during a request
+    {
+        later = store.add(std::make_shared<SessionData>());
+        SessionStore::Lease lease = store.acquire(later);
+        lease.data()->values["user_id"] = Value(3);
+    }
+    for (int i = 0; i < 50; ++i) store.add(std::make_shared<SessionData>());
+    EXPECT_EQ(store.size(), 4u);
+    for (const auto& id : {oldest, other, later}) EXPECT_TRUE(store.peek(id)) << id;
+    // The last anonymous one goes first; then, with only logged-in sessions
+    // left, the one idle longest.
+    store.add(account(4));
+    EXPECT_TRUE(store.peek(oldest));
+    store.add(account(5));
+    EXPECT_FALSE(store.peek(oldest));
+    EXPECT_TRUE(store.peek(other));
+    EXPECT_TRUE(store.peek(later));
+}
+
 TEST(SessionStore, IdleSessionsExpireAndRenewMovesTheValues) {
     SessionStore store(10, std::chrono::seconds(0));
     auto data = std::make_shared<SessionData>();
