@@ -54,11 +54,7 @@ private:
     static std::string parent_of(const std::string& path) { return path.substr(0, path.find_last_of('/')); }
 
     void write_form(const std::string& relative) {
-        Response.line("<html>");
-        Response.line("<head>");
-        Response.line("<title>文件上传</title>");
-        Response.line("<meta http-equiv=\"Content-Type\" content=\"text/html; charset=gb2312\">");
-        Response.line("<link rel=\"stylesheet\" href=\"style.css\" type=\"text/css\">");
+        write_head({.title = "文件上传"});
         Response.line("<script language=\"vbscript\">");
         Response.line("sub do_submit()");
         Response.line("  dim fname, ext, tag");
