@@ -25,7 +25,10 @@ public:
             std::string upload_path = Session("upload_path").str();
             FileSystemObject fso;
             std::string folder = Server.MapPath(".\\") + "\\Datas\\" + upload_path + "\\";
-            if (!fso.FolderExists(folder)) fso.CreateFolder(folder);
+            std::string physical;
+            if (physical_path(folder, physical) && path_inside(lower(Server.MapPath("./Datas")), lower(physical)) &&
+                !fso.FolderExists(folder))
+                fso.CreateFolder(folder);
             std::string relative = "./Datas/" + upload_path + "/";
             write_form(relative);
             up.upload_terminate();

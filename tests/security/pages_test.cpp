@@ -250,4 +250,7 @@ TEST(PageExploits, PictureUploadStaysInItsFolderAndKeepsOnlyPictures) {
     }
     post("./Datas/", "ok.JPG");
     EXPECT_TRUE(fs::exists(site.root() + "/Datas/ok.JPG"));
+    // The answer names the file as text.
+    expect_inert(post("./Datas/", "<img src=x onerror=alert(1)>.gif"), "upload answer");
+    EXPECT_TRUE(fs::exists(site.root() + "/Datas/<img src=x onerror=alert(1)>.gif"));
 }
