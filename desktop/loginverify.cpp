@@ -1,7 +1,12 @@
 // Checks the account, opens the session, trims the account's activity log
 // and makes sure its personal folder exists.
+#include <algorithm>
+#include <chrono>
+
 #include "frame/files.h"
+#include "frame/login_throttle.h"
 #include "frame/page.h"
+#include "frame/paths.h"
 #include "frame/vb.h"
 
 namespace tav::pages {
@@ -13,12 +18,32 @@ public:
         Response.buffer(true);
         Value username = Trim(Request.Form("username"));
         Value password = Trim(Request.Form("password"));
-        rs = conn.execute("select id,record from user where username='"_sql + username + "' and password='" +
-                          password + "'");
-        if (rs.eof()) {
+        // Guessing is slowed per account and per address: while either must
+        // wait, an attempt is answered as a wrong password without a check,
+        // and every refusal is held back until the next attempt may count.
+        LoginThrottle* throttle = login_throttle();
+        const std::string keys[] = {"u:" + lower(username.str()), "a:" + Request.ServerVariables("remote_addr")};
+        auto pending = [&] {
+            return throttle ? std::max(throttle->pending(keys[0]), throttle->pending(keys[1]))
+                            : std::chrono::milliseconds(0);
+        };
+        if (pending().count() > 0) {
+            Response.object().hold_back(pending());
             Response.redirect("./login.asp?login=error");
             END_PAGE();
         }
+        rs = conn.execute("select id,record from user where username='"_sql + username + "' and password='" +
+                          password + "'");
+        if (rs.eof()) {
+            if (throttle)
+                for (const auto& key : keys) throttle->failed(key);
+            Response.object().hold_back(pending());
+            Response.redirect("./login.asp?login=error");
+            END_PAGE();
+        }
+        if (throttle)
+            for (const auto& key : keys) throttle->succeeded(key);
+        Session.renew();  // a new id for the logged-in session
         Session.set("USER_ID", rs("id"));
         Session.set("QWX3TRh_k7", "yes");
         log_monitor(0, rs("record"));

@@ -21,6 +21,7 @@ public:
             Response.redirect("login.asp");
             END_PAGE();
         }
+        Response.client_compat(kCompatScript);
         Response.line("<script language=\"VBScript\">");
         Response.line("window.close()");
         Response.line("</script>");

@@ -17,6 +17,7 @@ public:
             monitor("非正常退出本系统");
         }
         Session.abandon();
+        Response.client_compat(kCompatScript);
         Response.line("<script language=\"VBScript\">");
         Response.line("window.close()");
         Response.line("</script>");

@@ -65,6 +65,7 @@ public:
         Response.line("</head>");
         Response.line("<body>");
         if (pop == 1 && Session("Message_POP") == "YES") {
+            Response.client_compat(kCompatScript);
             Response.line("<script language=\"VBScript\">");
             Response.line("<!--");
             Response.line("Sub window_onload");

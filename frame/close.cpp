@@ -6,6 +6,7 @@ namespace tav::pages {
 class close : public Page {
 public:
     void I_init() override {
+        Response.client_compat(kCompatScript);
         Response.block(
             "<html>\r\n"
             "<head>\r\n"

@@ -2,6 +2,7 @@
 
 #include "frame/errors.h"
 #include "frame/host.h"
+#include "frame/login_throttle.h"
 
 namespace tav {
 
@@ -10,6 +11,8 @@ thread_local Context* tl_context = nullptr;
 }
 
 Context* current_context() { return tl_context; }
+
+LoginThrottle* login_throttle() { return tl_context ? tl_context->throttle : nullptr; }
 
 ContextScope::ContextScope(Context& ctx) : previous_(tl_context) { tl_context = &ctx; }
 ContextScope::~ContextScope() { tl_context = previous_; }

@@ -13,6 +13,7 @@ class SessionObject;
 class ServerObject;
 class ApplicationObject;
 class AppLog;
+class LoginThrottle;
 
 struct Context {
     RequestObject* request = nullptr;
@@ -21,6 +22,7 @@ struct Context {
     ServerObject* server = nullptr;
     ApplicationObject* application = nullptr;
     AppLog* log = nullptr;
+    LoginThrottle* throttle = nullptr;
     std::chrono::steady_clock::time_point started = std::chrono::steady_clock::now();
 };
 

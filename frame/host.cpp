@@ -1,93 +1,40 @@
 #include "frame/host.h"
 
-#include <ctime>
-#include <fstream>
-#include <random>
 
 #include "frame/encoding.h"
 #include "frame/paths.h"
 
 namespace tav {
 
-// ---- ParamList
-
-void ParamList::parse(std::string_view raw) {
-    std::size_t i = 0;
-    while (i <= raw.size()) {
-        std::size_t j = raw.find('&', i);
-        if (j == std::string_view::npos) j = raw.size();
-        std::string_view pair = raw.substr(i, j - i);
-        if (!pair.empty()) {
-            std::size_t eq = pair.find('=');
-            std::string_view name = pair.substr(0, eq);
-            std::string_view value = eq == std::string_view::npos ? std::string_view{} : pair.substr(eq + 1);
-            items_.emplace_back(gb_to_utf8(percent_decode(name, true)),
-                                gb_to_utf8(percent_decode(value, true)));
-        }
-        i = j + 1;
-    }
-}
-
-Value ParamList::get(std::string_view name) const {
-    bool found = false;
-    std::string joined;
-    for (const auto& [n, v] : items_) {
-        if (!iequals(n, name)) continue;
-        if (found) joined += ", ";
-        joined += v;
-        found = true;
-    }
-    return found ? Value(std::move(joined)) : Value();
-}
-
 // ---- Request
-
-RequestObject::RequestObject(const HttpRequest& req) : http_(req) {
-    std::string_view target = req.target;
-    std::size_t q = target.find('?');
-    std::string_view raw_path = target.substr(0, q);
-    std::string bytes = percent_decode(raw_path, false);
-    path_ = is_valid_utf8(bytes) ? bytes : gb_to_utf8(bytes);
-    if (q != std::string_view::npos) query_.parse(target.substr(q + 1));
-    std::string ctype = lower(req.header("Content-Type"));
-    if (req.body && ctype.rfind("application/x-www-form-urlencoded", 0) == 0 &&
-        req.body->size() <= (64u << 20)) {
-        std::string data(req.body->size(), '\0');
-        data.resize(req.body->read_at(0, data.data(), data.size()));
-        form_.parse(data);
-    }
-}
 
 std::string RequestObject::ServerVariables(std::string_view name) const {
     std::string n = lower(name);
-    if (n == "http_host") return http_.header("Host");
-    if (n == "url" || n == "path_info" || n == "script_name") return path_;
-    if (n == "request_method") return http_.method;
-    if (n == "remote_addr" || n == "remote_host") return http_.remote_addr;
-    if (n == "query_string") {
-        std::size_t q = http_.target.find('?');
-        return q == std::string::npos ? "" : http_.target.substr(q + 1);
-    }
-    if (n == "content_type") return http_.header("Content-Type");
+    if (n == "http_host") return data_.header("Host");
+    if (n == "url" || n == "path_info" || n == "script_name") return data_.path;
+    if (n == "request_method") return data_.method;
+    if (n == "remote_addr" || n == "remote_host") return data_.remote_addr;
+    if (n == "query_string") return data_.query_string;
+    if (n == "content_type") return data_.header("Content-Type");
     if (n == "content_length") return std::to_string(TotalBytes());
     if (n.rfind("http_", 0) == 0) {
         std::string h = n.substr(5);
         for (char& c : h)
             if (c == '_') c = '-';
-        return http_.header(h);
+        return data_.header(h);
     }
     return {};
 }
 
 std::int64_t RequestObject::TotalBytes() const {
-    return http_.body ? static_cast<std::int64_t>(http_.body->size()) : 0;
+    return data_.body ? static_cast<std::int64_t>(data_.body->size()) : 0;
 }
 
 std::string RequestObject::BinaryRead(std::int64_t n) const {
-    if (!http_.body || n <= 0) return {};
-    std::uint64_t len = std::min<std::uint64_t>(static_cast<std::uint64_t>(n), http_.body->size());
+    if (!data_.body || n <= 0) return {};
+    std::uint64_t len = std::min<std::uint64_t>(static_cast<std::uint64_t>(n), data_.body->size());
     std::string data(len, '\0');
-    data.resize(http_.body->read_at(0, data.data(), len));
+    data.resize(data_.body->read_at(0, data.data(), len));
     return data;
 }
 
@@ -103,79 +50,22 @@ void ResponseObject::redirect(const std::string& url) {
     location_ = url.empty() ? std::string("./") : url;
 }
 
-// ---- Sessions
-
-std::pair<std::string, std::shared_ptr<SessionData>> SessionStore::acquire(const std::string& id,
-                                                                           bool& created) {
-    auto now = std::chrono::steady_clock::now();
-    std::lock_guard lock(mu_);
-    if (++counter_ % 256 == 0) sweep_locked(now);
-    created = false;
-    if (!id.empty()) {
-        auto it = sessions_.find(id);
-        if (it != sessions_.end()) {
-            auto& s = it->second;
-            std::lock_guard sl(s->mu);
-            if (!s->abandoned && now - s->last_access <= idle_) {
-                s->last_access = now;
-                return {id, s};
-            }
-            sessions_.erase(it);
-        }
-    }
-    static thread_local std::mt19937_64 rng{std::random_device{}()};
-    std::string fresh;
-    do {
-        static const char alphabet[] = "ABCDEFGHIJKLMNOPQRSTUVWXYZabcdefghijklmnopqrstuvwxyz0123456789";
-        fresh.clear();
-        for (int i = 0; i < 32; ++i) fresh += alphabet[rng() % 62];
-    } while (sessions_.count(fresh));
-    auto data = std::make_shared<SessionData>();
-    data->last_access = now;
-    sessions_.emplace(fresh, data);
-    created = true;
-    return {fresh, data};
-}
-
-void SessionStore::remove(const std::string& id) {
-    std::lock_guard lock(mu_);
-    sessions_.erase(id);
-}
-
-std::size_t SessionStore::size() {
-    std::lock_guard lock(mu_);
-    return sessions_.size();
-}
-
-void SessionStore::sweep_locked(std::chrono::steady_clock::time_point now) {
-    for (auto it = sessions_.begin(); it != sessions_.end();) {
-        std::lock_guard sl(it->second->mu);
-        if (it->second->abandoned || now - it->second->last_access > idle_)
-            it = sessions_.erase(it);
-        else
-            ++it;
-    }
-}
+// ---- Session
 
 Value SessionObject::get(std::string_view key) const {
+    if (!data_) return Value();
     std::lock_guard lock(data_->mu);
     auto it = data_->values.find(lower(key));
     return it == data_->values.end() ? Value() : it->second;
 }
 
 void SessionObject::set(std::string_view key, Value v) {
+    if (!data_) {
+        data_ = std::make_shared<SessionData>();
+        created_ = true;
+    }
     std::lock_guard lock(data_->mu);
     data_->values[lower(key)] = std::move(v);
-}
-
-void SessionObject::abandon() {
-    std::lock_guard lock(data_->mu);
-    data_->abandoned = true;
-}
-
-bool SessionObject::abandoned() const {
-    std::lock_guard lock(data_->mu);
-    return data_->abandoned;
 }
 
 // ---- Server
@@ -189,22 +79,6 @@ std::string ServerObject::MapPath(std::string_view path) const {
     if (!norm.empty() && norm[0] == '/') norm.erase(0, 1);
     std::string full = norm.empty() ? root_ : root_ + "/" + norm;
     return resolve_without_case(full);
-}
-
-// ---- Log
-
-void AppLog::write(int event_type, const std::string& text) {
-    std::time_t t = std::time(nullptr);
-    std::tm tm{};
-    localtime_r(&t, &tm);
-    char stamp[32];
-    std::strftime(stamp, sizeof stamp, "%Y-%m-%d %H:%M:%S", &tm);
-    std::string line = std::string(stamp) + "\t" + std::to_string(event_type) + "\t" + text;
-    for (char& c : line)
-        if (c == '\r' || c == '\n') c = ' ';
-    std::lock_guard lock(mu_);
-    std::ofstream out(path_, std::ios::app | std::ios::binary);
-    out << line << '\n';
 }
 
 // ---- Globals
@@ -253,6 +127,10 @@ void ResponseGlobal::buffer(bool on, SrcLoc loc) const {
     host_call(loc);
     ctx().response->set_buffer(on);
 }
+void ResponseGlobal::client_compat(unsigned bits, SrcLoc loc) const {
+    host_call(loc);
+    ctx().response->need_client_compat(bits);
+}
 ResponseObject& ResponseGlobal::object() const { return *ctx().response; }
 
 Value SessionGlobal::operator()(std::string_view key, SrcLoc loc) const {
@@ -266,6 +144,10 @@ void SessionGlobal::set(std::string_view key, Value v, SrcLoc loc) const {
 void SessionGlobal::abandon(SrcLoc loc) const {
     host_call(loc);
     ctx().session->abandon();
+}
+void SessionGlobal::renew(SrcLoc loc) const {
+    host_call(loc);
+    ctx().session->renew();
 }
 
 std::string ServerGlobal::MapPath(std::string_view path, SrcLoc loc) const {

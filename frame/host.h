@@ -2,6 +2,7 @@
 // globals through which every routine reaches them, as the pages expect.
 #pragma once
 
+#include <algorithm>
 #include <chrono>
 #include <cstdint>
 #include <map>
@@ -17,45 +18,35 @@
 #include "frame/context.h"
 #include "frame/errors.h"
 #include "frame/value.h"
-#include "server/http_types.h"
+#include "frame/request_data.h"
 
 namespace tav {
 
 using SrcLoc = std::source_location;
 
-// Name/value pairs decoded from a query string or a urlencoded body. Names
-// compare without case; a name given twice yields the values joined by ", ".
-class ParamList {
-public:
-    void parse(std::string_view raw);  // "a=1&b=%D6%D0" (GB18030 bytes)
-    Value get(std::string_view name) const;  // empty Value when absent
-    const std::vector<std::pair<std::string, std::string>>& items() const { return items_; }
-
-private:
-    std::vector<std::pair<std::string, std::string>> items_;  // in order, names as sent
-};
-
 class RequestObject {
 public:
-    explicit RequestObject(const HttpRequest& req);
-    Value querystring(std::string_view name) const { return query_.get(name); }
-    Value Form(std::string_view name) const { return form_.get(name); }
+    explicit RequestObject(RequestData data) : data_(std::move(data)) {}
+    Value querystring(std::string_view name) const { return data_.query.get(name); }
+    Value Form(std::string_view name) const { return data_.form.get(name); }
     std::string ServerVariables(std::string_view name) const;
     std::int64_t TotalBytes() const;
     // The whole body, for callers that want it in memory.
     std::string BinaryRead(std::int64_t n) const;
     // The body for piecewise reading (may lie in a spooled file); may be null.
-    const RequestBody* body() const { return http_.body.get(); }
-    const ParamList& form_fields() const { return form_; }
-    const HttpRequest& http() const { return http_; }
-    const std::string& path() const { return path_; }  // decoded URL path
+    const RequestBody* body() const { return data_.body.get(); }
+    const ParamList& form_fields() const { return data_.form; }
+    const RequestData& data() const { return data_; }
+    const std::string& path() const { return data_.path; }  // decoded URL path
 
 private:
-    const HttpRequest& http_;
-    std::string path_;
-    ParamList query_;
-    ParamList form_;
+    RequestData data_;
 };
+
+// Bits of ResponseObject::need_client_compat: which client script the
+// answer needs to run in today's browsers.
+constexpr unsigned kCompatDialogs = 1;  // modal dialogs and their binding
+constexpr unsigned kCompatScript = 2;   // VBScript, with everything of kCompatDialogs
 
 class ResponseObject {
 public:
@@ -66,6 +57,12 @@ public:
     void add_header(std::string name, std::string value) {
         headers_.emplace_back(std::move(name), std::move(value));
     }
+    void need_client_compat(unsigned bits) { compat_ |= bits; }
+    unsigned client_compat() const { return compat_; }
+    // Asks the host to send the answer only after this delay; the host waits
+    // without holding a worker.
+    void hold_back(std::chrono::milliseconds delay) { hold_back_ = std::max(hold_back_, delay); }
+    std::chrono::milliseconds held_back() const { return hold_back_; }
 
     bool redirected() const { return !location_.empty(); }
     const std::string& location() const { return location_; }
@@ -79,45 +76,40 @@ private:
     std::string location_;
     std::string content_type_ = "text/html; charset=gb2312";
     std::vector<std::pair<std::string, std::string>> headers_;
+    std::chrono::milliseconds hold_back_{0};
+    unsigned compat_ = 0;
     bool buffer_ = false;
 };
 
-// One browser session's values; keys without case.
+// One browser session's values; keys lower-cased. The host keeps these
+// between requests; its lock guards readers outside the page (static files).
 struct SessionData {
-    std::mutex mu;
-    std::unordered_map<std::string, Value> values;  // key lower-cased
-    std::chrono::steady_clock::time_point last_access;
-    bool abandoned = false;
+    mutable std::mutex mu;
+    std::unordered_map<std::string, Value> values;
 };
 
-// Thread-safe server-side store, idle expiry.
-class SessionStore {
-public:
-    explicit SessionStore(std::chrono::seconds idle = std::chrono::minutes(20)) : idle_(idle) {}
-    // The live session of that id, or a new one (created is set) when the id
-    // is unknown, expired or abandoned.
-    std::pair<std::string, std::shared_ptr<SessionData>> acquire(const std::string& id, bool& created);
-    void remove(const std::string& id);
-    std::size_t size();
-
-private:
-    void sweep_locked(std::chrono::steady_clock::time_point now);
-    std::mutex mu_;
-    std::unordered_map<std::string, std::shared_ptr<SessionData>> sessions_;
-    std::chrono::seconds idle_;
-    unsigned counter_ = 0;
-};
-
+// The Session object of one request. A request that comes without a session
+// gets one only when its page writes a value.
 class SessionObject {
 public:
     explicit SessionObject(std::shared_ptr<SessionData> data) : data_(std::move(data)) {}
     Value get(std::string_view key) const;
     void set(std::string_view key, Value v);
-    void abandon();
-    bool abandoned() const;
+    void abandon() { abandoned_ = true; }
+    // A new id at the end of the request, the values kept.
+    void renew() { renew_ = true; }
+
+    bool abandoned() const { return abandoned_; }
+    bool renew_requested() const { return renew_; }
+    // True when this request made the session (no session came with it).
+    bool created() const { return created_; }
+    const std::shared_ptr<SessionData>& data() const { return data_; }
 
 private:
     std::shared_ptr<SessionData> data_;
+    bool created_ = false;
+    bool abandoned_ = false;
+    bool renew_ = false;
 };
 
 class ServerObject {
@@ -137,16 +129,11 @@ private:
 
 class ApplicationObject {};
 
-// The application log: one line per entry, outside the site folder.
+// The application log; where entries go is the host's affair.
 class AppLog {
 public:
-    explicit AppLog(std::string path) : path_(std::move(path)) {}
-    void write(int event_type, const std::string& text);
-    const std::string& path() const { return path_; }
-
-private:
-    std::mutex mu_;
-    std::string path_;
+    virtual ~AppLog() = default;
+    virtual void write(int event_type, const std::string& text) = 0;
 };
 
 // ---- The globals the pages use: Request.querystring("id"), Session("USER_ID"), ...
@@ -177,6 +164,9 @@ struct ResponseGlobal {
     void block(const T& text, SrcLoc loc = SrcLoc::current()) const { put(text_of(text), "\r\n ", loc); }
     void redirect(const std::string& url, SrcLoc loc = SrcLoc::current()) const;
     void buffer(bool on, SrcLoc loc = SrcLoc::current()) const;
+    // The page needs the client compatibility script (kCompatDialogs,
+    // kCompatScript).
+    void client_compat(unsigned bits, SrcLoc loc = SrcLoc::current()) const;
     ResponseObject& object() const;
 
 private:
@@ -187,6 +177,7 @@ struct SessionGlobal {
     Value operator()(std::string_view key, SrcLoc loc = SrcLoc::current()) const;
     void set(std::string_view key, Value v, SrcLoc loc = SrcLoc::current()) const;
     void abandon(SrcLoc loc = SrcLoc::current()) const;
+    void renew(SrcLoc loc = SrcLoc::current()) const;
 };
 
 struct ServerGlobal {

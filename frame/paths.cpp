@@ -51,6 +51,10 @@ bool normalize_path(std::string_view path, std::string& out) {
 
 std::string resolve_without_case(const std::string& normalized) {
     if (normalized.empty() || normalized[0] != '/') return normalized;
+    // Most paths are written as they lie on disk: one stat instead of one
+    // per folder from the root.
+    struct stat whole;
+    if (::stat(normalized.c_str(), &whole) == 0) return normalized;
     std::string done;
     std::size_t i = 1;
     bool exists = true;

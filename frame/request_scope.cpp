@@ -7,13 +7,13 @@
 
 namespace tav {
 
-RequestScope::RequestScope(const HttpRequest& req, std::shared_ptr<SessionData> session_data, std::string site_root,
-                           AppLog& log)
-    : request(req),
+RequestScope::RequestScope(RequestData req, std::shared_ptr<SessionData> session_data, std::string site_root,
+                           AppLog& log, LoginThrottle* throttle)
+    : request(std::move(req)),
       session(std::move(session_data)),
       server(std::move(site_root)),
       log_(log),
-      ctx_{&request, &response, &session, &server, &application, &log},
+      ctx_{&request, &response, &session, &server, &application, &log, throttle},
       bound_(ctx_) {}
 
 void RequestScope::run(Page& page, const std::function<void()>& body) {

@@ -9,7 +9,7 @@
 
 #include "frame/context.h"
 #include "frame/host.h"
-#include "server/http_types.h"
+#include "frame/request_data.h"
 
 namespace tav {
 
@@ -17,7 +17,10 @@ class Page;
 
 class RequestScope {
 public:
-    RequestScope(const HttpRequest& req, std::shared_ptr<SessionData> session, std::string site_root, AppLog& log);
+    // session: the session's values, or null when the request comes without
+    // one; throttle may be null.
+    RequestScope(RequestData req, std::shared_ptr<SessionData> session, std::string site_root, AppLog& log,
+                 LoginThrottle* throttle = nullptr);
     RequestScope(const RequestScope&) = delete;
     RequestScope& operator=(const RequestScope&) = delete;
 

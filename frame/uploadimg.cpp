@@ -58,6 +58,7 @@ private:
 
     void write_form(const std::string& relative) {
         write_head({.title = "文件上传"});
+        Response.client_compat(kCompatScript);
         Response.line("<script language=\"vbscript\">");
         Response.line("sub do_submit()");
         Response.line("  dim fname, ext, tag");

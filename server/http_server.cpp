@@ -63,6 +63,44 @@ int status_for(const error_code& ec) {
     return 400;
 }
 
+// What a received header is answered with before any body is read: 0 to go
+// on, else the status (the connection then closes).
+int check_header(const http::request_header<>& h) {
+    // Only a body framed by chunks alone: anything else there (gzip, a
+    // repeated or damaged field) would be read differently by a proxy in
+    // front of us.
+    auto te = h.equal_range(http::field::transfer_encoding);
+    if (te.first != te.second) {
+        if (std::next(te.first) != te.second) return 400;
+        beast::string_view v = te.first->value();
+        while (!v.empty() && (v.front() == ' ' || v.front() == '\t')) v.remove_prefix(1);
+        while (!v.empty() && (v.back() == ' ' || v.back() == '\t')) v.remove_suffix(1);
+        if (!beast::iequals(v, "chunked")) return 400;
+    }
+    // A request names its host once; HTTP/1.0 may leave it out.
+    auto host = h.equal_range(http::field::host);
+    if (host.first == host.second ? h.version() >= 11 : std::next(host.first) != host.second) return 400;
+    switch (h.method()) {
+        case http::verb::get:
+        case http::verb::head:
+        case http::verb::post:
+            return 0;
+        default:
+            return 405;
+    }
+}
+
+const char* reason(int status) {
+    switch (status) {
+        case 400: return "Bad Request";
+        case 405: return "Method Not Allowed";
+        case 408: return "Request Timeout";
+        case 413: return "Payload Too Large";
+        case 500: return "Internal Server Error";
+        default: return "Error";
+    }
+}
+
 bool has_body(const http::request_header<>& h, bool header_parser_done) {
     return !header_parser_done || h.find(http::field::content_length) != h.end();
 }
@@ -82,6 +120,7 @@ int parse_request_bytes(std::string_view bytes, std::uint64_t body_limit, HttpRe
         if (ec) return status_for(ec) ? status_for(ec) : 400;
         if (n == 0) return 0;
     }
+    if (int st = check_header(hdr.get())) return st;
     bool header_only = hdr.is_done();
     http::request_parser<http::string_body> p{std::move(hdr)};
     p.eager(true);
@@ -107,6 +146,7 @@ struct HttpServer::Impl {
     ServerOptions opts;
     Handler handler;
     std::atomic<unsigned> in_flight{0};
+    std::atomic<unsigned> connections{0};
 
     std::mutex sessions_mu;
     std::unordered_map<Session*, std::weak_ptr<Session>> sessions;
@@ -116,6 +156,7 @@ struct HttpServer::Impl {
     net::io_context ioc;
     std::optional<net::executor_work_guard<net::io_context::executor_type>> work;
     tcp::acceptor acceptor{ioc};
+    net::steady_timer accept_pause{ioc};
     std::vector<std::thread> io_threads;
     std::unique_ptr<net::thread_pool> pool;
     unsigned short bound_port = 0;
@@ -129,7 +170,8 @@ struct HttpServer::Impl {
 class HttpServer::Impl::Session : public std::enable_shared_from_this<Session> {
 public:
     Session(Impl& srv, tcp::socket&& sock)
-        : srv_(srv), stream_(std::move(sock)), deadline_(stream_.get_executor()) {
+        : srv_(srv), stream_(std::move(sock)), deadline_(stream_.get_executor()), hold_(stream_.get_executor()) {
+        ++srv_.connections;
         error_code ec;
         // A file answer goes out as header then body in separate writes;
         // with Nagle the body waits for the client's delayed ACK (~40 ms).
@@ -145,6 +187,7 @@ public:
         net::dispatch(stream_.get_executor(), [self = shared_from_this(), done] {
             self->closed_ = true;
             self->deadline_.cancel();
+            self->hold_.cancel();
             error_code ec;
             self->stream_.socket().shutdown(tcp::socket::shutdown_both, ec);
             self->stream_.close();
@@ -197,16 +240,17 @@ private:
         if (closed_) return;
         if (timed_out_) {
             bool partial = buf_.size() > 0 || hdr_->got_some();
-            if (partial) return send_error(408, "Request Timeout");
+            if (partial) return send_error(408);
             return stream_.close();
         }
         if (ec) {
             int st = status_for(ec);
-            if (st) return send_error(st, st == 413 ? "Payload Too Large" : "Bad Request");
+            if (st) return send_error(st);
             return stream_.close();
         }
         ++requests_;
         auto& h = hdr_->get();
+        if (int st = check_header(h)) return send_error(st);
         keep_alive_ = h.keep_alive();
         hdr_version_ = h.version();
         head_ = h.method() == http::verb::head;
@@ -231,48 +275,84 @@ private:
 
     void start_body() {
         auto len = hdr_->content_length();
+        body_started_ = std::chrono::steady_clock::now();
+        body_length_ = len ? *len : 0;
+        body_read_ = 0;
         // Chunked bodies have no length: spool them and take small ones back.
         if (len && *len <= srv_.opts.spool_threshold) {
             try {
                 mem_.emplace(std::move(*hdr_));
             } catch (const std::exception&) {  // the header parser went into the body
-                return send_error(400, "Bad Request");
+                return send_error(400);
             }
             hdr_.reset();
             return read_body(*mem_);
         }
         std::string tmpl = srv_.opts.spool_dir + "/tavelor-upload-XXXXXX";
         int fd = ::mkstemp(tmpl.data());
-        if (fd < 0) return send_error(500, "Internal Server Error");
+        if (fd < 0) return send_error(500);
         spool_fd_ = fd;
         spool_path_ = tmpl;
         try {
             file_.emplace(std::move(*hdr_));
         } catch (const std::exception&) {
-            return send_error(400, "Bad Request");
+            return send_error(400);
         }
         hdr_.reset();
         int dup = ::dup(fd);
-        if (dup < 0) return send_error(500, "Internal Server Error");
+        if (dup < 0) return send_error(500);
         beast::file f;
         f.native_handle(dup);
         error_code ec;
         file_->get().body().reset(std::move(f), ec);
-        if (ec) return send_error(500, "Internal Server Error");
+        if (ec) return send_error(500);
         read_body(*file_);
+    }
+
+    // The whole body must arrive by a time that grows with its size (for a
+    // chunked body, with what came so far): a client trickling bytes just
+    // inside the idle timeout cannot hold a connection for ever.
+    std::chrono::steady_clock::time_point body_deadline() const {
+        auto& o = srv_.opts;
+        std::uint64_t bytes = std::max(body_length_, body_read_);
+        auto extra = std::chrono::milliseconds(o.body_min_rate ? bytes * 1000 / o.body_min_rate : 0);
+        return body_started_ + o.body_time_floor + extra;
     }
 
     template <class Parser>
     void read_body(Parser& p) {
-        // An idle timeout per read: a slow but live upload goes on.
+        // An idle timeout per read: a slow but live upload goes on, up to
+        // the body's own deadline. That one runs on our timer, since the
+        // stream's own closes the socket and leaves no way to answer.
+        auto deadline = body_deadline();
+        if (std::chrono::steady_clock::now() >= deadline) {
+            drop_spool();
+            return send_error(408);
+        }
         stream_.expires_after(srv_.opts.idle_timeout);
+        reading_body_ = true;
+        body_timed_out_ = false;
+        deadline_.expires_at(deadline);
+        deadline_.async_wait([self = shared_from_this()](error_code ec) {
+            if (ec || !self->reading_body_) return;
+            self->body_timed_out_ = true;
+            error_code ignored;
+            self->stream_.socket().cancel(ignored);
+        });
         http::async_read_some(stream_, buf_, p,
-                              [self = shared_from_this(), &p](error_code ec, std::size_t) {
+                              [self = shared_from_this(), &p](error_code ec, std::size_t n) {
+                                  self->reading_body_ = false;
+                                  self->deadline_.cancel();
                                   if (self->closed_) return;
+                                  self->body_read_ += n;
+                                  if (self->body_timed_out_) {
+                                      self->drop_spool();
+                                      return self->send_error(408);
+                                  }
                                   if (ec) {
                                       self->drop_spool();
                                       int st = status_for(ec);
-                                      if (st) return self->send_error(st, st == 413 ? "Payload Too Large" : "Bad Request");
+                                      if (st) return self->send_error(st);
                                       return self->stream_.close();
                                   }
                                   if (!p.is_done()) return self->read_body(p);
@@ -294,7 +374,7 @@ private:
         struct stat st {};
         if (::fstat(spool_fd_, &st) != 0) {
             drop_spool();
-            return send_error(500, "Internal Server Error");
+            return send_error(500);
         }
         std::uint64_t size = static_cast<std::uint64_t>(st.st_size);
         if (size <= srv_.opts.spool_threshold) {
@@ -344,8 +424,15 @@ private:
             }
             req.body.reset();  // the spool file goes as soon as the page is done
             self->srv_.in_flight.fetch_sub(1);
-            net::post(self->stream_.get_executor(),
-                      [self, res = std::move(res)]() mutable { self->write_response(std::move(res)); });
+            net::post(self->stream_.get_executor(), [self, res = std::move(res)]() mutable {
+                if (res.delay.count() <= 0) return self->write_response(std::move(res));
+                // Held back on a timer, not in a worker.
+                self->hold_.expires_after(res.delay);
+                self->hold_.async_wait([self, res = std::move(res)](error_code ec) mutable {
+                    if (ec) return;
+                    self->write_response(std::move(res));
+                });
+            });
         });
     }
 
@@ -362,6 +449,7 @@ private:
             }
             res.insert(k, v);
         }
+        res.set("X-Content-Type-Options", "nosniff");
         res.keep_alive(keep_alive_);
     }
 
@@ -423,13 +511,15 @@ private:
         });
     }
 
-    void send_error(int status, const char* text) {
+    void send_error(int status) {
         keep_alive_ = false;
         auto res = std::make_shared<http::response<http::string_body>>();
         res->version(11);
         res->result(static_cast<unsigned>(status));
         res->set(http::field::content_type, "text/plain");
-        res->body() = text;
+        res->set("X-Content-Type-Options", "nosniff");
+        if (status == 405) res->set(http::field::allow, "GET, HEAD, POST");
+        res->body() = reason(status);
         res->keep_alive(false);
         res->prepare_payload();
         stream_.expires_after(kErrorWriteTimeout);
@@ -459,6 +549,7 @@ private:
 
 public:
     ~Session() {
+        --srv_.connections;
         drop_spool();
         std::lock_guard lk(srv_.sessions_mu);
         srv_.sessions.erase(this);
@@ -468,6 +559,7 @@ private:
     Impl& srv_;
     beast::tcp_stream stream_;
     net::steady_timer deadline_;
+    net::steady_timer hold_;  // holds back an answer the handler asked to delay
     beast::flat_buffer buf_;
     std::string remote_;
     std::optional<http::request_parser<http::empty_body>> hdr_;
@@ -475,6 +567,9 @@ private:
     std::optional<http::request_parser<http::file_body>> file_;
     char drain_buf_[4096];
     std::uint64_t drained_ = 0;
+    std::chrono::steady_clock::time_point body_started_;
+    std::uint64_t body_length_ = 0;
+    std::uint64_t body_read_ = 0;
     int spool_fd_ = -1;
     std::string spool_path_;
     unsigned requests_ = 0;
@@ -482,6 +577,8 @@ private:
     bool keep_alive_ = true;
     bool head_ = false;
     bool reading_header_ = false;
+    bool reading_body_ = false;
+    bool body_timed_out_ = false;
     bool timed_out_ = false;
     bool closed_ = false;
 };
@@ -489,7 +586,19 @@ private:
 void HttpServer::Impl::do_accept() {
     acceptor.async_accept(net::make_strand(ioc), [this](error_code ec, tcp::socket sock) {
         if (ec == net::error::operation_aborted || !acceptor.is_open()) return;
-        if (!ec) {
+        if (ec) {
+            // Out of descriptors or memory: pause instead of spinning on
+            // the same failure; connections that end meanwhile free some.
+            accept_pause.expires_after(std::chrono::milliseconds(100));
+            accept_pause.async_wait([this](error_code e) {
+                if (!e && acceptor.is_open()) do_accept();
+            });
+            return;
+        }
+        if (connections.load() >= opts.max_connections) {
+            error_code ignored;
+            sock.close(ignored);  // over the cap: hang up at once
+        } else {
             auto s = std::make_shared<Session>(*this, std::move(sock));
             {
                 std::lock_guard lk(sessions_mu);
@@ -565,6 +674,7 @@ void HttpServer::stop() {
     net::post(m.ioc, [&m, closed] {
         error_code ec;
         m.acceptor.close(ec);
+        m.accept_pause.cancel();
         m.close_all([closed] { closed->set_value(); });
     });
     fut.wait();

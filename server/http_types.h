@@ -1,5 +1,6 @@
-// Plain request and response types shared by the HTTP layer and the dispatcher.
-// Nothing here knows about Beast: pages and dispatch only ever see these.
+// The HTTP layer's plain request and response types, shared with the
+// dispatcher. Nothing here knows about Beast; pages never see these but the
+// frame's RequestData the dispatcher fills from them.
 #pragma once
 
 #include <chrono>
@@ -10,46 +11,9 @@
 #include <utility>
 #include <vector>
 
+#include "frame/request_data.h"
+
 namespace tav {
-
-// A request body, held in memory or spooled to a temporary file by the HTTP
-// layer. Readers take it piecewise so a large upload is never loaded whole.
-class RequestBody {
-public:
-    virtual ~RequestBody() = default;
-    virtual std::uint64_t size() const = 0;
-    // Copies up to n bytes from offset into dst; returns the count copied
-    // (0 at or past the end).
-    virtual std::size_t read_at(std::uint64_t offset, char* dst, std::size_t n) const = 0;
-};
-
-class MemoryBody final : public RequestBody {
-public:
-    explicit MemoryBody(std::string data) : data_(std::move(data)) {}
-    std::uint64_t size() const override { return data_.size(); }
-    std::size_t read_at(std::uint64_t offset, char* dst, std::size_t n) const override;
-    const std::string& data() const { return data_; }
-
-private:
-    std::string data_;
-};
-
-// Owns an open descriptor of a spooled body; the file is unlinked when the
-// body goes.
-class FileBody final : public RequestBody {
-public:
-    FileBody(int fd, std::string path, std::uint64_t size);
-    ~FileBody() override;
-    FileBody(const FileBody&) = delete;
-    FileBody& operator=(const FileBody&) = delete;
-    std::uint64_t size() const override { return size_; }
-    std::size_t read_at(std::uint64_t offset, char* dst, std::size_t n) const override;
-
-private:
-    int fd_;
-    std::string path_;
-    std::uint64_t size_;
-};
 
 struct HttpRequest {
     std::string method;       // "GET", "POST", ...
@@ -68,6 +32,7 @@ struct HttpResponse {
     std::string body;   // bytes to send, already in their final encoding
     std::string file;   // when not empty: send this file's bytes instead of body
     std::uint64_t file_size = 0;
+    std::chrono::milliseconds delay{0};  // send only after this long (without a worker)
 
     void set_header(const std::string& name, const std::string& value);
     std::string header(const std::string& name) const;
@@ -85,6 +50,11 @@ struct ServerOptions {
     std::chrono::seconds header_timeout{30};      // whole header must arrive within
     std::chrono::seconds idle_timeout{60};        // between body reads, and keep-alive
     unsigned max_in_flight = 256;                 // requests queued or running; past it 503
+    unsigned max_connections = 1000;              // open connections; past it new ones are closed
+    // A body must arrive within body_time_floor plus its size at
+    // body_min_rate, on top of the idle timeout between reads.
+    std::chrono::seconds body_time_floor{60};
+    std::uint64_t body_min_rate = 16 * 1024;      // bytes per second
 };
 
 }  // namespace tav

@@ -1,9 +1,13 @@
 #include "server/site.h"
 
+#include <sqlite3.h>
+#include <sys/stat.h>
+
+#include <cstdio>
+#include <ctime>
 #include <filesystem>
 #include <fstream>
 #include <sstream>
-#include <sys/stat.h>
 
 #include "frame/encoding.h"
 #include "frame/page.h"
@@ -32,8 +36,12 @@ std::string cookie_value(const std::string& cookies, const std::string& name) {
     return {};
 }
 
-bool contains_nocase(const std::string& hay, const char* needle) {
-    return lower(hay).find(needle) != std::string::npos;
+HttpResponse bad_request() {
+    HttpResponse r;
+    r.status = 400;
+    r.set_header("Content-Type", "text/plain");
+    r.body = "Bad Request";
+    return r;
 }
 
 HttpResponse not_found() {
@@ -47,7 +55,10 @@ HttpResponse not_found() {
 }  // namespace
 
 std::string content_type_for(const std::string& name) {
-    std::string ext = lower(fs::path(name).extension().string());
+    std::size_t dot = name.rfind('.');
+    std::size_t slash = name.rfind('/');
+    if (dot == std::string::npos || (slash != std::string::npos && dot < slash)) return "application/octet-stream";
+    std::string ext = lower(std::string_view(name).substr(dot));
     static const std::pair<const char*, const char*> types[] = {
         {".html", "text/html; charset=utf-8"}, {".htm", "text/html; charset=utf-8"},
         {".css", "text/css; charset=utf-8"},   {".js", "application/javascript; charset=utf-8"},
@@ -72,48 +83,160 @@ std::string content_type_for(const std::string& name) {
     return "application/octet-stream";
 }
 
+namespace {
+
+bool has_control_bytes(std::string_view s) {
+    for (unsigned char c : s)
+        if (c < 0x20 || c == 0x7f) return true;
+    return false;
+}
+
+// Its decoded URL path, as the pages see it.
+std::string decoded_path(std::string_view target) {
+    std::string bytes = percent_decode(target.substr(0, target.find('?')), false);
+    return is_valid_utf8(bytes) ? bytes : gb_to_utf8(bytes);
+}
+
+std::string http_date(std::time_t t) {
+    std::tm tm{};
+    gmtime_r(&t, &tm);
+    static const char* days[] = {"Sun", "Mon", "Tue", "Wed", "Thu", "Fri", "Sat"};
+    static const char* months[] = {"Jan", "Feb", "Mar", "Apr", "May", "Jun",
+                                   "Jul", "Aug", "Sep", "Oct", "Nov", "Dec"};
+    char buf[40];
+    std::snprintf(buf, sizeof buf, "%s, %02d %s %04d %02d:%02d:%02d GMT", days[tm.tm_wday], tm.tm_mday,
+                  months[tm.tm_mon], tm.tm_year + 1900, tm.tm_hour, tm.tm_min, tm.tm_sec);
+    return buf;
+}
+
+// True when the If-None-Match list names etag (or is "*"); weak tags
+// compare by their opaque part, as the header's rules allow.
+bool etag_matches(std::string_view list, std::string_view etag) {
+    std::size_t i = 0;
+    while (i < list.size()) {
+        std::size_t j = list.find(',', i);
+        if (j == std::string_view::npos) j = list.size();
+        std::string_view t = list.substr(i, j - i);
+        while (!t.empty() && (t.front() == ' ' || t.front() == '\t')) t.remove_prefix(1);
+        while (!t.empty() && (t.back() == ' ' || t.back() == '\t')) t.remove_suffix(1);
+        if (t.starts_with("W/")) t.remove_prefix(2);
+        if (t == "*" || t == etag) return true;
+        i = j + 1;
+    }
+    return false;
+}
+
+bool text_type(const std::string& ctype) {
+    return ctype.starts_with("text/") || ctype.starts_with("application/javascript");
+}
+
+// The account name of a row of user, "" when there is none.
+std::string account_name(const std::string& db_path, const Value& id) {
+    double n = 0;
+    if (!parse_number(id.str(), n)) return {};
+    sqlite3* db = nullptr;
+    std::string name;
+    if (sqlite3_open_v2(db_path.c_str(), &db, SQLITE_OPEN_READONLY | SQLITE_OPEN_NOMUTEX, nullptr) == SQLITE_OK) {
+        sqlite3_busy_timeout(db, 2000);
+        sqlite3_stmt* st = nullptr;
+        if (sqlite3_prepare_v2(db, "select username from user where id=?1", -1, &st, nullptr) == SQLITE_OK) {
+            sqlite3_bind_int64(st, 1, static_cast<sqlite3_int64>(n));
+            if (sqlite3_step(st) == SQLITE_ROW) {
+                auto text = sqlite3_column_text(st, 0);
+                if (text) name = reinterpret_cast<const char*>(text);
+            }
+        }
+        sqlite3_finalize(st);
+    }
+    sqlite3_close(db);
+    return name;
+}
+
+const std::string kCompatScriptTag = "<script src=\"tavcompat.js\"></script>\r\n";
+
+}  // namespace
+
+RequestData request_data(const HttpRequest& req, std::string path) {
+    RequestData d;
+    d.method = req.method;
+    d.path = std::move(path);
+    std::size_t q = req.target.find('?');
+    if (q != std::string::npos) {
+        d.query_string = req.target.substr(q + 1);
+        d.query.parse(d.query_string);
+    }
+    d.headers = req.headers;
+    d.remote_addr = req.remote_addr;
+    d.body = req.body;
+    if (d.body && d.body->size() <= (64u << 20) &&
+        lower(d.header("Content-Type")).starts_with("application/x-www-form-urlencoded")) {
+        std::string data(d.body->size(), '\0');
+        data.resize(d.body->read_at(0, data.data(), data.size()));
+        d.form.parse(data);
+    }
+    return d;
+}
+
 Site::Site(const std::string& root, const std::string& log_path)
-    : root_(fs::weakly_canonical(root).string()), log_(log_path) {}
+    : root_(fs::weakly_canonical(root).string()), log_(log_path) {
+    // Until an instance has the smaller dialog bundle, the full one serves.
+    struct stat st;
+    bool small = ::stat((root_ + "/tavdialog.js").c_str(), &st) == 0;
+    dialog_script_ = small ? "<script src=\"tavdialog.js\"></script>\r\n" : kCompatScriptTag;
+}
 
 HttpResponse Site::handle(const HttpRequest& req) {
-    std::string_view target = req.target;
-    std::string_view raw = target.substr(0, target.find('?'));
-    std::string bytes = percent_decode(raw, false);
-    std::string path = is_valid_utf8(bytes) ? bytes : gb_to_utf8(bytes);
+    std::string path = decoded_path(req.target);
+    if (has_control_bytes(path)) return bad_request();
     std::string norm;
     if (!normalize_path(path, norm)) return not_found();
-    if (norm == "/" || norm.empty()) return run_page("default", req);
-    std::string file = norm.substr(1);
-    if (file.find('/') == std::string::npos) {
+    if (norm == "/" || norm.empty()) return run_page("default", req, std::move(path));
+    std::string_view file = std::string_view(norm).substr(1);
+    if (file.find('/') == std::string_view::npos) {
         std::string cls = page_class_for(file);
-        if (!cls.empty()) return run_page(cls, req);
-        if (lower(fs::path(file).extension().string()) == ".asp") return not_found();
+        if (!cls.empty()) return run_page(cls, req, std::move(path));
+        std::size_t dot = file.rfind('.');
+        if (dot != std::string_view::npos && iequals(file.substr(dot), ".asp")) return not_found();
     }
-    return serve_static(norm);
+    return serve_static(norm, req);
 }
 
 HttpResponse Site::run_page(const std::string& cls, const HttpRequest& req) {
+    return run_page(cls, req, decoded_path(req.target));
+}
+
+HttpResponse Site::run_page(const std::string& cls, const HttpRequest& req, std::string path) {
     std::unique_ptr<Page> page = make_page(cls);
     if (!page) return not_found();
 
-    bool created = false;
-    auto [sid, data] = sessions_.acquire(cookie_value(req.header("Cookie"), kSessionCookie), created);
+    // Held until the answer is made: requests of one session take turns.
+    std::string sent_id = cookie_value(req.header("Cookie"), kSessionCookie);
+    SessionStore::Lease lease = sessions_.acquire(sent_id);
     ResponseObject response;
-    bool abandoned = false;
+    std::string cookie;
     {
-        RequestScope scope(req, data, root_, log_);
+        RequestScope scope(request_data(req, std::move(path)), lease.data(), root_, log_, &throttle_);
         scope.run(*page);
         page.reset();  // the page's connection and objects end with the request
-        abandoned = scope.session.abandoned();
+        const SessionObject& session = scope.session;
+        const std::string attrs = "; Path=/; HttpOnly; SameSite=Lax";
+        if (session.abandoned()) {
+            if (lease) sessions_.remove(lease.id());
+            if (!sent_id.empty()) cookie = std::string(kSessionCookie) + "=; Max-Age=0" + attrs;
+        } else if (session.created()) {
+            cookie = std::string(kSessionCookie) + "=" + sessions_.add(session.data()) + attrs;
+        } else if (lease && session.renew_requested()) {
+            cookie = std::string(kSessionCookie) + "=" + sessions_.renew(lease) + attrs;
+        }
         response = std::move(scope.response);
     }
-    if (abandoned) sessions_.remove(sid);
 
     HttpResponse out;
-    if (created && !abandoned)
-        out.set_header("Set-Cookie", std::string(kSessionCookie) + "=" + sid + "; Path=/; HttpOnly; SameSite=Lax");
-    out.set_header("Cache-Control", "private");
+    if (!cookie.empty()) out.set_header("Set-Cookie", cookie);
+    // Never kept: Back after logout must ask again and get the login page.
+    out.set_header("Cache-Control", "no-store");
     for (const auto& [n, v] : response.headers()) out.headers.emplace_back(n, v);
+    out.delay = response.held_back();
     if (response.redirected()) {
         std::string location = escape_non_ascii(utf8_to_gb(response.location()));
         out.status = 302;
@@ -124,29 +247,76 @@ HttpResponse Site::run_page(const std::string& cls, const HttpRequest& req) {
         return out;
     }
     std::string& body = response.body();
-    if (response.content_type().rfind("text/html", 0) == 0 &&
-        (contains_nocase(body, "vbscript") || contains_nocase(body, "showmodaldialog")))
-        body.insert(0, "<script src=\"tavcompat.js\"></script>\r\n");
+    unsigned compat = response.client_compat();
+    if (compat & kCompatScript)
+        body.insert(0, kCompatScriptTag);
+    else if (compat & kCompatDialogs)
+        body.insert(0, dialog_script_);
     out.set_header("Content-Type", response.content_type());
     out.body = utf8_to_gb(body);
     return out;
 }
 
-HttpResponse Site::serve_static(const std::string& norm) {
+bool Site::may_read(const std::string& norm, const HttpRequest& req) {
+    std::size_t a = norm.find('/', 1);
+    if (a == std::string::npos) return true;  // a file at the root
+    std::string_view first = std::string_view(norm).substr(1, a - 1);
+    bool own_folder = iequals(first, "user");
+    if (!own_folder && !iequals(first, "email") && !iequals(first, "datas")) return true;
+    auto data = sessions_.peek(cookie_value(req.header("Cookie"), kSessionCookie));
+    if (!data) return false;
+    Value id, marker;
+    {
+        std::lock_guard lock(data->mu);
+        auto it = data->values.find("user_id");
+        if (it != data->values.end()) id = it->second;
+        it = data->values.find("qwx3trh_k7");
+        if (it != data->values.end()) marker = it->second;
+    }
+    if (marker.str() != "yes") return false;
+    if (!own_folder) return true;
+    // user/NAME/...: only NAME's own session.
+    std::size_t b = norm.find('/', a + 1);
+    if (b == std::string::npos) return false;
+    std::string name = account_name(root_ + "/datebase/office.mdb", id);
+    return !name.empty() && iequals(name, std::string_view(norm).substr(a + 1, b - a - 1));
+}
+
+HttpResponse Site::serve_static(const std::string& norm, const HttpRequest& req) {
     // The database folder, database files and hidden files are never served.
     std::string first = norm.substr(1, norm.find('/', 1) == std::string::npos ? std::string::npos
                                                                               : norm.find('/', 1) - 1);
     std::string low = lower(norm);
     if (iequals(first, "datebase") || low.find("/.") != std::string::npos ||
         low.ends_with(".mdb") || low.ends_with(".ldb") || low.ends_with(".sql") ||
-        low.ends_with("-wal") || low.ends_with("-shm") || low.ends_with(".log"))
+        low.ends_with("-wal") || low.ends_with("-shm") || low.ends_with(".log") ||
+        low.ends_with("-journal"))
         return not_found();
+    // A file a session may not read looks the same as one that is not there.
+    if (!may_read(norm, req)) return not_found();
     std::string full = resolve_without_case(root_ + norm);
     if (!path_inside(root_, full)) return not_found();
     struct stat st;
     if (::stat(full.c_str(), &st) != 0 || !S_ISREG(st.st_mode)) return not_found();
+
     HttpResponse out;
-    out.set_header("Content-Type", content_type_for(full));
+    std::string ctype = content_type_for(full);
+    char tag[64];
+    std::snprintf(tag, sizeof tag, "\"%llx-%llx\"", static_cast<unsigned long long>(st.st_size),
+                  static_cast<unsigned long long>(st.st_mtim.tv_sec) * 1000000000ull +
+                      static_cast<unsigned long long>(st.st_mtim.tv_nsec));
+    out.set_header("ETag", tag);
+    out.set_header("Last-Modified", http_date(st.st_mtim.tv_sec));
+    // Files behind a login are checked again on every use; the site's own
+    // files change only with a new version, so a short life is enough.
+    bool guarded = iequals(first, "user") || iequals(first, "email") || iequals(first, "datas");
+    out.set_header("Cache-Control", guarded ? "private, no-cache" : text_type(ctype) ? "max-age=300" : "max-age=86400");
+    std::string inm = req.header("If-None-Match");
+    if (!inm.empty() && etag_matches(inm, tag)) {
+        out.status = 304;
+        return out;
+    }
+    out.set_header("Content-Type", ctype);
     out.file = full;
     out.file_size = static_cast<std::uint64_t>(st.st_size);
     return out;

@@ -1,10 +1,14 @@
-// One served site instance: page dispatch, static files and sessions.
+// One served site instance: page dispatch, static files, sessions and the
+// login throttle.
 #pragma once
 
 #include <string>
 
-#include "frame/host.h"
+#include "frame/request_data.h"
+#include "server/app_log.h"
 #include "server/http_types.h"
+#include "server/sessions.h"
+#include "server/throttle.h"
 
 namespace tav {
 
@@ -16,6 +20,7 @@ public:
 
     const std::string& root() const { return root_; }
     SessionStore& sessions() { return sessions_; }
+    LoginThrottleTable& throttle() { return throttle_; }
     AppLog& log() { return log_; }
 
     static constexpr const char* kSessionCookie = "TAVSESSION";
@@ -25,12 +30,19 @@ public:
     HttpResponse run_page(const std::string& cls, const HttpRequest& req);
 
 private:
-    HttpResponse serve_static(const std::string& path);
+    HttpResponse run_page(const std::string& cls, const HttpRequest& req, std::string path);
+    HttpResponse serve_static(const std::string& norm, const HttpRequest& req);
+    bool may_read(const std::string& norm, const HttpRequest& req);
 
     std::string root_;
+    std::string dialog_script_;  // the bundle for pages that only need dialogs
     SessionStore sessions_;
-    AppLog log_;
+    LoginThrottleTable throttle_;
+    FileLog log_;
 };
+
+// The frame's request data for an HTTP request whose URL path decodes to path.
+RequestData request_data(const HttpRequest& req, std::string path);
 
 // Content type for a file name, by its extension.
 std::string content_type_for(const std::string& name);

@@ -1,21 +1,21 @@
 /*
- * tavcompat.js: lets the pages' Internet Explorer client code run in current browsers.
+ * tavcompat.js: built by tools/build-compat.js from site/compat/{names,lexer,parser,emitter,runtime,dialogs,binding}.js.
+ * Edit the parts, not this file.
  *
- * The host puts this script at the start of HTML answers that carry client VBScript or
- * showModalDialog. It
- *  - translates the VBScript blocks (which arrive as text/vbscript and never run) to JavaScript
- *    and runs them in the page's global scope, so subs become global functions; binds
- *    Sub window_onload and Sub <id>_on<event>; makes bare-name handlers (onclick="go_append") call;
- *  - supplies showModalDialog as a <dialog> holding an iframe; it returns a Promise of the
- *    dialog's returnValue. A caller in a hidden frame gets its dialog in the largest visible frame.
- *
+ * Lets the pages' Internet Explorer client code run in current browsers: translates the
+ * VBScript blocks (which arrive as text/vbscript and never run) to JavaScript and runs them
+ * in the page's global scope, binds Sub window_onload and Sub <id>_on<event>, makes
+ * bare-name handlers call, and supplies showModalDialog as a <dialog> in the top window.
  * Identifiers and member names are resolved without case at run time, as VBScript does.
  * Syntax outside the translated subset is reported on the console with its line.
  */
-(function tavcompatFactory(root) {
+(function tavcompatFactory(root, hostOnly) {
   'use strict';
 
-  // ---------------------------------------------------------------- shared tables
+  // ==== names
+
+  // Names shared by the translator and the runtime: VBScript built-ins and constants, the
+  // window members IE scripts reach in any case, and the words JavaScript reserves.
 
   // Built-in functions the translator maps to runtime helpers (runtime object `b`).
   var BUILTINS = [
@@ -69,7 +69,9 @@
 
   var RT = '__tav';
 
-  // ---------------------------------------------------------------- lexer
+  // ==== lexer
+
+  // The VBScript lexer: source text to tokens (names keep their case and a lower-case copy).
 
   function isDigit(c) { return c >= '0' && c <= '9'; }
   function isIdStart(c) { return (c >= 'a' && c <= 'z') || (c >= 'A' && c <= 'Z') || c > '\u007f' && /[^\s\u3000]/.test(c); }
@@ -177,7 +179,10 @@
     return toks;
   }
 
-  // ---------------------------------------------------------------- parser
+  // ==== parser
+
+  // The VBScript parser: tokens to statement and expression trees. Syntax outside the subset is
+  // recorded with its line and the parser carries on at the next statement.
 
   function ParseError(msg, line, keepPlace) { this.msg = msg; this.line = line; this.keepPlace = keepPlace; }
 
@@ -740,7 +745,10 @@
     }
   };
 
-  // ---------------------------------------------------------------- analysis helpers
+  // ==== emitter
+
+  // The emitter: statement trees to JavaScript that calls the runtime (`__tav`), and translate(),
+  // the translator's entry point.
 
   function eachStmt(stmts, fn) {
     stmts.forEach(function (st) {
@@ -797,6 +805,7 @@
     return JS_RESERVED[name] ? name + '$' : name;
   }
   function q(s) { return JSON.stringify(String(s)); }
+
 
   // ---------------------------------------------------------------- emitter
 
@@ -1232,7 +1241,10 @@
     return { code: res.code, errors: errors, procs: res.procs, globals: res.globals };
   }
 
-  // ---------------------------------------------------------------- runtime
+  // ==== runtime
+
+  // The runtime the translated code calls: VBScript's loose values and operators, arrays,
+  // names and members without case, and the built-in functions.
 
   function vbError(number, msg) {
     var e = new Error(msg);
@@ -1892,7 +1904,10 @@
     return R;
   }
 
-  // ---------------------------------------------------------------- dialogs
+  // ==== dialogs
+
+  // The showModalDialog stand-in: a <dialog> holding an iframe, always shown by the top window
+  // of the caller's frame tree, so that a frame loading another page cannot take it away.
 
   var EM_PX = 16;
   function lengthPx(v) {
@@ -1932,88 +1947,30 @@
     };
   }
 
-  function winArea(w) {
-    try { return Math.max(w.innerWidth || 0, 0) * Math.max(w.innerHeight || 0, 0); } catch (e) { return 0; }
-  }
-  function canHost(w) {
-    try {
-      var d = w.document;
-      if (!d || typeof d.createElement !== 'function') return false;
-      return !(d.body && String(d.body.tagName).toUpperCase() === 'FRAMESET');
-    } catch (e) {
-      return false;
-    }
-  }
   /**
-   * The window whose document shows a dialog that `caller` opens: the caller itself when it is
-   * big enough, else the largest visible frame under the top window (a frameset document
-   * cannot show one, and the reminder poll runs in a zero-height frame).
+   * The window that shows a dialog `caller` opens: the top window of the caller's frame tree.
+   * A dialog there sits in the top layer above every frame (a frameset document shows it too),
+   * and no frame that loads another page takes it along: the reminder is raised from a hidden
+   * frame while the menu frame sends the working frame elsewhere. A dialog opened from one of
+   * our dialogs stacks above it in the same window. A top window of another origin cannot be
+   * reached; the caller then shows the dialog itself.
    */
-  function chooseHostWindow(caller, need) {
-    need = need || {};
-    var w = Math.min(need.width || 400, 200), h = Math.min(need.height || 300, 120);
-    // a dialog opened from one of our dialogs stacks in the same document
+  function chooseHostWindow(caller) {
     try {
-      while (caller.frameElement && caller.frameElement.__tavDialog && caller.parent && caller.parent !== caller) {
-        caller = caller.parent;
-      }
+      var top = caller.top;
+      if (top && top.document && typeof top.document.createElement === 'function') return top;
     } catch (e) { /* another origin */ }
-    try {
-      if (canHost(caller) && caller.innerWidth >= w && caller.innerHeight >= h) return caller;
-    } catch (e) { /* fall through */ }
-    var top;
-    try { top = caller.top || caller; } catch (e) { top = caller; }
-    var best = null, bestArea = 0;
-    (function walk(win, depth) {
-      if (depth > 8) return;
-      if (canHost(win)) {
-        var a = winArea(win);
-        if (a > bestArea) { best = win; bestArea = a; }
-      }
-      var frames;
-      try { frames = win.frames; } catch (e) { return; }
-      var n = 0;
-      try { n = frames.length || 0; } catch (e) { n = 0; }
-      for (var i = 0; i < n; i++) {
-        var f;
-        try { f = frames[i]; } catch (e) { continue; }
-        if (f && f !== win) walk(f, depth + 1);
-      }
-    })(top, 0);
-    return best || caller;
+    return caller;
   }
 
+  // returnValue as the dialog page set it, in any case (VBScript writes window.ReturnValue).
   function readReturnValue(w) {
     try {
       if ('returnValue' in w) return w.returnValue;
-      var k = propKey(w, 'returnvalue');
-      return k === undefined ? undefined : w[k];
-    } catch (e) {
-      return undefined;
-    }
-  }
-
-  // The backdrop of a <dialog> covers only its own frame; the other visible frames of the
-  // desktop get a shade of their own, which also keeps clicks from them while the dialog is up.
-  function shadeOtherFrames(host) {
-    var out = [];
-    var top;
-    try { top = host.top; } catch (e) { return out; }
-    (function walk(w, depth) {
-      if (depth > 8 || !w) return;
-      try {
-        if (w !== host && canHost(w) && winArea(w) > 0) {
-          var d = w.document;
-          var el = d.createElement('div');
-          el.setAttribute('data-tav-shade', '');
-          el.style.cssText = 'position:fixed;left:0;top:0;right:0;bottom:0;background:rgba(0,0,0,.3);z-index:2147483647';
-          (d.body || d.documentElement).appendChild(el);
-          out.push(el);
-        }
-        for (var i = 0; i < w.frames.length; i++) walk(w.frames[i], depth + 1);
-      } catch (e) { /* another origin */ }
-    })(top, 0);
-    return out;
+      var names = Object.getOwnPropertyNames(w);
+      for (var i = 0; i < names.length; i++) if (names[i].toLowerCase() === 'returnvalue') return w[names[i]];
+    } catch (e) { /* gone or another origin */ }
+    return undefined;
   }
 
   // Shows `url` in a <dialog> of this window's document; resolves with the returnValue.
@@ -2067,13 +2024,7 @@
     var resolve;
     var promise = new win.Promise(function (r) { resolve = r; });
 
-    var shades = modal ? shadeOtherFrames(win) : [];
-    function unshade() {
-      shades.forEach(function (el) { try { if (el.parentNode) el.parentNode.removeChild(el); } catch (e) { /* gone */ } });
-      shades = [];
-    }
     function remove() {
-      unshade();
       if (state.removed) return;
       state.removed = true;
       try { if (dlg.open) dlg.close(); } catch (e) { /* already closed */ }
@@ -2085,7 +2036,6 @@
         return;
       }
       state.done = true;
-      unshade();
       var rv = w ? readReturnValue(w) : undefined;
       resolve(rv);
       if (state.pending) {
@@ -2130,13 +2080,14 @@
       e.preventDefault();
       finish(frame.contentWindow);
     });
-    // the host page going away takes the dialog with it: lift the shades, answer undefined
+    // the host page going away takes the dialog with it: answer undefined
     win.addEventListener('pagehide', function () {
-      unshade();
       if (!state.done) { state.done = true; resolve(undefined); }
     });
     frame.src = url;
-    (doc.body || doc.documentElement).appendChild(dlg);
+    // a frameset document renders no other element but the top layer, where showModal puts it
+    var body = doc.body;
+    (body && String(body.tagName).toUpperCase() !== 'FRAMESET' ? body : doc.documentElement).appendChild(dlg);
     hook();
     try {
       if (modal) dlg.showModal(); else dlg.show();
@@ -2158,12 +2109,13 @@
   }
 
   function showDialogFrom(win, url, args, features, modal) {
-    var f = parseFeatures(features);
     var abs = absoluteUrl(win, url);
-    var host = chooseHostWindow(win, { width: f.width || 400, height: f.height || 300 });
+    var host = chooseHostWindow(win);
     var hostApi;
     try {
-      if (!host.__tavApi) host.eval('(' + FACTORY_SRC + ')(window)');
+      // the top page (the desktop's frame set) need not load this script: it gets the dialog
+      // host alone, without the binding
+      if (!host.__tavApi) host.eval('(' + FACTORY_SRC + ')(window, true)');
       hostApi = host.__tavApi;
     } catch (e) {
       hostApi = null;
@@ -2172,12 +2124,25 @@
     return hostApi.openDialogHere(host, abs, args, features, modal);
   }
 
-  // ---------------------------------------------------------------- binding into a page
+  // ==== binding
+
+  // Binding into a page: runs the VBScript blocks (when the translator is in the bundle), binds
+  // window_onload and <id>_on<event>, makes named form fields reachable by bare name, and puts
+  // showModalDialog on the window. Ends with what the bundle exports.
+
+  // Form fields IE made reachable by their bare name: the menu page's folder script reads
+  // `menuNN.value` of a hidden field outside any form.
+  var FIELD_TAGS = { INPUT: 1, SELECT: 1, TEXTAREA: 1, BUTTON: 1 };
+
+  // Without the translator in the bundle (tavdialog.js) a page gets the dialogs, the frame and
+  // dialog close(), and its named fields; VBScript blocks and handlers stay as they are.
+  var HAS_COMPILER = typeof translate === 'function';
 
   function install(win) {
-    if (win.__tav) return win.__tav;
+    if (win.__tavBound) return win.__tav;
+    win.__tavBound = true;
     var doc = win.document;
-    var R = createRuntime(win);
+    var R = HAS_COMPILER ? createRuntime(win) : null;
     win.__tav = R;
     win.__tavApi = api;
     var con = win.console;
@@ -2368,20 +2333,38 @@
       });
     }
 
+    // a field keeps its bare name unless the window already has something of that name
+    function exposeFields(rootEl) {
+      if (!rootEl || rootEl.nodeType !== 1) return;
+      var els = FIELD_TAGS[rootEl.tagName] ? [rootEl] : rootEl.querySelectorAll('input,select,textarea,button');
+      for (var i = 0; i < els.length; i++) {
+        var n = els[i].getAttribute('name');
+        if (n && /^[A-Za-z_$][\w$]*$/.test(n) && !(n in win)) win[n] = els[i];
+      }
+    }
+
     function finalPass() {
+      exposeFields(doc.documentElement);
+      if (!HAS_COMPILER) return;
       scan(true);
       fixHandlers(doc.documentElement);
       var left = pendingBinds;
       pendingBinds = [];
       left.forEach(function (p) { bindProc(p, true); });
     }
+    // Records are delivered before each script element of the page runs, so a block sees the
+    // fields and translated procedures parsed before it.
     if (typeof win.MutationObserver === 'function') {
       var mo = new win.MutationObserver(function (muts) {
         for (var i = 0; i < muts.length; i++) {
           var added = muts[i].addedNodes;
-          for (var j = 0; j < added.length; j++) if (added[j].nodeType === 1 && added[j].tagName !== 'SCRIPT') fixHandlers(added[j]);
+          for (var j = 0; j < added.length; j++) {
+            if (added[j].nodeType !== 1 || added[j].tagName === 'SCRIPT') continue;
+            exposeFields(added[j]);
+            if (HAS_COMPILER) fixHandlers(added[j]);
+          }
         }
-        scan(false);
+        if (HAS_COMPILER) scan(false);
       });
       mo.observe(doc, { childList: true, subtree: true });
     }
@@ -2393,18 +2376,21 @@
   var FACTORY_SRC = tavcompatFactory.toString();
 
   var api = {
-    translate: translate,
-    createRuntime: createRuntime,
+    translate: HAS_COMPILER ? translate : undefined,
+    createRuntime: HAS_COMPILER ? createRuntime : undefined,
+    findKey: HAS_COMPILER ? findKey : undefined,
     parseFeatures: parseFeatures,
     chooseHostWindow: chooseHostWindow,
     openDialogHere: openDialogHere,
-    findKey: findKey,
     install: install
   };
   if (typeof module !== 'undefined' && module.exports) {
     module.exports = api;
-  } else if (root && root.document && !root.__tav) {
-    install(root);
+  } else if (root && root.document) {
+    // `hostOnly`: the top window taking dialogs for its frames
+    if (hostOnly) root.__tavApi = root.__tavApi || api;
+    else install(root);
   }
+
   return api;
 })(typeof window !== 'undefined' ? window : this);

@@ -133,6 +133,7 @@ TEST(Dispatch, StaticPathsDecodeUtf8AndGb18030) {
     TestSite site;
     fs::create_directories(site.root() + "/Datas/31");
     std::ofstream(site.root() + "/Datas/31/报告.txt") << "content";
+    ASSERT_TRUE(site.login());  // attachments are served to logged-in sessions only
     EXPECT_EQ(site.get("/datas/31/%E6%8A%A5%E5%91%8A.txt").body, "content");  // UTF-8
     EXPECT_EQ(site.get("/datas/31/%B1%A8%B8%E6.txt").body, "content");        // GB18030
 }

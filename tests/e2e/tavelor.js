@@ -1,5 +1,5 @@
 // Starts a real tavelor server on a fresh site instance for browser tests,
-// and launches Debian's chromium through playwright-core.
+// which driver.js then opens in chromium and Firefox ESR.
 'use strict';
 const { spawn, execFileSync } = require('node:child_process');
 const fs = require('node:fs');
@@ -10,7 +10,6 @@ const http = require('node:http');
 
 const repo = path.resolve(__dirname, '..', '..');
 const bin = process.env.TAVELOR_BIN || path.join(repo, 'build', 'release', 'tavelor');
-const outDir = path.join(__dirname, 'out');
 
 function freePort() {
   return new Promise((resolve, reject) => {
@@ -56,18 +55,4 @@ async function startServer({ sql = [] } = {}) {
   };
 }
 
-async function launch() {
-  const { chromium } = require('playwright-core');
-  return chromium.launch({
-    executablePath: process.env.CHROMIUM || '/usr/bin/chromium',
-    args: ['--no-sandbox', '--disable-gpu', '--no-first-run', '--disable-background-networking',
-           '--disable-component-update', '--disable-sync'],
-  });
-}
-
-function shot(name) {
-  fs.mkdirSync(outDir, { recursive: true });
-  return path.join(outDir, name);
-}
-
-module.exports = { startServer, launch, shot };
+module.exports = { startServer };

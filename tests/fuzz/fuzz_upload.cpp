@@ -11,6 +11,7 @@
 #include "frame/page.h"
 #include "frame/request_scope.h"
 #include "frame/upload.h"
+#include "server/app_log.h"
 
 namespace fs = std::filesystem;
 using namespace tav;
@@ -49,15 +50,15 @@ struct Scratch {
 
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
     static Scratch scratch;
-    static AppLog log("/dev/null");
+    static FileLog log("/dev/null");
 
-    HttpRequest req;
+    RequestData req;
     req.method = "POST";
-    req.target = "/upload.asp";
+    req.path = "/upload.asp";
     req.headers.emplace_back("Content-Type", "multipart/form-data; boundary=x");
     if (size > 0) req.body = std::make_shared<MemoryBody>(std::string(reinterpret_cast<const char*>(data), size));
 
-    RequestScope scope(req, std::make_shared<SessionData>(), scratch.root, log);
+    RequestScope scope(std::move(req), std::make_shared<SessionData>(), scratch.root, log);
     const ResponseObject& response = scope.response;
 
     FuzzPage page;

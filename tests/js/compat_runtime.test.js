@@ -45,35 +45,27 @@ function desktop() {
   return { top, dir, detail, message, bottom, inner };
 }
 
-test('dialog host: a caller in a zero-height frame gets the largest visible frame, never a frameset', () => {
+test('dialog host: every caller of the desktop, hidden or in a dialog, shows its dialog in the top window', () => {
   const d = desktop();
-  const need = parseFeatures('dialogWidth:25em;dialogHeight:11em');
-  assert.equal(chooseHostWindow(d.message, need), d.detail);
-  assert.equal(chooseHostWindow(d.bottom, need), d.detail, 'the 25-row status frame is too small');
-  assert.equal(chooseHostWindow(d.detail, need), d.detail, 'a visible caller keeps its dialog');
-  // the detail frame hidden: the next largest visible frame takes it
-  d.detail.innerWidth = 0;
-  assert.equal(chooseHostWindow(d.message, need), d.dir);
-});
-
-test('dialog host: a dialog opened from one of our dialogs stacks in the same document', () => {
-  const d = desktop();
-  const inner = fakeFrame('', 400, 300, 'BODY');
-  inner.frameElement = { __tavDialog: {} };
-  inner.parent = d.detail;
-  inner.top = d.top;
-  assert.equal(chooseHostWindow(inner, { width: 300, height: 200 }), d.detail);
-});
-
-test('dialog host: a page that is not in frames and a caller with nothing better keep the dialog', () => {
+  const inDialog = fakeFrame('', 400, 300, 'BODY');
+  inDialog.frameElement = { __tavDialog: {} };
+  inDialog.parent = d.top;
+  inDialog.top = d.top;
   const alone = fakeFrame('', 1024, 700, 'BODY');
   alone.top = alone;
-  assert.equal(chooseHostWindow(alone, { width: 400, height: 300 }), alone);
-  const hidden = fakeFrame('', 0, 0, 'BODY');
-  const top = fakeFrame('', 800, 600, 'FRAMESET', [hidden]);
-  hidden.top = top;
-  top.top = top;
-  assert.equal(chooseHostWindow(hidden, { width: 400, height: 300 }), hidden);
+  // a top of another origin throws on access: the caller keeps its dialog
+  const foreign = fakeFrame('', 800, 600, 'BODY');
+  Object.defineProperty(foreign, 'top', { get() { throw new Error('SecurityError'); } });
+  const cases = [
+    ['the zero-height reminder frame', d.message, d.top],
+    ['the working frame', d.detail, d.top],
+    ['the status frame', d.bottom, d.top],
+    ['the frame set itself', d.top, d.top],
+    ['a dialog opened from one of ours', inDialog, d.top],
+    ['a page outside frames', alone, alone],
+    ['a frame under a foreign top', foreign, foreign],
+  ];
+  for (const [what, caller, host] of cases) assert.equal(chooseHostWindow(caller), host, what);
 });
 
 test('member lookup without case: window globals before constructors, form elements, inherited members', () => {

@@ -17,6 +17,7 @@
 #include <stdexcept>
 #include <string>
 #include <thread>
+#include <vector>
 
 #include <gtest/gtest.h>
 
@@ -70,6 +71,7 @@ protected:
     HttpResponse handle(const HttpRequest& req) {
         HttpResponse res;
         if (req.target == "/throw") throw std::runtime_error("page failed");
+        if (req.target == "/hold") res.delay = std::chrono::milliseconds(400);
         if (req.target == "/block") {
             std::unique_lock lk(mu_);
             entered_ = true;
@@ -305,6 +307,97 @@ TEST_F(HttpServerTest, StopClosesOpenConnectionsAndFreesThePort) {
     opts_.port = p;
     start();  // the port is free again
     EXPECT_EQ(port(), p);
+}
+
+TEST_F(HttpServerTest, FramingHostAndMethodRulesAnswerAndClose) {
+    start();
+    struct Case {
+        const char* request;
+        int status;
+    } cases[] = {
+        {"GET /a HTTP/1.1\r\nHost: h\r\n\r\n", 200},
+        {"GET /a HTTP/1.0\r\n\r\n", 200},  // HTTP/1.0 may leave the host out
+        {"POST /a HTTP/1.1\r\nHost: h\r\nTransfer-Encoding: CHUNKED\r\n\r\n1\r\nx\r\n0\r\n\r\n", 200},
+        {"GET /a HTTP/1.1\r\n\r\n", 400},
+        {"GET /a HTTP/1.1\r\nHost: h\r\nHost: h\r\n\r\n", 400},
+        {"GET /a HTTP/1.0\r\nHost: h\r\nHost: i\r\n\r\n", 400},
+        {"POST /a HTTP/1.1\r\nHost: h\r\nTransfer-Encoding: gzip\r\n\r\n", 400},
+        {"POST /a HTTP/1.1\r\nHost: h\r\nTransfer-Encoding: gzip, chunked\r\n\r\n1\r\nx\r\n0\r\n\r\n", 400},
+        {"POST /a HTTP/1.1\r\nHost: h\r\nTransfer-Encoding: chunked\r\nTransfer-Encoding: chunked\r\n\r\n", 400},
+        {"POST /a HTTP/1.1\r\nHost: h\r\nTransfer-Encoding: identity\r\nContent-Length: 1\r\n\r\nx", 400},
+        {"PUT /a HTTP/1.1\r\nHost: h\r\nContent-Length: 1\r\n\r\nx", 405},
+        {"DELETE /a HTTP/1.1\r\nHost: h\r\n\r\n", 405},
+        {"OPTIONS * HTTP/1.1\r\nHost: h\r\n\r\n", 405},
+        {"BREW /a HTTP/1.1\r\nHost: h\r\n\r\n", 405},
+    };
+    for (const auto& c : cases) {
+        Client client(port());
+        client.send(c.request);
+        Response r = client.read();
+        EXPECT_EQ(r.status, c.status) << c.request;
+        EXPECT_EQ(r.headers["x-content-type-options"], "nosniff") << c.request;
+        if (c.status == 405) EXPECT_EQ(r.headers["allow"], "GET, HEAD, POST") << c.request;
+        if (c.status != 200) EXPECT_TRUE(client.closed()) << c.request;
+    }
+}
+
+TEST_F(HttpServerTest, ConnectionsPastTheCapAreClosedAtOnce) {
+    opts_.max_connections = 3;
+    start();
+    std::vector<std::unique_ptr<Client>> open;
+    for (int i = 0; i < 3; ++i) {
+        open.push_back(std::make_unique<Client>(port()));
+        open.back()->send("GET /a HTTP/1.1\r\nHost: h\r\n\r\n");
+        ASSERT_EQ(open.back()->read().status, 200);
+    }
+    Client over(port());
+    over.send("GET /a HTTP/1.1\r\nHost: h\r\n\r\n");
+    EXPECT_EQ(over.read(false, 2000).status, 0);
+    EXPECT_TRUE(over.closed(2000));
+    open.pop_back();  // one goes: room for the next
+    Response r;
+    for (int tries = 0; tries < 50 && r.status == 0; ++tries) {
+        std::this_thread::sleep_for(std::chrono::milliseconds(20));
+        Client again(port());
+        again.send("GET /a HTTP/1.1\r\nHost: h\r\n\r\n");
+        r = again.read(false, 1000);
+    }
+    EXPECT_EQ(r.status, 200);
+}
+
+TEST_F(HttpServerTest, ABodyTricklingInsideTheIdleTimeoutStillMeetsItsDeadline) {
+    opts_.body_time_floor = std::chrono::seconds(1);
+    opts_.body_min_rate = 1000;  // 20 bytes: 20 ms on top of the floor
+    start();
+    Client c(port());
+    auto t0 = std::chrono::steady_clock::now();
+    c.send("POST /p HTTP/1.1\r\nHost: h\r\nContent-Length: 20\r\n\r\n");
+    Response r;
+    for (int i = 0; i < 20 && r.status == 0; ++i) {
+        c.send("x");  // one byte every 300 ms, well inside the 2 s idle timeout
+        if (c.silent(300)) continue;
+        r = c.read(false, 100);
+    }
+    auto took = std::chrono::steady_clock::now() - t0;
+    EXPECT_EQ(r.status, 408);
+    EXPECT_LT(took, std::chrono::milliseconds(2500));
+    EXPECT_TRUE(c.closed());
+    EXPECT_EQ(count_files(opts_.spool_dir), 0);
+}
+
+TEST_F(HttpServerTest, AHeldBackAnswerTiesUpNoWorker) {
+    opts_.workers = 1;
+    start();
+    Client held(port());
+    auto t0 = std::chrono::steady_clock::now();
+    held.send("GET /hold HTTP/1.1\r\nHost: h\r\n\r\n");
+    std::this_thread::sleep_for(std::chrono::milliseconds(50));
+    Client other(port());
+    other.send("GET /a HTTP/1.1\r\nHost: h\r\n\r\n");
+    EXPECT_EQ(other.read().status, 200);
+    EXPECT_LT(std::chrono::steady_clock::now() - t0, std::chrono::milliseconds(350));
+    EXPECT_EQ(held.read().status, 200);
+    EXPECT_GE(std::chrono::steady_clock::now() - t0, std::chrono::milliseconds(400));
 }
 
 TEST(HttpServerBindTest, BusyPortThrows) {

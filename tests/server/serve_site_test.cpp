@@ -67,8 +67,14 @@ TEST(ServeSite, GbFormPostLogsInAndTheRedirectCarriesTheSession) {
     auto done = c.read();
     EXPECT_EQ(done.status, 302);
     EXPECT_EQ(done.headers["location"], "./");
-
+    // The login gives the session a new id; the old one reaches nothing.
+    std::string renewed = cookie_of(done);
+    ASSERT_FALSE(renewed.empty());
+    EXPECT_NE(renewed, cookie);
     c.send(get("/", "Cookie: " + cookie + "\r\n"));
+    EXPECT_EQ(c.read().headers["location"], "login.asp");
+
+    c.send(get("/", "Cookie: " + renewed + "\r\n"));
     auto desk = c.read();
     EXPECT_EQ(desk.status, 200);
     EXPECT_NE(desk.body.find("<frameset rows=\"46,*,25,0,0,0,0\""), std::string::npos);
@@ -111,4 +117,80 @@ TEST(ServeSite, ASlowClientHoldsUpNoPage) {
         quick.send(get("/login.asp"));
         EXPECT_EQ(quick.read(false, 2000).status, 200);
     }
+}
+
+TEST(ServeSite, StaticFilesRevalidateByETagAndPagesAreNeverStored) {
+    Served s;
+    Client c(s.server.port());
+    c.send(get("/style.css"));
+    auto css = c.read();
+    ASSERT_EQ(css.status, 200);
+    std::string etag = css.headers["etag"];
+    ASSERT_GE(etag.size(), 3u);
+    EXPECT_EQ(etag.front(), '"');  // strong
+    EXPECT_NE(css.headers["last-modified"].find(" GMT"), std::string::npos);
+    EXPECT_EQ(css.headers["cache-control"], "max-age=300");
+    EXPECT_EQ(css.headers["x-content-type-options"], "nosniff");
+
+    struct Case {
+        std::string if_none_match;
+        int status;
+    } cases[] = {
+        {etag, 304},
+        {"W/" + etag, 304},
+        {"\"other\", " + etag, 304},
+        {"*", 304},
+        {"\"other\"", 200},
+        {etag.substr(0, etag.size() - 2) + "\"", 200},
+    };
+    for (const auto& k : cases) {
+        c.send(get("/style.css", "If-None-Match: " + k.if_none_match + "\r\n"));
+        auto r = c.read();
+        EXPECT_EQ(r.status, k.status) << k.if_none_match;
+        EXPECT_EQ(r.headers["etag"], etag) << k.if_none_match;
+        if (k.status == 304) EXPECT_TRUE(r.body.empty());
+    }
+    c.send(get("/images/arrow1.gif"));
+    EXPECT_EQ(c.read().headers["cache-control"], "max-age=86400");
+
+    c.send(get("/login.asp"));
+    auto page = c.read();
+    EXPECT_EQ(page.headers["cache-control"], "no-store");
+    EXPECT_EQ(page.headers["x-content-type-options"], "nosniff");
+    EXPECT_EQ(page.headers.count("etag"), 0u);
+}
+
+TEST(ServeSite, ControlBytesInThePathAre400) {
+    Served s;
+    for (const char* path : {"/style.css%00.gif", "/a%0D%0ASet-Cookie:%20x=1", "/images/%01arrow1.gif",
+                             "/login.asp%7F", "/%09style.css"}) {
+        Client c(s.server.port());
+        c.send(get(path));
+        EXPECT_EQ(c.read().status, 400) << path;
+    }
+    Client c(s.server.port());
+    c.send(get("/style%2Ecss"));
+    EXPECT_EQ(c.read().status, 200);
+}
+
+TEST(ServeSite, RefusedLoginsAreHeldBackOnTheWire) {
+    Served s;
+    s.site.site().throttle().set_schedule({0, std::chrono::milliseconds(300), std::chrono::milliseconds(300)});
+    std::string body = "username=admin&password=wrong";
+    std::string post = "POST /loginverify.asp HTTP/1.1\r\nHost: 127.0.0.1\r\nContent-Type: "
+                       "application/x-www-form-urlencoded\r\nContent-Length: " +
+                       std::to_string(body.size()) + "\r\n\r\n" + body;
+    Client c(s.server.port());
+    auto t0 = std::chrono::steady_clock::now();
+    c.send(post);
+    EXPECT_EQ(c.read().headers["location"], "./login.asp?login=error");
+    EXPECT_GE(std::chrono::steady_clock::now() - t0, std::chrono::milliseconds(290));
+    // A page of another client meanwhile is not kept waiting.
+    Client other(s.server.port());
+    c.send(post);
+    t0 = std::chrono::steady_clock::now();
+    other.send(get("/style.css"));
+    EXPECT_EQ(other.read().status, 200);
+    EXPECT_LT(std::chrono::steady_clock::now() - t0, std::chrono::milliseconds(250));
+    EXPECT_EQ(c.read().status, 302);
 }

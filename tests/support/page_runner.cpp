@@ -32,6 +32,7 @@ Reply run_body(TestSite& site, const std::string& cls, HttpRequest req, BodyPage
     BodyPage::body() = nullptr;
     Reply out;
     out.status = r.status;
+    out.delay = r.delay;
     out.headers = r.headers;
     out.raw = r.body;
     out.body = gb_to_utf8(r.body);

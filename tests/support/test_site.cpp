@@ -77,6 +77,7 @@ Reply TestSite::send(HttpRequest req, const std::string& cls) {
     HttpResponse r = cls.empty() ? site_->handle(req) : site_->run_page(cls, req);
     Reply out;
     out.status = r.status;
+    out.delay = r.delay;
     out.headers = r.headers;
     if (!r.file.empty()) {
         std::ifstream in(r.file, std::ios::binary);

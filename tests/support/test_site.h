@@ -2,6 +2,7 @@
 // that keeps the session cookie: pages are run through the real dispatcher.
 #pragma once
 
+#include <chrono>
 #include <memory>
 #include <string>
 #include <utility>
@@ -15,6 +16,7 @@ namespace tav::test {
 
 struct Reply {
     int status = 0;
+    std::chrono::milliseconds delay{0};  // how long the server would hold the answer back
     std::string body;   // decoded to UTF-8 for text answers
     std::string raw;    // bytes as sent
     std::vector<std::pair<std::string, std::string>> headers;

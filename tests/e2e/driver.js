@@ -1,0 +1,224 @@
+// One small driver over two engines, so each browser flow is written once and runs in
+// Debian's chromium (playwright-core) and Debian's Firefox ESR (puppeteer-core over WebDriver
+// BiDi). Flows reach into frames by name from the top window with plain DOM calls, which both
+// engines run alike, and click with the mouse at an element's centre: Firefox's element click
+// refuses elements low on a quirks-mode page.
+'use strict';
+const fs = require('node:fs');
+const path = require('node:path');
+const assert = require('node:assert/strict');
+
+const ENGINES = (process.env.TAVELOR_BROWSERS || 'chromium,firefox').split(',').filter(Boolean);
+const SHOTS = process.env.TAVELOR_SHOTS || path.join(require('node:os').tmpdir(), 'tavelor-shots');
+
+async function launchChromium() {
+  const { chromium } = require('playwright-core');
+  return chromium.launch({
+    executablePath: process.env.CHROMIUM || '/usr/bin/chromium',
+    args: ['--no-sandbox', '--disable-gpu', '--no-first-run', '--disable-background-networking',
+      '--disable-component-update', '--disable-sync', '--lang=zh-CN'],
+    // keep the popup blocker on, as users have it
+    ignoreDefaultArgs: ['--disable-popup-blocking'],
+  });
+}
+
+async function launchFirefox() {
+  const puppeteer = require('puppeteer-core');
+  return puppeteer.launch({
+    browser: 'firefox',
+    protocol: 'webDriverBiDi',
+    executablePath: process.env.FIREFOX || '/usr/bin/firefox-esr',
+    headless: true,
+    defaultViewport: null,
+    extraPrefsFirefox: { 'intl.accept_languages': 'zh-CN' },
+  });
+}
+
+// A page of either engine. Errors (uncaught exceptions in any frame) and alert texts collect
+// in `errors` and `alerts`; alerts and confirms are accepted.
+class Page {
+  constructor(engine, raw) {
+    this.engine = engine;
+    this.raw = raw;
+    this.errors = [];
+    this.alerts = [];
+    raw.on('pageerror', (e) => this.errors.push(String(e && e.message || e)));
+    raw.on('dialog', async (d) => {
+      this.alerts.push(d.message());
+      try { await d.accept(); } catch (_) { /* closed with its page */ }
+    });
+  }
+
+  async goto(url) {
+    await this.raw.goto(url, { waitUntil: 'load' });
+  }
+
+  url() { return this.raw.url(); }
+
+  // Runs `fn(win, arg)` in the window reached from the top by frame names (`path` '' or
+  // 'dir' or 'detail/inner'; '@dialog' is the page in the topmost open dialog): same-origin
+  // frames are plain objects to the top's script. Return plain data, not DOM nodes.
+  async in(path, fn, arg) {
+    return this.raw.evaluate(([p, src, a]) => {
+      let w = window;
+      for (const name of p ? p.split('/') : []) {
+        if (name === '@dialog') {
+          const d = Array.from(w.document.querySelectorAll('dialog[open] iframe')).pop();
+          w = d && d.contentWindow;
+        } else w = w.frames[name];
+        if (!w) return undefined;
+      }
+      // eslint-disable-next-line no-new-func
+      return new Function('win', 'arg', 'return (' + src + ')(win, arg);')(w, a);
+    }, [path || '', fn.toString(), arg === undefined ? null : arg]);
+  }
+
+  // Polls `fn` in a frame until it returns something truthy; frames reloading in between
+  // count as not yet.
+  async waitIn(path, fn, arg, what, ms = 20000) {
+    const end = Date.now() + ms;
+    let last;
+    for (;;) {
+      try {
+        const v = await this.in(path, fn, arg);
+        if (v) return v;
+        last = v;
+      } catch (e) { last = e.message; }
+      if (Date.now() > end) throw new Error('timed out waiting for ' + (what || fn.toString()) + ' (last: ' + last + ')');
+      await new Promise((r) => setTimeout(r, 150));
+    }
+  }
+
+  // Centre of the first element matching `selector` in a frame, in top window coordinates.
+  async centre(path, selector) {
+    return this.waitIn(path, (win, sel) => {
+      const el = win.document.querySelector(sel);
+      if (!el) return null;
+      // a link of no height of its own around an image: the image
+      const sized = (e) => { const q = e.getBoundingClientRect(); return q.width && q.height; };
+      const hit = sized(el) ? el : Array.from(el.querySelectorAll('*')).find(sized);
+      if (!hit) return null;
+      const r = hit.getBoundingClientRect();
+      let x = r.left + r.width / 2, y = r.top + r.height / 2;
+      for (let w = win; w !== w.top; w = w.parent) {
+        const fr = w.frameElement.getBoundingClientRect();
+        x += fr.left + w.frameElement.clientLeft;
+        y += fr.top + w.frameElement.clientTop;
+      }
+      return { x, y };
+    }, selector, 'a visible ' + selector + ' in ' + (path || 'the top window'));
+  }
+
+  // The centre once the element has stopped moving (the outbar slides its folders) and lies
+  // inside the window.
+  async restingCentre(path, selector) {
+    const vp = await this.in('', (w) => ({ w: w.innerWidth, h: w.innerHeight }));
+    let last = null;
+    const end = Date.now() + 20000;
+    for (;;) {
+      const c = await this.centre(path, selector);
+      if (last && c.x === last.x && c.y === last.y && c.x >= 0 && c.y >= 0 && c.x < vp.w && c.y < vp.h) return c;
+      if (Date.now() > end) throw new Error(selector + ' in ' + path + ' does not come to rest in the window: ' + JSON.stringify(c));
+      last = c;
+      await new Promise((r) => setTimeout(r, 120));
+    }
+  }
+
+  async click(path, selector) {
+    const { x, y } = await this.restingCentre(path, selector);
+    await this.raw.mouse.click(x, y);
+  }
+
+  // Click that starts a navigation of the top window; waits for its load.
+  async clickAndWait(path, selector) {
+    const { x, y } = await this.restingCentre(path, selector);
+    await Promise.all([this.raw.waitForNavigation({ waitUntil: 'load' }), this.raw.mouse.click(x, y)]);
+  }
+
+  // Types into a field as a user does: focus, clear, keys.
+  async fill(path, selector, text) {
+    await this.click(path, selector);
+    await this.in(path, (win, sel) => { const el = win.document.querySelector(sel); el.value = ''; el.focus(); }, selector);
+    await this.raw.keyboard.type(text);
+  }
+
+  async back() {
+    await this.raw.goBack({ waitUntil: 'load' });
+  }
+
+  async screenshot(name) {
+    fs.mkdirSync(SHOTS, { recursive: true });
+    const file = path.join(SHOTS, this.engine + '-' + name + '.png');
+    await this.raw.screenshot({ path: file });
+    return file;
+  }
+
+  async close() {
+    try { await this.raw.close(); } catch (_) { /* browser gone */ }
+  }
+}
+
+class Browser {
+  constructor(engine, raw) { this.engine = engine; this.raw = raw; }
+
+  async newPage({ width = 1024, height = 768 } = {}) {
+    let raw;
+    if (this.engine === 'chromium') {
+      // a context of its own: cookies and history start empty
+      const ctx = await this.raw.newContext({ viewport: { width, height }, locale: 'zh-CN' });
+      raw = await ctx.newPage();
+      raw.close = ((close) => async () => { await close.call(raw); await ctx.close(); })(raw.close);
+    } else {
+      const ctx = await this.raw.createBrowserContext();
+      raw = await ctx.newPage();
+      await raw.setViewport({ width, height });
+      raw.close = ((close) => async () => { await close.call(raw); await ctx.close(); })(raw.close);
+    }
+    return new Page(this.engine, raw);
+  }
+
+  async close() { await this.raw.close(); }
+}
+
+async function launch(engine) {
+  const raw = engine === 'chromium' ? await launchChromium() : await launchFirefox();
+  return new Browser(engine, raw);
+}
+
+// Declares `body(browser, t)` once per engine as node:test tests named "<engine>: <name>".
+// One browser per engine per file, launched on first use.
+const browsers = {};
+function flow(test, name, body, opts = {}) {
+  for (const engine of ENGINES) {
+    test(engine + ': ' + name, opts, async (t) => {
+      if (!browsers[engine]) browsers[engine] = launch(engine);
+      return body(await browsers[engine], t);
+    });
+  }
+}
+async function closeBrowsers() {
+  for (const k of Object.keys(browsers)) {
+    try { await (await browsers[k]).close(); } catch (_) { /* already gone */ }
+    delete browsers[k];
+  }
+}
+
+// No uncaught script error in any frame. The menu page's folder script needs the dialog
+// script's named fields: while the server puts no such script into left.asp its error is
+// left to the page test, which reports it as a todo, and only logged here.
+async function expectNoErrors(page, t, menuHasScript) {
+  let errors = page.errors;
+  if (menuHasScript === false) {
+    const menu = errors.filter((e) => /menu\d+ is not defined/.test(e));
+    if (menu.length) t.diagnostic('left.asp carries no compat script: ' + menu.length + ' menu errors left to the page test');
+    errors = errors.filter((e) => !menu.includes(e));
+  }
+  assert.deepEqual(errors, []);
+}
+
+// Whether the menu frame's page loaded one of the compatibility scripts.
+async function menuHasScript(page) {
+  return page.in('dir', (w) => !!w.document.querySelector('script[src$="tavdialog.js"],script[src$="tavcompat.js"]'));
+}
+
+module.exports = { ENGINES, launch, flow, closeBrowsers, expectNoErrors, menuHasScript, SHOTS };

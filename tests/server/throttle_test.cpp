@@ -1,0 +1,72 @@
+// The login throttle: its schedule, and a guessing loop against the login.
+#include <gtest/gtest.h>
+
+#include <chrono>
+#include <thread>
+
+#include "server/throttle.h"
+#include "tests/support/test_site.h"
+
+using namespace tav;
+using namespace std::chrono_literals;
+using test::Reply;
+using test::TestSite;
+
+TEST(LoginThrottle, DelayDoublesAfterTheFreeFailuresUpToTheCap) {
+    LoginThrottleTable t;  // 3 free, then 1 s doubling, at most 30 s
+    const std::chrono::milliseconds expected[] = {0ms, 0ms, 0ms, 0ms, 1000ms, 2000ms, 4000ms,
+                                                  8000ms, 16000ms, 30000ms, 30000ms};
+    for (unsigned n = 0; n < std::size(expected); ++n) EXPECT_EQ(t.delay_after(n), expected[n]) << n;
+    EXPECT_EQ(t.delay_after(1000), 30000ms);
+}
+
+TEST(LoginThrottle, KeysAreSeparateAndSuccessClearsOne) {
+    LoginThrottleTable t({/*free*/ 1, 10000ms, 30000ms});
+    t.failed("u:a");
+    EXPECT_EQ(t.pending("u:a"), 0ms);  // the free one
+    t.failed("u:a");
+    EXPECT_GT(t.pending("u:a"), 9000ms);
+    EXPECT_EQ(t.pending("u:b"), 0ms);
+    t.succeeded("u:a");
+    EXPECT_EQ(t.pending("u:a"), 0ms);
+    t.failed("u:a");
+    EXPECT_EQ(t.pending("u:a"), 0ms);  // counting starts again
+}
+
+TEST(LoginThrottle, TableStaysBounded) {
+    LoginThrottleTable t({0, 1ms, 1ms}, 100);
+    for (int i = 0; i < 1000; ++i) t.failed("a:" + std::to_string(i));
+    EXPECT_LE(t.size(), 100u);
+}
+
+TEST(LoginThrottle, GuessingLoopIsRefusedUncheckedAndTheRightPasswordWorksAfterTheWait) {
+    TestSite site;
+    site.site().throttle().set_schedule({3, 300ms, 1000ms});
+    auto attempt = [&](const char* password) {
+        return site.post_form("/loginverify.asp", {{"username", "Admin"}, {"password", password}});
+    };
+    int free = 0, held = 0;
+    for (int i = 0; i < 200; ++i) {
+        Reply r = attempt("wrong");
+        ASSERT_EQ(r.location(), "./login.asp?login=error") << i;
+        if (i < 3) free += r.delay == 0ms;
+        held += r.delay > 0ms;
+    }
+    EXPECT_EQ(free, 3);   // the first failures cost nothing
+    EXPECT_EQ(held, 197);  // every later answer waits
+    // During the wait even the right password is refused: it is not checked.
+    Reply early = attempt("admin");
+    EXPECT_EQ(early.location(), "./login.asp?login=error");
+    EXPECT_GT(early.delay, 0ms);
+    // The account key, written in another case, and the address key both hold.
+    EXPECT_GT(site.site().throttle().pending("u:admin"), 0ms);
+    EXPECT_GT(site.site().throttle().pending("a:127.0.0.1"), 0ms);
+
+    std::this_thread::sleep_for(std::max(site.site().throttle().pending("u:admin"),
+                                         site.site().throttle().pending("a:127.0.0.1")));
+    Reply in = attempt("admin");
+    EXPECT_EQ(in.location(), "./");
+    EXPECT_EQ(in.delay, 0ms);
+    // Success cleared both keys.
+    EXPECT_EQ(attempt("wrong").delay, 0ms);
+}
