@@ -12,6 +12,8 @@ public:
         Response.buffer(true);
         dbI_init();
         require_login(LoginTest::IdOnly);
+        // the folder script reads each folder's hidden field by its bare name
+        Response.client_compat(kCompatDialogs);
         write_head({.no_cache_days = 1});
         Response.line("<style type=\"text/css\">");
         Response.line("body { scrollbar-face-color: #C0C0C0; scrollbar-highlight-color: #E0E0E0; "

@@ -58,6 +58,10 @@ std::string content_type_for(const std::string& name) {
     std::size_t dot = name.rfind('.');
     std::size_t slash = name.rfind('/');
     if (dot == std::string::npos || (slash != std::string::npos && dot < slash)) return "application/octet-stream";
+    // TreeBar.html is, in spite of its name, the outbar's script: pages load it by <script src>,
+    // which browsers refuse for an HTML type under nosniff.
+    if (iequals(std::string_view(name).substr(slash == std::string::npos ? 0 : slash + 1), "TreeBar.html"))
+        return "application/javascript; charset=utf-8";
     std::string ext = lower(std::string_view(name).substr(dot));
     static const std::pair<const char*, const char*> types[] = {
         {".html", "text/html; charset=utf-8"}, {".htm", "text/html; charset=utf-8"},

@@ -1,5 +1,5 @@
 'use strict';
-// Browser check of site/tavcompat.js in Debian's chromium: fixture pages written the IE way
+// Browser checks of site/tavcompat.js in both engines: fixture pages written the IE way
 // (client VBScript, showModalDialog, frames) served as gb2312 by a small server of our own.
 const test = require('node:test');
 const assert = require('node:assert/strict');
@@ -7,15 +7,13 @@ const http = require('node:http');
 const fs = require('node:fs');
 const path = require('node:path');
 const { execFileSync } = require('node:child_process');
-const { chromium } = require('playwright-core');
 
 const FIXTURES = path.join(__dirname, 'fixtures');
 const SCRIPT = path.join(__dirname, '..', '..', 'site', 'tavcompat.js');
-const { SHOTS: OUT } = require('./driver');
-const CHROMIUM = process.env.CHROMIUM || '/usr/bin/chromium';
+const { flow, closeBrowsers } = require('./driver');
 
 const requests = [];
-let server, base, browser;
+let server, base;
 
 // Fixtures are kept in UTF-8 and sent as GBK bytes, as the host sends its pages.
 function gbk(text) { return execFileSync('iconv', ['-f', 'UTF-8', '-t', 'GBK'], { input: text }); }
@@ -54,177 +52,155 @@ function startServer() {
   }));
 }
 
-test.before(async () => {
-  await startServer();
-  browser = await chromium.launch({
-    executablePath: CHROMIUM,
-    args: ['--no-sandbox', '--disable-gpu', '--no-first-run', '--disable-background-networking',
-      '--disable-component-update', '--disable-sync'],
-    // keep the popup blocker on, as users have it
-    ignoreDefaultArgs: ['--disable-popup-blocking']
-  });
-  fs.mkdirSync(OUT, { recursive: true });
-});
-test.after(async () => {
-  if (browser) await browser.close();
-  if (server) server.close();
-});
+test.before(startServer);
+test.after(async () => { await closeBrowsers(); if (server) server.close(); });
 
-// A page that collects alerts (accepting them) and console errors.
-async function openPage() {
-  const page = await browser.newPage({ viewport: { width: 1024, height: 700 } });
-  const alerts = [];
-  const errors = [];
-  page.on('dialog', async (d) => { alerts.push(d.message()); await d.accept(); });
-  page.on('console', (m) => { if (m.type() === 'error') errors.push(m.text()); });
-  page.on('pageerror', (e) => errors.push(String(e)));
-  return { page, alerts, errors };
-}
+const text = (page, sel, path = '') => page.in(path, (w, s) => { const e = w.document.querySelector(s); return e ? e.textContent : null; }, sel);
+const waitText = (page, sel, re, path = '') => page.waitIn(path, (w, a) => {
+  const e = w.document.querySelector(a[0]);
+  return !!e && new RegExp(a[1]).test(e.textContent);
+}, [sel, re.source], sel + ' ' + re);
+const dialogs = (page) => page.in('', (w) => w.document.querySelectorAll('dialog').length);
 
-test('VBScript do_submit checks the form, alerts and submits; bare-name and <id>_on<event> handlers', async () => {
-  const { page, alerts, errors } = await openPage();
+flow(test, 'VBScript do_submit checks the form, alerts and submits; bare-name and <id>_on<event> handlers', async (browser, t) => {
+  const page = await browser.newPage({ width: 1024, height: 700 });
+  t.after(() => page.close());
   await page.goto(base + '/settings.html');
-  assert.equal(await page.evaluate(() => document.characterSet), 'GBK');
+  assert.equal(await page.in('', (w) => w.document.characterSet), 'GBK');
 
-  await page.click('#send');
-  assert.deepEqual(alerts, ['请在间隔时间处输入数字(>60)!']);
-  assert.equal(await page.evaluate(() => document.activeElement.name), 'work_time');
+  await page.click('', '#send');
+  await page.waitIn('', () => true);
+  assert.deepEqual(page.alerts, ['请在间隔时间处输入数字(>60)!']);
+  assert.equal(await page.in('', (w) => w.document.activeElement.name), 'work_time');
 
-  await page.fill('input[name=work_time]', '30');
-  await page.click('#send');
-  // chromium shows the carriage return of chr(13) as a line break
-  assert.match(alerts[1], /^间隔时间太短![\r\n]应在60秒或以上。$/);
+  await page.fill('', 'input[name=work_time]', '30');
+  await page.click('', '#send');
+  await page.waitIn('', () => true);
+  // the carriage return of chr(13) shows as a line break
+  assert.match(page.alerts[1], /^间隔时间太短![\r\n]+应在60秒或以上。$/);
 
-  await page.fill('input[name=user_text]', 'abc');
-  await page.click('#btnCheck');
-  assert.equal(await page.textContent('#result'), 'clicked ABC');
+  await page.fill('', 'input[name=user_text]', 'abc');
+  await page.click('', '#btnCheck');
+  await waitText(page, '#result', /^clicked ABC$/);
+  await page.click('', '#vbsAttr');
+  await waitText(page, '#result', /^vbs 4$/);
+  await page.click('', '#btnFor');
+  await waitText(page, '#result', /^for-event OK$/);
 
-  await page.click('#vbsAttr');
-  assert.equal(await page.textContent('#result'), 'vbs 4', 'a handler attribute in VBScript');
-  await page.click('#btnFor');
-  assert.equal(await page.textContent('#result'), 'for-event OK', 'a script for= event= block');
+  // a handler written as a bare sub name (onclick="go_append") calls the sub
+  await page.fill('', 'input[name=user_text]', ' ');
+  await page.click('', '#append');
+  await page.waitIn('', () => true);
+  assert.equal(page.alerts[2], '请输入新增的信息类别名称！');
 
-  await page.fill('input[name=work_time]', '90');
-  await Promise.all([page.waitForURL(/\/echo\?/), page.click('#send')]);
-  assert.match(page.url(), /work_time=90&user_text=abc&id=5$/);
-  assert.deepEqual(errors, []);
-  await page.close();
-});
-
-test('a handler written as a bare sub name (onclick="go_append") calls the sub', async () => {
-  const { page, alerts, errors } = await openPage();
+  await page.fill('', 'input[name=user_text]', 'abc');
+  await page.fill('', 'input[name=work_time]', '90');
+  await page.clickAndWait('', '#send');
+  assert.match(page.url(), /\/echo\?work_time=90&user_text=abc&id=5$/);
   await page.goto(base + '/settings.html');
-  await page.click('#append');
-  assert.deepEqual(alerts, ['请输入新增的信息类别名称！']);
-  await page.fill('input[name=user_text]', 'news');
-  await Promise.all([page.waitForURL(/\/echo\?/), page.click('#append')]);
+  await page.fill('', 'input[name=work_time]', '90');
+  await page.fill('', 'input[name=user_text]', 'news');
+  await page.clickAndWait('', '#append');
   assert.match(page.url(), /user_text=news&id=0$/, 'go_append sets id to 0 before submitting');
-  assert.deepEqual(errors, []);
-  await page.close();
+  assert.deepEqual([page.errors, page.console], [[], []]);
 });
 
-test('window_onload in the zero-height message frame raises its dialog in the top window, above every frame', async () => {
-  const { page, errors } = await openPage();
+flow(test, 'window_onload in the zero-height message frame raises its dialog in the top window, above every frame', async (browser, t) => {
+  const page = await browser.newPage({ width: 1024, height: 700 });
+  t.after(() => page.close());
   await page.goto(base + '/desk.html');
-  const message = page.frame({ name: 'message' });
-  const dlg = page.locator('dialog.tav-dialog');
-  await dlg.waitFor({ state: 'visible' });
-  for (const f of page.frames().filter((f) => f !== page.mainFrame())) {
-    assert.equal(await f.locator('dialog').count(), 0, 'no dialog in frame ' + f.name());
-  }
+  const box = await page.waitIn('', (w) => {
+    const d = w.document.querySelector('dialog.tav-dialog[open]');
+    if (!d) return null;
+    const r = d.getBoundingClientRect();
+    return { x: r.x, width: r.width, height: r.height, title: d.querySelector('.tav-dialog-title').textContent };
+  }, null, 'the reminder');
+  const inFrames = await page.in('', (w) => Array.from(w.frames, (f) => f.document.querySelectorAll('dialog').length).reduce((a, b) => a + b, 0));
+  assert.equal(inFrames, 0, 'no dialog in any frame');
   // the reminder text went into the query as GBK bytes, markup included
   const popReq = requests.find((u) => u.startsWith('/message_pop.html?'));
   assert.ok(popReq, 'dialog page requested');
   assert.match(popReq, /mstr=%3Ccenter%3E%BB%B6%D3%AD/, popReq);
   assert.match(popReq, /%D3%D0%202%20%B7%E2/);
-
   // 25em by 11em plus the title bar, centred in the window
-  const box = await dlg.boundingBox();
   assert.ok(box.width >= 400 && box.height >= 176 + 20, JSON.stringify(box));
   assert.ok(Math.abs(box.x + box.width / 2 - 512) < 3, JSON.stringify(box));
-  await page.locator('.tav-dialog-title', { hasText: 'Tavelor提醒' }).waitFor();
+  await page.waitIn('', (w) => /Tavelor提醒/.test(w.document.querySelector('.tav-dialog-title').textContent), null, 'the title');
   // modal: the frames below take no clicks
-  const hit = await page.evaluate(() => document.elementFromPoint(20, 300).tagName);
-  assert.notEqual(hit, 'FRAME');
-  await page.screenshot({ path: path.join(OUT, 'reminder-dialog.png') });
+  assert.notEqual(await page.in('', (w) => w.document.elementFromPoint(20, 300).tagName), 'FRAME');
+  await page.screenshot('fixture-reminder');
 
   // the working frame and the poll frame load other pages while the reminder is up: it stays
-  await page.frame({ name: 'detail' }).goto(base + '/blank.html');
-  await message.goto(base + '/blank.html');
-  assert.ok(await dlg.isVisible());
+  await page.in('', (w) => { w.frames.detail.location.href = 'blank.html'; w.frames.message.location.href = 'blank.html'; });
+  await page.waitIn('message', (w) => /blank\.html$/.test(w.location.href) && w.document.readyState === 'complete');
+  await page.waitIn('detail', (w) => /blank\.html$/.test(w.location.href) && w.document.readyState === 'complete');
+  assert.equal(await dialogs(page), 1);
   // the button runs close_my(): closepop into the frame "sound", then window.close()
-  await page.frameLocator('dialog iframe').locator('input[value="确定"]').click();
-  await dlg.waitFor({ state: 'detached' });
-  await page.waitForFunction(() => /closepop\.html$/.test(window.frames.sound.location.href));
-  assert.deepEqual(errors, []);
-  await page.close();
+  await page.click('@dialog', 'input[value="确定"]');
+  await page.waitIn('', (w) => !w.document.querySelector('dialog'), null, 'the dialog to go');
+  await page.waitIn('sound', (w) => /closepop\.html$/.test(w.location.href), null, 'closepop');
+  assert.deepEqual([page.errors, page.console], [[], []]);
 });
 
-test('returnValue of a VBScript dialog comes back to an awaiting caller, with dialogArguments passed in', async () => {
-  const { page, alerts, errors } = await openPage();
+flow(test, 'returnValue of a VBScript dialog comes back to an awaiting caller, with dialogArguments passed in', async (browser, t) => {
+  const page = await browser.newPage({ width: 1024, height: 700 });
+  t.after(() => page.close());
   await page.goto(base + '/caller.html');
-  await page.click('#pick');
-  const inner = page.frameLocator('dialog iframe');
-  await page.locator('dialog.tav-dialog').waitFor({ state: 'visible' });
-  await inner.locator('#args', { hasText: 'from caller' }).waitFor();
-  await page.screenshot({ path: path.join(OUT, 'select-user-dialog.png') });
+  await page.click('', '#pick');
+  await waitText(page, '#args', /from caller/, '@dialog');
+  await page.screenshot('fixture-select-user');
 
-  await inner.locator('#ok').click();
-  assert.deepEqual(alerts, ['请选取收件人！'], 'nothing ticked: the dialog stays');
-  assert.equal(await page.locator('dialog.tav-dialog').count(), 1);
+  await page.click('@dialog', '#ok');
+  await page.waitIn('', () => true);
+  assert.deepEqual(page.alerts, ['请选取收件人！'], 'nothing ticked: the dialog stays');
+  assert.equal(await dialogs(page), 1);
 
-  await inner.locator('input[name="1|Ann"]').check();
-  await inner.locator('input[name="3|Cy"]').check();
-  await inner.locator('#ok').click();
-  await page.locator('#out', { hasText: '0,2,0' }).waitFor();
-  assert.equal(await page.locator('dialog').count(), 0);
+  await page.click('@dialog', 'input[name="1|Ann"]');
+  await page.click('@dialog', 'input[name="3|Cy"]');
+  await page.click('@dialog', '#ok');
+  await waitText(page, '#out', /^0,2,0$/);
+  assert.equal(await dialogs(page), 0);
 
-  // checkall() inverts the boxes and relabels its button; the close button gives no value
-  await page.click('#pick');
-  await inner.locator('input[name=clear]').click();
-  assert.equal(await inner.locator('input[name=clear]').inputValue(), '反选');
-  assert.equal(await inner.locator('input[type=checkbox]:checked').count(), 3);
-  await page.locator('.tav-dialog-x').click();
-  await page.locator('#out', { hasText: 'null' }).waitFor();
-  assert.deepEqual(errors, []);
-  await page.close();
+  // checkall() inverts the boxes and relabels its button; the close box gives no value
+  await page.click('', '#pick');
+  await page.click('@dialog', 'input[name=clear]');
+  await page.waitIn('@dialog', (w) => w.document.querySelector('input[name=clear]').value === '反选', null, 'the relabelled button');
+  assert.equal(await page.in('@dialog', (w) => w.document.querySelectorAll('input[type=checkbox]:checked').length), 3);
+  await page.click('', '.tav-dialog-x');
+  await waitText(page, '#out', /^null$/);
+  assert.deepEqual([page.errors, page.console], [[], []]);
 });
 
-test('a dialog that submits and closes returns at once and lets its request finish', async () => {
-  const { page, errors } = await openPage();
+flow(test, 'a dialog that submits and closes returns at once and lets its request finish; one that closes while loading', async (browser, t) => {
+  const page = await browser.newPage({ width: 1024, height: 700 });
+  t.after(() => page.close());
   await page.goto(base + '/caller.html');
-  await page.click('#img');
-  const inner = page.frameLocator('dialog iframe');
-  await inner.locator('input[name=file_name]').fill('C:\\pics\\cat.gif');
+  await page.click('', '#img');
+  await page.fill('@dialog', 'input[name=file_name]', 'C:\\pics\\cat.gif');
   const before = requests.length;
-  await inner.locator('#up').click();
-  await page.locator('#out', { hasText: '<IMG border=0 SRC=./Datas/email/cat.gif ALIGN=left>' }).waitFor();
-  assert.equal(await page.locator('dialog').isVisible(), false, 'hidden at once');
-  await page.locator('dialog').waitFor({ state: 'detached' });
+  await page.click('@dialog', '#up');
+  await waitText(page, '#out', /^<IMG border=0 SRC=\.\/Datas\/email\/cat\.gif ALIGN=left>$/);
+  assert.equal(await page.in('', (w) => w.getComputedStyle(w.document.querySelector('dialog')).display), 'none', 'hidden at once');
+  await page.waitIn('', (w) => !w.document.querySelector('dialog'), null, 'the dialog removed after the upload');
   assert.ok(requests.slice(before).some((u) => u.startsWith('/uploaded?filepath=')), 'the upload reached the server');
-  assert.deepEqual(errors, []);
-  await page.close();
+
+  // script-level VBScript that closes its dialog while the page loads (the close page)
+  await page.click('', '#shut');
+  await waitText(page, '#out', /^closed:bye$/);
+  assert.equal(await dialogs(page), 0);
+  assert.deepEqual([page.errors, page.console], [[], []]);
 });
 
-test('script-level VBScript that closes its dialog while the page loads (the close page)', async () => {
-  const { page, errors } = await openPage();
-  await page.goto(base + '/caller.html');
-  await page.click('#shut');
-  await page.locator('#out', { hasText: 'closed:bye' }).waitFor();
-  assert.equal(await page.locator('dialog').count(), 0);
-  assert.deepEqual(errors, []);
-  await page.close();
-});
-
-test('a VBScript block runs before the next script; a bad line is reported and the rest works', async () => {
-  const { page, errors } = await openPage();
+flow(test, 'a VBScript block runs before the next script; a bad line is reported and the rest works', async (browser, t) => {
+  const page = await browser.newPage({ width: 1024, height: 700 });
+  t.after(() => page.close());
   await page.goto(base + '/order.html');
-  assert.equal(await page.evaluate(() => window.early), 42, 'a JS block calls the Function of the block before it');
-  assert.equal(await page.textContent('#w'), 'written 4', 'document.write while parsing lands in place');
-  assert.equal(await page.locator('#b').count(), 1, 'and the page was not replaced');
-  assert.equal(errors.length, 1, errors.join('\n'));
-  assert.match(errors[0], /VBScript block 2, line 3: .*x = = 1/);
-  await page.click('#b');
-  assert.equal(await page.title(), 'fine 42');
-  await page.close();
+  assert.equal(await page.in('', (w) => w.early), 42, 'a JS block calls the Function of the block before it');
+  assert.equal(await text(page, '#w'), 'written 4', 'document.write while parsing lands in place');
+  assert.equal(await page.in('', (w) => w.document.querySelectorAll('#b').length), 1, 'and the page was not replaced');
+  assert.equal(page.console.length, 1, page.console.join('\n'));
+  assert.match(page.console[0], /VBScript block 2, line 3: .*x = = 1/);
+  await page.click('', '#b');
+  await page.waitIn('', (w) => w.document.title === 'fine 42', null, 'the title set by Fine');
+  assert.deepEqual(page.errors, []);
 });

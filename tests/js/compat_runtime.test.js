@@ -161,9 +161,3 @@ test('handlers written as a bare name call the sub, also dotted paths; false can
   assert.equal(form.submitted, 1);
   assert.equal(R.handlerCall(el, 'E', 'nothing_here'), undefined);
 });
-
-test('the script is ASCII only: pages load it without a charset and read it as GBK', () => {
-  const text = require('node:fs').readFileSync(require.resolve('../../site/tavcompat.js'), 'latin1');
-  const bad = text.split('\n').map((l, i) => [i + 1, l]).filter(([, l]) => /[^\x00-\x7f]/.test(l));
-  assert.deepEqual(bad, []);
-});

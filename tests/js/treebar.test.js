@@ -17,42 +17,28 @@ function load(globals) {
 const tb = load();
 const plain = (v) => JSON.parse(JSON.stringify(v));
 
-test('entries as left.asp writes them', () => {
-  const text = "'images/arrow1.gif',' 录入数据','Data_Input.asp?m=menu31', 'detail'," +
-               "'images/arrow1.gif',' 类别维护','Data_type.asp?m_id=31&xm=sjzx', 'detail',";
-  assert.deepStrictEqual(plain(tb.TB_ParseEntries(text)), [
-    { icon: 'images/arrow1.gif', label: ' 录入数据', url: 'Data_Input.asp?m=menu31', target: 'detail' },
-    { icon: 'images/arrow1.gif', label: ' 类别维护', url: 'Data_type.asp?m_id=31&xm=sjzx', target: 'detail' },
-  ]);
-});
-
-test('blanks and line breaks around quotes and commas do not matter', () => {
-  const text = "  'a.gif' ,  ' 甲' ,\r\n 'x.asp?a=1&b=2'  ,'detail' ,\n'b.gif','乙 丙','y.asp','_blank',  ";
-  const e = plain(tb.TB_ParseEntries(text));
-  assert.strictEqual(e.length, 2);
-  assert.deepStrictEqual(e[0], { icon: 'a.gif', label: ' 甲', url: 'x.asp?a=1&b=2', target: 'detail' });
-  assert.strictEqual(e[1].label, '乙 丙');      // blanks inside a value stay
-  assert.strictEqual(e[1].target, '_blank');
-});
-
-test('backquotes as the database stores them parse like single quotes', () => {
-  const e = plain(tb.TB_ParseEntries('`images/arrow1.gif`,` 通知`,`Data_list.asp?sub_menu=4102`, `detail`,'));
-  assert.deepStrictEqual(e, [{ icon: 'images/arrow1.gif', label: ' 通知', url: 'Data_list.asp?sub_menu=4102', target: 'detail' }]);
-});
-
-test('empty folder, missing text and broken tails give no phantom entries', () => {
-  assert.strictEqual(tb.TB_ParseEntries('').length, 0);
-  assert.strictEqual(tb.TB_ParseEntries(undefined).length, 0);
-  assert.strictEqual(tb.TB_ParseEntries(null).length, 0);
-  assert.strictEqual(tb.TB_ParseEntries('   ,, ').length, 0);
-  // three values only: the incomplete entry is dropped
-  assert.strictEqual(tb.TB_ParseEntries("'a.gif',' x','x.asp',").length, 0);
-  // an unterminated quote ends parsing, complete entries before it stay
-  const e = tb.TB_ParseEntries("'a','b','c','d','e','f");
-  assert.strictEqual(e.length, 1);
-  assert.strictEqual(e[0].target, 'd');
-  // an empty value is a value: an entry without a target
-  assert.strictEqual(tb.TB_ParseEntries("'a.gif',' x','x.asp','',")[0].target, '');
+test('entries: as left.asp writes them, with blanks, backquotes and broken tails', () => {
+  const E = (icon, label, url, target) => ({ icon, label, url, target });
+  const cases = [
+    ["'images/arrow1.gif',' 录入数据','Data_Input.asp?m=menu31', 'detail'," +
+     "'images/arrow1.gif',' 类别维护','Data_type.asp?m_id=31&xm=sjzx', 'detail',",
+      [E('images/arrow1.gif', ' 录入数据', 'Data_Input.asp?m=menu31', 'detail'),
+        E('images/arrow1.gif', ' 类别维护', 'Data_type.asp?m_id=31&xm=sjzx', 'detail')]],
+    // blanks and line breaks between values do not matter, blanks inside a value stay
+    ["  'a.gif' ,  ' 甲' ,\r\n 'x.asp?a=1&b=2'  ,'detail' ,\n'b.gif','乙 丙','y.asp','_blank',  ",
+      [E('a.gif', ' 甲', 'x.asp?a=1&b=2', 'detail'), E('b.gif', '乙 丙', 'y.asp', '_blank')]],
+    // backquotes as the database stores them
+    ['`images/arrow1.gif`,` 通知`,`Data_list.asp?sub_menu=4102`, `detail`,',
+      [E('images/arrow1.gif', ' 通知', 'Data_list.asp?sub_menu=4102', 'detail')]],
+    ['', []], [undefined, []], [null, []], ['   ,, ', []],
+    // three values only: the incomplete entry is dropped
+    ["'a.gif',' x','x.asp',", []],
+    // an unterminated quote ends parsing; complete entries before it stay
+    ["'a','b','c','d','e','f", [E('a', 'b', 'c', 'd')]],
+    // an empty value is a value: an entry without a target
+    ["'a.gif',' x','x.asp','',", [E('a.gif', ' x', 'x.asp', '')]],
+  ];
+  for (const [text, want] of cases) assert.deepStrictEqual(plain(tb.TB_ParseEntries(text)), want, JSON.stringify(text));
 });
 
 test('buttons up to the open folder stack at the top, the rest at the bottom', () => {
