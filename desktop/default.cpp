@@ -11,10 +11,7 @@ class default_ : public Page {
 public:
     void I_init() override {
         dbI_init();
-        if (Session("QWX3TRh_k7").blank() || Session("user_id").blank()) {
-            Response.redirect("login.asp");
-            END_PAGE();
-        }
+        require_login(LoginTest::MarkerAndId);
         std::string meeting_src = "about:blank";
         std::string main_src = "started.asp";
         Session.set("Message_POP", "YES");
@@ -26,10 +23,7 @@ public:
         rs.close();
         conn.close();
 
-        Response.line("<html>");
-        Response.line("<head>");
-        Response.line("<title>" + html_text(Session("dw_name")) + "网络办公系统</title>");
-        Response.line("<meta http-equiv=\"Content-Type\" content=\"text/html; charset=gb2312\">");
+        write_head({.title = Session("dw_name") + "网络办公系统", .style = false});
         Response.line("<script language=\"JavaScript\">");
         Response.line("function show_status()");
         Response.line("{");

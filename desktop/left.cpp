@@ -11,18 +11,10 @@ public:
     void I_init() override {
         Response.buffer(true);
         dbI_init();
-        if (Session("USER_ID").blank()) {
-            Response.redirect("login.asp");
-            END_PAGE();
-        }
+        require_login(LoginTest::IdOnly);
         // the folder script reads each folder's hidden field by its bare name
         Response.client_compat(kCompatDialogs);
-        Response.line("<html>");
-        Response.line("<head>");
-        Response.line("<meta http-equiv=\"Content-Type\" content=\"text/html; charset=gb2312\">");
-        Response.line("<meta http-equiv=\"pragma\" content=\"no-cache\">");
-        Response.line("<meta http-equiv=\"expires\" content=\"" + NowText(-1) + "\">");
-        Response.line("<link rel=\"stylesheet\" href=\"style.css\" type=\"text/css\">");
+        write_head({.no_cache_days = 1});
         Response.line("<style type=\"text/css\">");
         Response.line("body { scrollbar-face-color: #C0C0C0; scrollbar-highlight-color: #E0E0E0; "
                       "scrollbar-shadow-color: #808080; scrollbar-3dlight-color: #D0D0D0; "

@@ -26,11 +26,7 @@ public:
                               "&next_href=close.asp");
             END_PAGE();
         }
-        Response.line("<html>");
-        Response.line("<head>");
-        Response.line("<meta http-equiv=\"Content-Type\" content=\"text/html; charset=gb2312\">");
-        Response.line("<title>" + html_text(Session("dw_name")) + "网络办公系统</title>");
-        Response.line("<link rel=\"stylesheet\" href=\"style.css\" type=\"text/css\">");
+        write_head({.title = Session("dw_name") + "网络办公系统"});
         Response.line("<script language=\"JavaScript\">");
         Response.line("function CheckForm(formName)");
         Response.line("{");

@@ -10,13 +10,7 @@ class messagepop : public Page {
 public:
     void I_init() override {
         dbI_init();
-        Response.line("<html>");
-        Response.line("<head>");
-        Response.line("<title>" + html_text(Session("dw_name")) + "</title>");
-        Response.line("<meta http-equiv=\"Content-Type\" content=\"text/html; charset=gb2312\">");
-        Response.line("<meta http-equiv=\"pragma\" content=\"no-cache\">");
-        Response.line("<meta http-equiv=\"expires\" content=\"" + NowText(-10) + "\">");
-        Response.line("<link rel=\"stylesheet\" href=\"style.css\" type=\"text/css\">");
+        write_head({.title = Session("dw_name").str(), .no_cache_days = 10});
 
         rs = setting("pop_music");
         if (rs("Hardserial") == "1") {

@@ -16,13 +16,7 @@ public:
         }
         std::vector<std::string> files = Split(rs("D_afile"), "*");
 
-        Response.line("<html>");
-        Response.line("<head>");
-        Response.line("<title>最近通知</title>");
-        Response.line("<meta http-equiv=\"Content-Type\" content=\"text/html; charset=gb2312\">");
-        Response.line("<link rel=\"stylesheet\" href=\"style.css\" type=\"text/css\">");
-        Response.line("<meta http-equiv=\"pragma\" content=\"no-cache\">");
-        Response.line("<meta http-equiv=\"expires\" content=\"" + NowText(-1) + "\">");
+        write_head({.title = "最近通知", .no_cache_days = 1});
         Response.line("</head>");
         Response.line("<body bgcolor=\"#abcdef\">");
         Response.line("<table width=\"100%\" border=\"0\" cellspacing=\"0\" cellpadding=\"4\">");

@@ -9,11 +9,8 @@ class started : public Page {
 public:
     void I_init() override {
         dbI_init();
-        Response.line("<html>");
-        Response.line("<head>");
-        Response.line("<meta http-equiv=\"Content-Type\" content=\"text/html; charset=gb2312\">");
+        write_head({});
         Response.line("<meta http-equiv=\"refresh\" content=\"30;url=data_home.asp\">");
-        Response.line("<link rel=\"stylesheet\" href=\"style.css\" type=\"text/css\">");
         Response.line("</head>");
         Response.line("<body bgcolor=\"#336666\">");
         Response.line("<br><br><br>");

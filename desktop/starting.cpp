@@ -6,9 +6,7 @@ namespace tav::pages {
 class starting : public Page {
 public:
     void I_init() override {
-        Response.line("<html>");
-        Response.line("<head>");
-        Response.line("<meta http-equiv=\"Content-Type\" content=\"text/html; charset=gb2312\">");
+        write_head({.style = false});
         Response.line("</head>");
         Response.line("<body bgcolor=\"#336699\">");
         Response.line("<br><br><br>");

@@ -16,11 +16,7 @@ public:
         else
             rs = conn.execute("select * from user where id=0");
 
-        Response.line("<html>");
-        Response.line("<head>");
-        Response.line("<meta http-equiv=\"Content-Type\" content=\"text/html; charset=gb2312\">");
-        Response.line("<title>Losed password people</title>");
-        Response.line("<link rel=\"stylesheet\" href=\"style.css\" type=\"text/css\">");
+        write_head({.title = "Losed password people"});
         Response.line("<script language=\"JavaScript\" src=\"TavelorJS.js\"></script>");
         Response.line("</head>");
         Response.line("<body>");

@@ -8,11 +8,7 @@ class sysuserload : public Page {
 public:
     void I_init() override {
         dbI_init();
-        Response.line("<html>");
-        Response.line("<head>");
-        Response.line("<meta http-equiv=\"Content-Type\" content=\"text/html; charset=gb2312\">");
-        Response.line("<meta http-equiv=\"pragma\" content=\"no-cache\">");
-        Response.line("<meta http-equiv=\"expires\" content=\"" + NowText(-10) + "\">");
+        write_head({.style = false, .no_cache_days = 10});
         Response.line("</head>");
         Response.line("<body>");
         Response.line("</body>");

@@ -22,12 +22,8 @@ public:
         if (h == 12) size = "13";
         if (h == 13) size = "12.5";
 
-        Response.line("<html>");
-        Response.line("<head>");
-        Response.line("<meta http-equiv=\"Content-Type\" content=\"text/html; charset=gb2312\">");
+        write_head({.title = dw_name + "网络办公系统"});
         Response.line("<base target=\"detail\">");
-        Response.line("<title>" + html_text(dw_name) + "网络办公系统</title>");
-        Response.line("<link rel=\"stylesheet\" href=\"style.css\" type=\"text/css\">");
         Response.line("</head>");
         Response.line("<body bgcolor=\"#336699\" leftmargin=\"0\" topmargin=\"0\" marginwidth=\"0\" marginheight=\"0\">");
         Response.line("<table width=\"800\" height=\"46\" border=\"0\" cellspacing=\"0\" cellpadding=\"0\">");

@@ -1,5 +1,6 @@
 // The routines that pages share: the activity line, two account lookups,
-// the clean-ups of editor bodies and the system mail.
+// the clean-ups of editor bodies and the system mail. They read through
+// recordsets of their own and leave the page's rs alone.
 #include "frame/page.h"
 #include "frame/vb.h"
 
@@ -12,16 +13,16 @@ void Page::funI_init() {
 Value Page::get_user_menu(const Value& id) {
     return routine("get_user_menu", [&]() -> Value {
         Value result = "";
-        rs = conn.execute("select menu_idstr from user where id="_sql + id);
-        if (!rs.eof()) result = rs("menu_idstr");
+        Recordset r = conn.execute("select menu_idstr from user where id="_sql + id);
+        if (!r.eof()) result = r("menu_idstr");
         return result;
     });
 }
 
 Value Page::get_user_truename(const Value& id) {
     return routine("get_user_truename", [&]() -> Value {
-        rs = conn.execute("select truename from user where id="_sql + id);
-        if (!rs.eof()) return rs("truename");
+        Recordset r = conn.execute("select truename from user where id="_sql + id);
+        if (!r.eof()) return r("truename");
         return Value();
     });
 }

@@ -68,7 +68,7 @@ public:
     // no_cache_days), the title (escaped) and the style sheet link. The
     // page writes its own further head lines and </head>.
     struct Head {
-        std::optional<std::string> title;  // escaped as a whole
+        std::optional<std::string> title = std::nullopt;  // escaped as a whole
         bool style = true;
         int no_cache_days = 0;        // 0: no no-cache lines
     };

@@ -10,6 +10,7 @@
 #include "frame/encoding.h"
 #include "frame/files.h"
 #include "frame/host.h"
+#include "frame/html.h"
 #include "frame/page.h"
 #include "frame/paths.h"
 
@@ -302,7 +303,8 @@ std::string UploadGroup::upload_save(const std::string& full_path, const FileRec
             ::unlink(target.c_str());
             raise_error(kWriteFailed, "Write to file failed.");
         }
-        return "File : " + rec.file_path + rec.file_name + " Uploaded!<br>";
+        // The client's name is shown back to it: as text.
+        return "File : " + html_text(rec.file_path + rec.file_name) + " Uploaded!<br>";
     });
 }
 

@@ -25,7 +25,10 @@ public:
             std::string upload_path = Session("upload_path").str();
             FileSystemObject fso;
             std::string folder = Server.MapPath(".\\") + "\\Datas\\" + upload_path + "\\";
-            if (!fso.FolderExists(folder)) fso.CreateFolder(folder);
+            std::string physical;
+            if (physical_path(folder, physical) && path_inside(lower(Server.MapPath("./Datas")), lower(physical)) &&
+                !fso.FolderExists(folder))
+                fso.CreateFolder(folder);
             std::string relative = "./Datas/" + upload_path + "/";
             write_form(relative);
             up.upload_terminate();
@@ -54,11 +57,7 @@ private:
     static std::string parent_of(const std::string& path) { return path.substr(0, path.find_last_of('/')); }
 
     void write_form(const std::string& relative) {
-        Response.line("<html>");
-        Response.line("<head>");
-        Response.line("<title>文件上传</title>");
-        Response.line("<meta http-equiv=\"Content-Type\" content=\"text/html; charset=gb2312\">");
-        Response.line("<link rel=\"stylesheet\" href=\"style.css\" type=\"text/css\">");
+        write_head({.title = "文件上传"});
         Response.client_compat(kCompatScript);
         Response.line("<script language=\"vbscript\">");
         Response.line("sub do_submit()");

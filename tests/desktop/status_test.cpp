@@ -113,10 +113,10 @@ TEST(StatusWordStr, CountsOpenDocumentsOfTheHeldStagesAndKinds) {
         Desk d;
         std::string k[3] = {d.kind("通知"), d.kind("请示"), d.kind("报告")};
         std::string rights = c.rights;
-        for (int i = 0; i < 2; ++i)
-            for (auto at = rights.find("{" + std::to_string(i) + "}"); at != std::string::npos;
-                 at = rights.find("{" + std::to_string(i) + "}"))
-                rights.replace(at, 3, k[i]);
+        for (int i = 0; i < 2; ++i) {
+            const char key[] = {'{', static_cast<char>('0' + i), '}', '\0'};
+            for (auto at = rights.find(key); at != std::string::npos; at = rights.find(key)) rights.replace(at, 3, k[i]);
+        }
         std::string name = "rev" + std::to_string(++n);
         std::string u = d.add_user(name, rights);
         for (const Doc& doc : c.docs) d.word(k[doc.kind], doc.signed_, doc.stage, doc.own ? u : u + "9");

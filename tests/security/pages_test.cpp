@@ -9,6 +9,7 @@
 #include <string>
 #include <vector>
 
+#include "server/site.h"
 #include "tests/support/accounts.h"
 #include "tests/support/markup_scan.h"
 #include "tests/support/test_site.h"
@@ -72,7 +73,12 @@ void expect_inert(const Reply& r, const std::string& where) {
 
 struct Site : TestSite {
     std::string victim;
-    Site() { victim = tav::test::add_user(*this, "victim", "", kSecret, "受害者"); }
+    Site() {
+        victim = tav::test::add_user(*this, "victim", "", kSecret, "受害者");
+        // Every attempt is checked here: the throttle would otherwise answer
+        // the later payloads unchecked and hide what the statement does.
+        site().throttle().set_schedule({.free_failures = 1000000});
+    }
     std::string users() { return tav::test::rows_of(*this, "user", "id,username,password,password_lose,online,menu_idstr"); }
     std::string all_rows() { return users() + tav::test::rows_of(*this, "monitor", "id,user_id,work_text"); }
     bool logged_in() { return get("default.asp").status == 200; }
@@ -250,4 +256,7 @@ TEST(PageExploits, PictureUploadStaysInItsFolderAndKeepsOnlyPictures) {
     }
     post("./Datas/", "ok.JPG");
     EXPECT_TRUE(fs::exists(site.root() + "/Datas/ok.JPG"));
+    // The answer names the file as text.
+    expect_inert(post("./Datas/", "<img src=x onerror=alert(1)>.gif"), "upload answer");
+    EXPECT_TRUE(fs::exists(site.root() + "/Datas/<img src=x onerror=alert(1)>.gif"));
 }
