@@ -34,6 +34,7 @@ void Page::dbI_init() {
         conn = Connection();
         db_path = Server.MapPath(".") + "\\datebase\\office.mdb";
         conn.Open("driver={Microsoft Access Driver (*.mdb)};UID=sa;PWD=;dbq=" + db_path);
+        conn.hold_reads(true);
     });
 }
 

@@ -139,10 +139,37 @@ struct StoreHandle {
     };
     std::list<Cached> lru;  // most recently used first
     std::unordered_map<std::string, std::list<Cached>::iterator> by_key;
+    // A page's reads share one snapshot (see Connection::hold_reads); page
+    // statements themselves may never begin or end a transaction.
+    sqlite3_stmt* begin_st = nullptr;
+    sqlite3_stmt* commit_st = nullptr;
+    // Set while the store itself begins or ends that snapshot: the engine
+    // may prepare those two again, and the authorizer must let them pass.
+    bool own_transaction = false;
 
     ~StoreHandle() {
         for (auto& c : lru) sqlite3_finalize(c.st);
+        sqlite3_finalize(begin_st);
+        sqlite3_finalize(commit_st);
         if (db) sqlite3_close_v2(db);
+    }
+    // Ends the snapshot of a page's reads, if one is open. False when the
+    // handle could not be brought back to autocommit.
+    bool end_reads() {
+        if (sqlite3_get_autocommit(db)) return true;
+        if (!commit_st) return false;
+        own_transaction = true;
+        sqlite3_step(commit_st);
+        own_transaction = false;
+        sqlite3_reset(commit_st);
+        return sqlite3_get_autocommit(db) != 0;
+    }
+    void begin_reads() {
+        if (!begin_st || !sqlite3_get_autocommit(db)) return;
+        own_transaction = true;
+        sqlite3_step(begin_st);
+        own_transaction = false;
+        sqlite3_reset(begin_st);
     }
     sqlite3_stmt* find(const std::string& key) {
         auto it = by_key.find(key);
@@ -171,7 +198,8 @@ namespace {
 
 // Page statements may read and write rows, nothing else: no schema changes,
 // no other files, no settings of the engine, no extensions.
-int authorize(void*, int code, const char* a1, const char* a2, const char*, const char*) {
+int authorize(void* handle, int code, const char* a1, const char* a2, const char*, const char*) {
+    if (code == SQLITE_TRANSACTION && static_cast<const StoreHandle*>(handle)->own_transaction) return SQLITE_OK;
     switch (code) {
     case SQLITE_ATTACH:
     case SQLITE_DETACH:
@@ -335,16 +363,23 @@ void Recordset::close() {
 
 struct Connection::Impl {
     std::unique_ptr<StoreHandle> h;
-    // Every statement runs on its own (autocommit), as the pages expect: a
-    // read sees what others committed just before it, a write's lock ends
-    // with its statement, and every statement a page ran stays done
-    // whatever the page does next. (One read transaction per page saved
-    // two lock calls a statement but let a page read stale rows after
-    // another request's write; not worth it.)
+    // Every write runs on its own (autocommit), as the pages expect: its
+    // lock ends with its statement, and every statement a page ran stays
+    // done whatever the page does next. With hold_reads, a run of reads
+    // shares one read transaction: it ends before the next write (so the
+    // write never meets a stale snapshot and the page reads its own writes)
+    // and when the connection closes, so no snapshot outlives its page.
+    bool hold_reads = false;
     ~Impl() {
-        if (h) HandlePool::instance().give(std::move(h));
+        if (h && h->end_reads()) HandlePool::instance().give(std::move(h));
     }
 };
+
+void Connection::hold_reads(bool on) {
+    if (!is_open()) return;
+    impl_->hold_reads = on;
+    if (!on) impl_->h->end_reads();
+}
 
 Connection::Connection() = default;
 Connection::~Connection() = default;
@@ -383,7 +418,9 @@ std::unique_ptr<StoreHandle> open_handle(const std::string& path, const FileId& 
     // sync per statement; pages commit every statement on its own.
     if (rc == SQLITE_OK) rc = sqlite3_exec(db, "PRAGMA synchronous=NORMAL", nullptr, nullptr, nullptr);
     if (rc == SQLITE_OK) rc = store_detail::register_dialect_functions(db);
-    if (rc == SQLITE_OK) rc = sqlite3_set_authorizer(db, authorize, nullptr);
+    if (rc == SQLITE_OK) rc = sqlite3_prepare_v3(db, "BEGIN", -1, SQLITE_PREPARE_PERSISTENT, &h->begin_st, nullptr);
+    if (rc == SQLITE_OK) rc = sqlite3_prepare_v3(db, "COMMIT", -1, SQLITE_PREPARE_PERSISTENT, &h->commit_st, nullptr);
+    if (rc == SQLITE_OK) rc = sqlite3_set_authorizer(db, authorize, h.get());
     if (rc != SQLITE_OK) driver_error(sqlite3_errmsg(db));
     return h;
 }
@@ -501,6 +538,12 @@ Recordset Connection::run(const Sql& sql, std::size_t window_rows, long long win
     if (!st) {
         st = prepare_checked(db, bound.text, window_rows, window_offset);
         h.keep(key, st);
+    }
+    if (impl_->hold_reads) {
+        if (sqlite3_stmt_readonly(st))
+            h.begin_reads();
+        else
+            h.end_reads();
     }
     // Back to rest whichever way this ends, ready for the next call.
     struct Rest {

@@ -66,6 +66,9 @@ public:
                              std::source_location loc = std::source_location::current());
     void close();
     bool is_open() const;
+    // A page's reads share one read transaction until its next write or its
+    // close: one snapshot a page instead of one lock round a statement.
+    void hold_reads(bool on);
 
     struct Impl;
 

@@ -366,6 +366,22 @@ TEST_F(StoreTest, ReusedHandlesKeepTheirRulesAndFollowAReplacedFile) {
     EXPECT_EQ(num("select count(id) as num from user"), 0);
 }
 
+TEST_F(StoreTest, HeldReadsShareASnapshotUntilTheirWriteOrClose) {
+    conn.hold_reads(true);
+    Connection other;
+    other.Open(connstr(db));
+    EXPECT_EQ(num("select count(id) as num from user"), 0);
+    other.execute("insert into user(username) values ('a')");
+    EXPECT_EQ(num("select count(id) as num from user"), 0);  // the page's snapshot
+    conn.execute("insert into user(username) values ('b')");  // ends it before writing
+    EXPECT_EQ(num("select count(id) as num from user"), 2);  // sees both writes
+    other.execute("insert into user(username) values ('c')");
+    conn.close();  // the snapshot ends with the page; the handle returns clean
+    conn.Open(connstr(db));
+    EXPECT_EQ(num("select count(id) as num from user"), 3);
+    other.close();
+}
+
 TEST_F(StoreTest, ParallelWritersNeverSeeALockedDatabase) {
     constexpr int threads = 4, rows = 200;
     std::atomic<int> failures{0};
@@ -379,6 +395,8 @@ TEST_F(StoreTest, ParallelWritersNeverSeeALockedDatabase) {
                     // A connection per request, as the pages do.
                     Connection c;
                     c.Open(connstr(db));
+                    c.hold_reads(true);  // as pages hold them: a read first, then writes
+                    c.execute("select count(id) as num from monitor");
                     c.execute("Insert into monitor(user_id,work_text) values ("_sql + std::to_string(t) + ",'w')");
                     c.execute("select top 1 id from monitor order by id DESC");
                     c.execute("update user set online=1 where id=1");
