@@ -125,9 +125,9 @@ measure() {
 
 echo "$(nproc) cores, load $(cut -d' ' -f1-3 /proc/loadavg); wrk: ${secs}s, $conns connections, 2 threads"
 printf '%-26s %12s %12s %7s %12s %12s\n' "answer" "tavelor/s" "nginx/s" "ratio" "p99 ms" "nginx p99"
-for spec in "sysmonitor.asp ($sessions sess.)|/sysmonitor.asp|sessions" "sysmonitor.asp (1 session)|/sysmonitor.asp|one" \
+for row in "sysmonitor.asp ($sessions sess.)|/sysmonitor.asp|sessions" "sysmonitor.asp (1 session)|/sysmonitor.asp|one" \
             "login.asp|/login.asp|" "style.css|/style.css|"; do
-  IFS='|' read -r name path withcookie <<<"$spec"
+  IFS='|' read -r name path withcookie <<<"$row"
   extra=()
   [ "$withcookie" = sessions ] && extra=(-s "$lua")
   [ "$withcookie" = one ] && extra=(-H "Cookie: $cookie")
