@@ -5,12 +5,17 @@
 # ceiling of what a server can do with those bytes on this machine, so the
 # ratio says how much the page code and our HTTP layer cost on top.
 # A benchmark, not a test: the figures depend on the machine and its load.
-# Usage: tools/bench.sh [SECONDS=10] [CONNECTIONS=50] [WORKERS]
+# Usage: tools/bench.sh [SECONDS=10] [CONNECTIONS=50] [WORKERS] [SUITE...]
+# Each SUITE names tools/bench.d/SUITE.sh, run after the rows above on the
+# same server and nginx; "all" runs every one. A suite fills the store
+# (python3's sqlite3 on the site's database file) and calls `row`.
 set -euo pipefail
 cd "$(dirname "$0")/.."
 secs="${1:-10}"
 conns="${2:-50}"
 workers="${3:-}"
+suites=("${@:4}")
+[ "${suites[0]:-}" = all ] && suites=($(cd tools/bench.d 2>/dev/null && ls *.sh | sed 's/\.sh$//'))
 
 need() { command -v "$1" >/dev/null || [ -x "/usr/sbin/$1" ] || apt-get install -y "$2" >/dev/null; }
 need wrk wrk
@@ -78,10 +83,7 @@ LUA
 # The same bytes for nginx, saved from our answers.
 www="$tmp/www"
 mkdir -p "$www"
-curl -s -H "Cookie: $cookie" -o "$www/sysmonitor.asp" "$base/sysmonitor.asp"
-curl -s -o "$www/login.asp" "$base/login.asp"
-curl -s -o "$www/style.css" "$base/style.css"
-chmod -R a+rX "$www"
+chmod 755 "$www"
 
 nport="$(free_port)"
 mkdir -p "$tmp/nginx"
@@ -98,7 +100,8 @@ http {
   fastcgi_temp_path $tmp/nginx/fastcgi;
   uwsgi_temp_path $tmp/nginx/uwsgi;
   scgi_temp_path $tmp/nginx/scgi;
-  types { text/html asp; text/css css; }
+  default_type text/html;
+  types { text/css css; }
   server {
     listen 127.0.0.1:$nport;
     root $www;
@@ -108,7 +111,7 @@ CONF
 "$nginx_bin" -p "$tmp/nginx" -c "$tmp/nginx/nginx.conf" 2>"$tmp/nginx/start.err" &
 ngx=$!
 for _ in $(seq 50); do
-  curl -s -o /dev/null "http://127.0.0.1:$nport/style.css" && break
+  curl -s -o /dev/null "http://127.0.0.1:$nport/" && break
   kill -0 "$ngx" 2>/dev/null || { echo "nginx did not start:" >&2; cat "$tmp/nginx/start.err" >&2; exit 1; }
   sleep 0.1
 done
@@ -125,21 +128,44 @@ measure() {
 
 echo "$(nproc) cores, load $(cut -d' ' -f1-3 /proc/loadavg); wrk: ${secs}s, $conns connections, 2 threads"
 printf '%-26s %12s %12s %7s %12s %12s\n' "answer" "tavelor/s" "nginx/s" "ratio" "p99 ms" "nginx p99"
-for row in "sysmonitor.asp ($sessions sess.)|/sysmonitor.asp|sessions" "sysmonitor.asp (1 session)|/sysmonitor.asp|one" \
-            "login.asp|/login.asp|" "style.css|/style.css|"; do
-  IFS='|' read -r name path withcookie <<<"$row"
-  extra=()
+
+# One row: our answer at PATH against nginx serving the bytes saved from it.
+# WITH: "" (no cookie), "sessions" (20 logged-in admin sessions in turn),
+# "one" (one admin session; nginx's figure is the row above). PATH may hold
+# a query; nginx gets the saved bytes under a file name made from it.
+row() {
+  local name="$1" path="$2" withcookie="${3:-}"
+  local extra=() file
   [ "$withcookie" = sessions ] && extra=(-s "$lua")
   [ "$withcookie" = one ] && extra=(-H "Cookie: $cookie")
+  file="$(printf '%s' "${path#/}" | tr '?&=%/' '_____')"
+  if [ "$withcookie" = "" ]; then
+    curl -s -o "$www/$file" "$base$path"
+  else
+    curl -s -H "Cookie: $cookie" -o "$www/$file" "$base$path"
+  fi
+  chmod a+r "$www/$file"
   read -r t_rate t_p99 t_bad < <(measure "$base$path" "${extra[@]}")
-  if [ "$withcookie" = one ]; then  # nginx's figure for these bytes is the row above
+  if [ "$withcookie" = one ]; then
     n_rate="$prev_rate"; n_p99="$prev_p99"
   else
-    read -r n_rate n_p99 _ < <(measure "http://127.0.0.1:$nport$path")
+    read -r n_rate n_p99 _ < <(measure "http://127.0.0.1:$nport/$file")
   fi
   prev_rate="$n_rate"; prev_p99="$n_p99"
   ratio="$(awk -v a="$t_rate" -v b="$n_rate" 'BEGIN { printf "%.2f", (b > 0 ? a / b : 0) }')"
   printf '%-26s %12s %12s %7s %12s %12s' "$name" "$t_rate" "$n_rate" "$ratio" "$t_p99" "$n_p99"
   [ "$t_bad" != "0" ] && printf '  (%s non-2xx!)' "$t_bad"
   echo
+}
+
+row "sysmonitor.asp ($sessions sess.)" /sysmonitor.asp sessions
+row "sysmonitor.asp (1 session)" /sysmonitor.asp one
+row login.asp /login.asp
+row style.css /style.css
+
+db="$tmp/site/datebase/office.mdb"
+for suite in "${suites[@]}"; do
+  echo "-- $suite"
+  # shellcheck source=/dev/null
+  source "tools/bench.d/$suite.sh"
 done

@@ -176,3 +176,15 @@ CREATE INDEX book_reply_id ON Book(Reply_id);
 CREATE INDEX book_user_id ON Book(user_id);
 CREATE INDEX address_user_id ON Address(User_id);
 CREATE INDEX record_user_id ON Record(user_id);
+
+-- Data centre: categories, items and their lists.
+
+-- Mail: mailboxes by recipient, sender and folder.
+
+-- Collaboration: guest book, chat, address book, ledger.
+
+-- File store.
+
+-- Media library.
+
+-- Administration: accounts and the activity log.

@@ -12,6 +12,7 @@
 #include "server/site.h"
 #include "tests/support/accounts.h"
 #include "tests/support/markup_scan.h"
+#include "tests/support/payloads.h"
 #include "tests/support/test_site.h"
 #include "tests/support/text.h"
 
@@ -20,56 +21,13 @@ using tav::test::form_encode;
 using tav::test::has;
 using tav::test::Reply;
 using tav::test::TestSite;
+using tav::test::expect_inert;
+using tav::test::kMarkup;
+using tav::test::kSql;
 
 namespace {
 
 const char kSecret[] = "Vict1mSecret";
-
-// Statement payloads: quotes, comments, unions, stacked and numeric tricks.
-const std::vector<std::string> kSql = {
-    "admin' --", "admin'--", "admin' #", "' or '1'='1", "' or 1=1 --", "') or ('1'='1", "\" or \"1\"=\"1",
-    "' union select id,record from user --", "x' union select password from user where '1'='1",
-    "home' union select menu_idstr,password,1,1,1 from user --", "x'; drop table user; --", "admin\\' or 1=1 --",
-    "'||'", "1 or 1=1", "-1 or id>0", "1; delete from user", "0 union select password from user", "2 --", "1)",
-    "1e400", "user where 1=1 --", "user;delete from monitor"};
-
-// Markup and script payloads for every place a value is written.
-const std::vector<std::string> kMarkup = {
-    "<script>alert(1)</script>", "\"><svg onload=alert(1)>", "'><img src=x onerror=alert(1)>", "javascript:alert(1)",
-    " onmouseover=alert(1) x=", "</script><script>alert(1)</script>", "';alert(1);//", "\";alert(1);//",
-    "<iframe src=javascript:alert(1)>", "<a href=\"javascript:alert(1)\">x</a>", "<body onload=alert(1)>",
-    "\xE2\x80\xA8" "alert(1)//", "<img src=\"data:text/html,<script>alert(1)</script>\">", "JaVa\tScRiPt:alert(1)",
-    "<br><b onclick=alert(1)>b</b>"};
-
-// The event attributes the pages write themselves.
-bool own_event(const std::string& name) {
-    return name == "onclick" || name == "onsubmit" || name == "onmouseover" || name == "onmouseout" ||
-           name == "onmousedown";
-}
-
-// Nothing of the answer runs a payload: no foreign tag or event attribute,
-// no script URL in a link, no alert(1) outside a string literal of a script.
-void expect_inert(const Reply& r, const std::string& where) {
-    for (const auto& tag : tav::test::scan_tags(r.body)) {
-        EXPECT_TRUE(tag.name != "svg" && tag.name != "iframe" && tag.name != "object" && tag.name != "embed")
-            << where << ": <" << tag.name << ">";
-        for (const auto& [name, value] : tag.attrs) {
-            std::string v = tav::test::lower_ascii(value);
-            v.erase(std::remove_if(v.begin(), v.end(), [](char c) { return static_cast<unsigned char>(c) <= 32; }),
-                    v.end());
-            if (name.rfind("on", 0) == 0) {
-                EXPECT_TRUE(own_event(name)) << where << ": " << name << "=" << value;
-                EXPECT_EQ(tav::test::js_code(value).find("alert(1)"), std::string::npos)
-                    << where << ": " << name << "=" << value;
-            }
-            if (name == "href" || name == "src" || name == "action") {
-                EXPECT_TRUE(v.rfind("javascript:", 0) && v.rfind("data:", 0) && v.rfind("vbscript:", 0))
-                    << where << ": " << name << "=" << value;
-            }
-        }
-    }
-    EXPECT_EQ(tav::test::script_code(r.body).find("alert(1)"), std::string::npos) << where << "\n" << r.body;
-}
 
 struct Site : TestSite {
     std::string victim;
