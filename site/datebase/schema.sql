@@ -182,6 +182,7 @@ CREATE INDEX record_user_id ON Record(user_id);
 -- Mail: mailboxes by recipient, sender and folder.
 
 -- Collaboration: guest book, chat, address book, ledger.
+CREATE INDEX book_reply_date ON Book(Reply_id, Book_date);
 
 -- File store.
 

@@ -1,0 +1,108 @@
+// Book_Write.asp: the form for a new message or a reply. A reply starts
+// with the parent's subject and its whole text in the editor.
+#include "frame/html.h"
+#include "frame/inputbox.h"
+#include "frame/page.h"
+#include "frame/vb.h"
+
+namespace tav::pages {
+
+class bookwrite : public Page {
+public:
+    void I_init() override {
+        Value id = Trim(Request.querystring("id"));
+        Value subject;
+        Value body;
+        if (!id.blank()) {
+            dbI_init();
+            rs = conn.execute("select * from Book where id="_sql + id);
+            subject = "回复：" + Trim(rs("book_title"));
+            body = Trim(rs("book_text"));
+        }
+        if (body.blank()) body = "请输入你的留言内容……";
+        // Pictures inserted by the editor land in Datas\Book\.
+        Session.set("upload_path", "Book");
+
+        Response.client_compat(kCompatDialogs);
+        write_head({.title = "写留言"});
+        Response.line("</head>");
+        Response.line("<body>");
+        Response.line("<div id=\"wait1\" style=\"display:none\"><br><br><p align=\"center\">"
+                      "<font color=\"red\">系统正在保存留言，请稍候... </font><font color=\"blue\">Going ...</font>"
+                      "</p></div>");
+        Response.line("<div id=\"a1\">");
+        Response.line("<form name=\"postform\" method=\"post\" action=\"Book_Save.asp\" "
+                      "enctype=\"multipart/form-data\">");
+        Response.line("<input type=\"hidden\" name=\"Reply_id\" value=\"" + html_text(id) + "\">");
+        Response.line("<table width=\"100%\" border=\"0\" cellspacing=\"0\" cellpadding=\"2\">");
+        Response.line("<tr bgcolor=\"#336699\"><td height=\"25\"><font color=\"#FFFFFF\">"
+                      "<img src=\"images/arrow1.gif\"> 书写新留言</font></td></tr>");
+        Response.line("<tr><td>留言主题<font color=\"red\">*</font>："
+                      "<input type=\"text\" name=\"Book_Title\" maxlength=\"80\" size=\"60\" value=\"" +
+                      html_text(subject) + "\"></td></tr>");
+        Response.line("<tr><td>");
+        InputBox box{*this};
+        box.inputboxI_init();
+        Response.line("<IFRAME class=\"mytext\" id=\"mytext\" width=\"530\" valign=\"bottom\" height=\"78%\">"
+                      "</IFRAME>");
+        Response.line("<input type=\"hidden\" name=\"body\" value=\"\">");
+        Response.line("</td></tr>");
+        Response.line("<tr><td><input type=\"button\" class=\"buttons02\" name=\"save\" value=\"保存留言\" "
+                      "onclick=\"editinfo()\"></td></tr>");
+        Response.line("</table>");
+        Response.line("</form>");
+        Response.line("</div>");
+
+        Response.line("<script language=\"javascript\">");
+        Response.line("var note_body;");
+        Response.line("if (parent.m_body + '1' != 'undefined1') note_body = parent.m_body;");
+        // The start text is written into the editor's document: only the
+        // formatting subset, and as a script literal that cannot end early.
+        Response.line("else note_body = '" + js_string(allow_markup(body)) + "';");
+        Response.line("");
+        // Bound by assignment, which every browser parses; edit.js takes the
+        // handler over from there.
+        Response.line("document.onreadystatechange = function () {");
+        Response.line("  var i, curr;");
+        Response.line("  YInitialized = true;");
+        Response.line("  for (i = 0; i < document.body.all.length; i++) {");
+        Response.line("    curr = document.body.all[i];");
+        Response.line("    if (curr.className == \"yToolbar\") {");
+        Response.line("      if (!InitTB(curr)) alert(\"工具条: \" + curr.id + \" 初始化失败\");");
+        Response.line("      yToolbars[yToolbars.length] = curr;");
+        Response.line("    }");
+        Response.line("  }");
+        Response.line("  mytext.document.open();");
+        Response.line("  mytext.document.write('<BODY MONOSPACE STYLE=\"font:10pt arial,sans-serif\">' + note_body + "
+                      "'</BODY>');");
+        Response.line("  mytext.document.close();");
+        Response.line("  mytext.document.designMode = 'On';");
+        Response.line("};");
+        Response.line("");
+        Response.line("function editinfo() {");
+        Response.line("  if (bTextMode) postform.body.value = mytext.document.body.innerText;");
+        Response.line("  else postform.body.value = mytext.document.body.innerHTML;");
+        Response.line("  if (postform.Book_Title.value == \"\") {");
+        Response.line("    alert(\"请输入留言主题！\");");
+        Response.line("    postform.Book_Title.focus();");
+        Response.line("    return;");
+        Response.line("  }");
+        Response.line("  if (postform.body.value == \"\") {");
+        Response.line("    alert(\"留言内容不能为空！\");");
+        Response.line("    return;");
+        Response.line("  }");
+        Response.line("  wait1.style.display = \"\";");
+        Response.line("  a1.style.display = \"none\";");
+        Response.line("  postform.submit();");
+        Response.line("}");
+        Response.line("</script>");
+        Response.line("<script language=\"javascript\" src=\"edit.js\"></script>");
+        Response.line("</body>");
+        Response.line("</html>");
+        Response.write("");
+    }
+};
+
+TAVELOR_PAGE(bookwrite, "Book_Write.asp")
+
+}  // namespace tav::pages

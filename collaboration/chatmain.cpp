@@ -1,0 +1,30 @@
+// Chat_Main.asp: the chat room's frame set. Entering the room is also the
+// only time old lines are purged (older than yesterday).
+#include "frame/page.h"
+
+namespace tav::pages {
+
+class chatmain : public Page {
+public:
+    void I_init() override {
+        Response.buffer(true);
+        dbI_init();
+        conn.execute("delete from chat where DateDiff('d', chat_date,Now)>1");
+        conn.close();
+
+        write_head({.title = "Tavelor Chatroom", .style = false});
+        Response.line("</head>");
+        Response.line("<frameset rows=\"*,30,0\" border=\"0\" framespacing=\"0\" frameborder=\"NO\">");
+        Response.line("<frame name=\"f1\" src=\"Chat_Show.asp\" marginheight=\"3\" marginwidth=\"5\">");
+        Response.line("<frame name=\"f2\" src=\"Chat_Input.asp\" scrolling=\"NO\" noresize>");
+        Response.line("<frame name=\"b\" src=\"\" scrolling=\"NO\" noresize>");
+        Response.line("</frameset>");
+        Response.line("<noframes><body></body></noframes>");
+        Response.line("</html>");
+        Response.write("");
+    }
+};
+
+TAVELOR_PAGE(chatmain, "Chat_Main.asp")
+
+}  // namespace tav::pages

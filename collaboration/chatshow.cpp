@@ -1,0 +1,69 @@
+// Chat_Show.asp: the display frame of the chat room, reloaded by itself
+// every 10 seconds: the 100 newest lines, newest on top.
+#include "frame/html.h"
+#include "frame/page.h"
+#include "frame/vb.h"
+
+namespace tav::pages {
+
+namespace {
+
+// A speaker's name as a query value: the characters that would end or split
+// the value are escaped; the browser encodes the rest.
+std::string query_value(const std::string& s) {
+    static const char* hex = "0123456789ABCDEF";
+    std::string out;
+    for (unsigned char c : s) {
+        if (c == '%' || c == '&' || c == '#' || c == '+' || c == '=' || c == '?' || c <= ' ') {
+            out += '%';
+            out += hex[c >> 4];
+            out += hex[c & 15];
+        } else {
+            out += static_cast<char>(c);
+        }
+    }
+    return out;
+}
+
+}  // namespace
+
+class chatshow : public Page {
+public:
+    void I_init() override {
+        Response.line("<meta http-equiv=\"REFRESH\" content=\"10\">");
+        dbI_init();
+        Response.line("<style type=\"text/css\">");
+        Response.line("body, td { font-size: 9pt }");
+        Response.line("a { text-decoration: none }");
+        Response.line("a:hover { color: #FFFFFF; background-color: #000080 }");
+        Response.line("</style>");
+        Response.line("<body leftmargin=\"10\" topmargin=\"10\">");
+        Response.write(html_text(Trim(Request.Form("oldsays"))));
+        Response.write(html_text(Trim(Request.Form("username"))));
+
+        rs = conn.execute("select top 100 * from Chat order by ID DESC");
+        Response.write(html_text(Session("dw_name")) + "在线讨论欢迎您！<hr><p>");
+        while (!rs.eof()) {
+            Value speaker = rs("Truename");
+            Response.write("<a href=\"Chat_input.asp?name=" + html_text(query_value(speaker.str())) +
+                           "\" target=\"f2\">" + html_text(speaker) + "</a>");
+            Value to = Trim(rs("To_UserName"));
+            if (to == Trim(rs("TrueName")))
+                Response.write(" 自言自语：");
+            else if (to.blank())
+                Response.write(" 说：");
+            else
+                Response.write(" 对 " + html_text(to) + " 说：");
+            // Formatting in a line still shows; anything that could run does not.
+            Response.line(allow_markup(rs("Chat_text")) + "<BR>");
+            rs.movenext();
+        }
+        rs.close();
+        conn.close();
+        Response.write("");
+    }
+};
+
+TAVELOR_PAGE(chatshow, "Chat_Show.asp")
+
+}  // namespace tav::pages
