@@ -1,0 +1,143 @@
+// The chat room: captions, the hundred newest lines, the purge on entering,
+// what Chat_Save.asp stores, and the input line.
+#include <gtest/gtest.h>
+
+#include <string>
+#include <vector>
+
+#include "tests/support/accounts.h"
+#include "tests/support/test_site.h"
+#include "tests/support/text.h"
+
+using tav::test::Reply;
+using tav::test::TestSite;
+using tav::test::count;
+using tav::test::has;
+
+namespace {
+
+struct ChatSite : TestSite {
+    void line(const std::string& speaker, const std::string& to, const std::string& text, const std::string& date = "") {
+        exec("insert into Chat(user_id,Chat_text,Truename,To_username" + std::string(date.empty() ? "" : ",chat_date") +
+             ") values (1,'" + text + "','" + speaker + "','" + to + "'" + (date.empty() ? "" : ",'" + date + "'") +
+             ")");
+    }
+    std::string lines() { return scalar("select count(id) as n from Chat", "n"); }
+    std::string last(const std::string& col) { return scalar("select " + col + " from Chat order by id desc", col); }
+    // "YYYY-MM-DD 12:00:00", days back from today, as the store writes dates.
+    std::string days_ago(int days) {
+        return scalar("select strftime('%Y-%m-%d', 'now', 'localtime', '-" + std::to_string(days) +
+                          " days') || ' 12:00:00' as d",
+                      "d");
+    }
+};
+
+}  // namespace
+
+TEST(ChatShow, CaptionsToOneselfToAllAndToOne) {
+    struct Case {
+        const char* speaker;
+        const char* to;
+        const char* shown;
+    };
+    for (const Case& c : std::vector<Case>{{"张三", "张三", ">张三</a> 自言自语：hi<BR>"},
+                                           {"张三", " 张三 ", ">张三</a> 自言自语：hi<BR>"},
+                                           {"张三", " ", ">张三</a> 说：hi<BR>"},
+                                           {"张三", "", ">张三</a> 说：hi<BR>"},
+                                           {"张三", "李四", ">张三</a> 对 李四 说：hi<BR>"}}) {
+        ChatSite site;
+        site.line(c.speaker, c.to, "hi");
+        std::string body = site.get("Chat_Show.asp").body;
+        EXPECT_TRUE(has(body, c.shown)) << "to [" << c.to << "]\n" << body;
+        EXPECT_TRUE(has(body, "<a href=\"Chat_input.asp?name=张三\" target=\"f2\">"));
+    }
+}
+
+TEST(ChatShow, HundredNewestOnTopTheRestKeptAndTheFrameReloads) {
+    ChatSite site;
+    for (int i = 1; i <= 101; ++i) site.line("a", " ", std::string("line").append(std::to_string(i)).append("."));
+    std::string body = site.get("Chat_Show.asp").body;
+    EXPECT_EQ(body.rfind("<meta http-equiv=\"REFRESH\" content=\"10\">", 0), 0u);
+    EXPECT_EQ(count(body, "<BR>"), 100);
+    EXPECT_FALSE(has(body, "line1."));
+    EXPECT_LT(body.find("line101."), body.find("line2."));
+    EXPECT_EQ(site.lines(), "101");
+}
+
+TEST(ChatShow, WelcomeNamesTheOrganisationAndLinesKeepOnlyFormatting) {
+    ChatSite site;
+    site.login();
+    site.line("a", " ", "<b>bold</b><i>open");
+    std::string body = site.get("Chat_Show.asp").body;
+    EXPECT_TRUE(has(body, "在线讨论欢迎您！<hr><p>"));
+    EXPECT_TRUE(has(body, "<b>bold</b><i>open</i><BR>"));
+}
+
+TEST(ChatMain, EnteringPurgesLinesOlderThanYesterday) {
+    ChatSite site;
+    site.line("a", " ", "today", site.days_ago(0));
+    site.line("a", " ", "yesterday", site.days_ago(1));
+    site.line("a", " ", "two days", site.days_ago(2));
+    site.line("a", " ", "last month", site.days_ago(30));
+    EXPECT_EQ(site.lines(), "4");
+    site.get("Chat_Show.asp");  // showing purges nothing
+    EXPECT_EQ(site.lines(), "4");
+    std::string body = site.get("Chat_Main.asp").body;
+    EXPECT_TRUE(has(body, "rows=\"*,30,0\""));
+    EXPECT_TRUE(has(body, "name=\"f1\" src=\"Chat_Show.asp\""));
+    EXPECT_TRUE(has(body, "name=\"f2\" src=\"Chat_Input.asp\""));
+    EXPECT_EQ(site.scalar("select group_concat(Chat_text, ',') as t from Chat", "t"), "today,yesterday");
+}
+
+TEST(ChatSave, StoresWhatIsPostedAsItComes) {
+    struct Case {
+        const char* says;
+        const char* to;
+        const char* stored_to;
+    };
+    for (const Case& c : std::vector<Case>{{"  hello  ", "所有人", " "},
+                                           {"x", "", " "},
+                                           {"x", " 李四 ", "李四"},
+                                           {"", "李四", "李四"},  // an empty line is stored too
+                                           {"超过十个字的收件人也照存", "一二三四五六七八九十十一", "一二三四五六七八九十十一"}}) {
+        ChatSite site;
+        std::string uid = tav::test::add_user(site, "talker", "", "pw", "说话人");
+        site.login("talker", "pw");
+        Reply r = site.post_form("Chat_Save.asp", {{"oldsays", c.says}, {"saystemp", ""}, {"to_username", c.to},
+                                                   {"Truename", " 随便谁 "}});
+        EXPECT_EQ(r.status, 302) << c.says;
+        EXPECT_EQ(r.location(), "Chat_Show.asp");
+        EXPECT_EQ(site.last("Chat_text"), tav::test::has(c.says, "hello") ? "hello" : c.says);
+        EXPECT_EQ(site.last("To_username"), c.stored_to) << c.to;
+        EXPECT_EQ(site.last("Truename"), "随便谁");  // the posted name, not the account's
+        EXPECT_EQ(site.last("user_id"), uid);
+    }
+}
+
+TEST(ChatSave, AQuoteOrNoSessionEndsInTheReportAndNoRedirect) {
+    ChatSite site;
+    Reply anon = site.post_form("Chat_Save.asp", {{"oldsays", "hi"}, {"to_username", ""}, {"Truename", "x"}});
+    EXPECT_NE(anon.status, 302);
+    EXPECT_TRUE(has(anon.body, "Routine : chatsave.I_init"));
+    site.login();
+    Reply quote = site.post_form("Chat_Save.asp", {{"oldsays", "it's"}, {"to_username", ""}, {"Truename", "x"}});
+    EXPECT_NE(quote.status, 302);
+    EXPECT_TRUE(has(quote.body, " Error "));
+    EXPECT_EQ(site.lines(), "0");
+}
+
+TEST(ChatInput, SpeakerFromTheAccountAddresseeFromTheQuery) {
+    ChatSite site;
+    tav::test::add_user(site, "talker", "", "pw", " 说话人 ");
+    site.login("talker", "pw");
+    std::string all = site.get("Chat_Input.asp").body;
+    EXPECT_TRUE(has(all, "<font color=\"#FFFFFF\">说话人</font> 对 "));
+    EXPECT_TRUE(has(all, "name=\"to_username\" value=\"所有人\" maxlength=\"10\" size=\"10\""));
+    EXPECT_TRUE(has(all, "name=\"saystemp\" maxlength=\"200\" size=\"20\""));
+    EXPECT_TRUE(has(all, "<input type=\"hidden\" name=\"Truename\" value=\"说话人\">"));
+    EXPECT_TRUE(has(all, "target=\"f1\""));
+    EXPECT_TRUE(has(site.get("Chat_input.asp?name=%20%C0%EE%CB%C4%20").body, "name=\"to_username\" value=\"李四\""));
+
+    site.forget_session();
+    EXPECT_TRUE(has(site.get("Chat_Input.asp").body, "Routine : chatinput.I_init"));
+}
