@@ -73,7 +73,10 @@ flow(test, 'guest book: a thread, a reply, the owner told and the news cleared b
   await writeInEditor(page, 'who comes along?');
   await page.screenshot('book-write');
   await saveAndConfirm(page);
-  const listed = await page.in('detail', (w) => Array.from(w.document.querySelectorAll('a[href^="Book_read.asp"]'), (a) => a.textContent));
+  const listed = await page.waitIn('detail', (w) => {
+    const a = Array.from(w.document.querySelectorAll('a[href^="Book_read.asp"]'), (e) => e.textContent);
+    return a.length && a;
+  }, null, 'the thread in the list');
   assert.deepEqual(listed, ['lunch on friday']);
   await page.screenshot('book-list');
   await logout(page);
