@@ -10,8 +10,12 @@ class booklist1 : public Page {
 public:
     void I_init() override {
         dbI_init();
-        rs = conn.execute("select * from Book where Reply_id=0 and user_id="_sql + Session("USER_ID") +
-                          " order by id DESC");
+        // The owner's messages that have an unread reply, newest id first,
+        // ten at most: one statement, so an owner of thousands of threads
+        // costs the ten rows, not a query per thread.
+        rs = conn.execute("select top 10 * from Book as parent where Reply_id=0 and user_id="_sql + Session("USER_ID") +
+                          " and Reply_num>0 and exists (select id from book where reply_id=parent.id and "
+                          "reply_read=0) order by id DESC");
 
         write_head({.title = "GuestBook List"});
         Response.line("</head>");
@@ -26,21 +30,14 @@ public:
 
         long printed = 0;
         while (!rs.eof() && printed < 10) {
-            if (rs("Reply_num") > 0) {
-                Recordset unread = conn.execute("select id from book where reply_id="_sql + rs("id") +
-                                                " and reply_read=0");
-                if (!unread.eof()) {
-                    ++printed;
-                    Recordset writer = conn.execute("select truename from user where id="_sql + rs("user_id"));
-                    Value name = writer.eof() ? Value("已删除") : writer("truename");
-                    Response.line(table_row(
-                        " align=\"center\" height=\"25\"",
-                        {std::to_string(printed).c_str(),
-                         Cell::markup("<a href=\"Book_read.asp?id=" + html_text(rs("id")) + "\">" +
-                                      html_text(rs("Book_title")) + "</a>"),
-                         name, rs("Read_num"), rs("Reply_num"), rs("Book_date")}));
-                }
-            }
+            ++printed;
+            Recordset writer = conn.execute("select truename from user where id="_sql + rs("user_id"));
+            Value name = writer.eof() ? Value("已删除") : writer("truename");
+            Response.line(table_row(" align=\"center\" height=\"25\"",
+                                    {std::to_string(printed).c_str(),
+                                     Cell::markup("<a href=\"Book_read.asp?id=" + html_text(rs("id")) + "\">" +
+                                                  html_text(rs("Book_title")) + "</a>"),
+                                     name, rs("Read_num"), rs("Reply_num"), rs("Book_date")}));
             rs.movenext();
         }
         for (long n = printed + 1; n <= 10; ++n) {
