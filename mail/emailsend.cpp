@@ -111,7 +111,12 @@ private:
     }
 
     void write_editor_script() {
-        Response.line("<script language=\"javascript\">");
+        // The start routine keeps the event binding of its first browser
+        // (a function named document.onreadystatechange), which today's
+        // browsers refuse to parse. Typed so that they leave it alone;
+        // edit.js binds it and runs it. The form's own routine stands apart.
+        write_submit_script();
+        Response.line("<script type=\"text/x-jscript\">");
         Response.line("var note_body;");
         Response.line("if (parent.m_body + '1' != 'undefined1') note_body = parent.m_body;");
         Response.line("else note_body = '无内容';");
@@ -130,6 +135,11 @@ private:
         Response.line("  mytext.document.close();");
         Response.line("  mytext.document.designMode = 'On';");
         Response.line("}");
+        Response.line("</script>");
+    }
+
+    void write_submit_script() {
+        Response.line("<script language=\"javascript\">");
         Response.line("function editinfo() {");
         Response.line("  if (bTextMode) postform.body.value = mytext.document.body.innerText;");
         Response.line("  else postform.body.value = mytext.document.body.innerHTML;");
