@@ -45,7 +45,7 @@ public:
         Response.line("</head>");
         Response.line("<body>");
         write_search(folder, type);
-        Response.line("<table width=\"100%\" border=\"0\" cellspacing=\"1\" cellpadding=\"2\" bgcolor=\"#CCCCCC\">");
+        Response.line("<table width=\"100%\" border=\"0\" cellspacing=\"0\" cellpadding=\"2\" bgcolor=\"#FFFFFF\">");
         Response.line("<tr bgcolor=\"#E0E0E0\" height=\"26\">");
         Response.line("<td width=\"60\" nowrap><input type=\"checkbox\" name=\"clickall\" value=\"on\" "
                       "onclick=\"selectall(this.checked)\">全选</td>");

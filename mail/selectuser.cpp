@@ -26,7 +26,7 @@ public:
         long n = 0;
         while (!rs.eof()) {
             if (n % 5 == 0) Response.write("<tr>");
-            Response.write("<td nowrap><input type=\"checkbox\" name=\"" + html_text(rs("id").str() + "|" + rs("Truename").str()) +
+            Response.write("<td width=\"20%\" nowrap><input type=\"checkbox\" name=\"" + html_text(rs("id").str() + "|" + rs("Truename").str()) +
                            "\">" + html_text(rs("Truename")) + "</td>");
             ++n;
             if (n % 5 == 0) Response.line("</tr>");
