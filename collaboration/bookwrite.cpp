@@ -53,32 +53,8 @@ public:
         Response.line("</form>");
         Response.line("</div>");
 
+        // The form's own routine first, as plain script.
         Response.line("<script language=\"javascript\">");
-        Response.line("var note_body;");
-        Response.line("if (parent.m_body + '1' != 'undefined1') note_body = parent.m_body;");
-        // The start text is written into the editor's document: only the
-        // formatting subset, and as a script literal that cannot end early.
-        Response.line("else note_body = '" + js_string(allow_markup(body)) + "';");
-        Response.line("");
-        // Bound by assignment, which every browser parses; edit.js takes the
-        // handler over from there.
-        Response.line("document.onreadystatechange = function () {");
-        Response.line("  var i, curr;");
-        Response.line("  YInitialized = true;");
-        Response.line("  for (i = 0; i < document.body.all.length; i++) {");
-        Response.line("    curr = document.body.all[i];");
-        Response.line("    if (curr.className == \"yToolbar\") {");
-        Response.line("      if (!InitTB(curr)) alert(\"工具条: \" + curr.id + \" 初始化失败\");");
-        Response.line("      yToolbars[yToolbars.length] = curr;");
-        Response.line("    }");
-        Response.line("  }");
-        Response.line("  mytext.document.open();");
-        Response.line("  mytext.document.write('<BODY MONOSPACE STYLE=\"font:10pt arial,sans-serif\">' + note_body + "
-                      "'</BODY>');");
-        Response.line("  mytext.document.close();");
-        Response.line("  mytext.document.designMode = 'On';");
-        Response.line("};");
-        Response.line("");
         Response.line("function editinfo() {");
         Response.line("  if (bTextMode) postform.body.value = mytext.document.body.innerText;");
         Response.line("  else postform.body.value = mytext.document.body.innerHTML;");
@@ -94,6 +70,33 @@ public:
         Response.line("  wait1.style.display = \"\";");
         Response.line("  a1.style.display = \"none\";");
         Response.line("  postform.submit();");
+        Response.line("}");
+        Response.line("</script>");
+        // The start routine keeps its first browser's event binding (a
+        // function named document.onreadystatechange), which browsers today
+        // refuse to parse: typed so that they leave it to edit.js, which
+        // binds it and runs it.
+        Response.line("<script type=\"text/x-jscript\">");
+        Response.line("var note_body;");
+        Response.line("if (parent.m_body + '1' != 'undefined1') note_body = parent.m_body;");
+        // The start text is written into the editor's document: only the
+        // formatting subset, and as a script literal that cannot end early.
+        Response.line("else note_body = '" + js_string(allow_markup(body)) + "';");
+        Response.line("function document.onreadystatechange() {");
+        Response.line("  var i, curr;");
+        Response.line("  YInitialized = true;");
+        Response.line("  for (i = 0; i < document.body.all.length; i++) {");
+        Response.line("    curr = document.body.all[i];");
+        Response.line("    if (curr.className == \"yToolbar\") {");
+        Response.line("      if (!InitTB(curr)) alert(\"工具条: \" + curr.id + \" 初始化失败\");");
+        Response.line("      yToolbars[yToolbars.length] = curr;");
+        Response.line("    }");
+        Response.line("  }");
+        Response.line("  mytext.document.open();");
+        Response.line("  mytext.document.write('<BODY MONOSPACE STYLE=\"font:10pt arial,sans-serif\">' + note_body + "
+                      "'</BODY>');");
+        Response.line("  mytext.document.close();");
+        Response.line("  mytext.document.designMode = 'On';");
         Response.line("}");
         Response.line("</script>");
         Response.line("<script language=\"javascript\" src=\"edit.js\"></script>");
