@@ -31,7 +31,7 @@ public:
             ++n;
             // The log keeps the day and the time of day in one column.
             out += "<tr><td width=\"4%\" align=\"center\">" + std::to_string(n) + "</td><td>" +
-                   html_text(rs("work_text")) + "</td><td>" + html_text(rs("work_date")) + "</td></tr>\r\n";
+                   html_text(rs("work_text")) + "</td><td nowrap>" + html_text(rs("work_date")) + "</td></tr>\r\n";
             // Long logs go out in pieces rather than one line write per row.
             if (out.size() > 64 * 1024) {
                 Response.write(out);
