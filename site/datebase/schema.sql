@@ -188,3 +188,7 @@ CREATE INDEX record_user_id ON Record(user_id);
 -- Media library.
 
 -- Administration: accounts and the activity log.
+-- The lists read user by id and by username, and one account's log by
+-- user_id newest first: user_username and monitor_user_id above serve them
+-- (an index entry carries the row id, so "where user_id=... order by id
+-- DESC" walks the index backwards without a sort).
