@@ -158,17 +158,3 @@ TEST(AccountList, PagesByTenMarksGoneDepartmentsAndOffersTheButtonByRight) {
     EXPECT_TRUE(has(b, kReport + "sysuser.I_init"));
     EXPECT_FALSE(has(b, "change_sort"));
 }
-
-TEST(RegistrationForm, SameFormForEveryoneWithDepartmentsAndChecks) {
-    TestSite site;
-    site.get("/login.asp");
-    auto b = site.get("/NewRegister.asp").body;
-    EXPECT_TRUE(has(b, "<title>欢迎注册示范单位网络办公系统</title>"));
-    EXPECT_TRUE(has(b, "src=\"TavelorJS.js\""));
-    EXPECT_TRUE(has(b, "<option value=\"5\">信息中心</option>"));
-    EXPECT_TRUE(has(b, "value=\"男\" checked"));
-    EXPECT_TRUE(has(b, "action=\"NewRegisterDo.asp\""));
-    EXPECT_TRUE(has(b, "号要求必须填写"));
-    EXPECT_TRUE(has(b, "alert(\"两次输入的密码不一致,请重新输入!\")"));
-    EXPECT_FALSE(has(b, "name=\"ID\""));
-}

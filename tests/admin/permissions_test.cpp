@@ -91,14 +91,3 @@ TEST(RightsForm, BoxesComeFromMenuRowsAndDocumentKinds) {
     // No account by that number: the form fails at its first read.
     EXPECT_TRUE(has(site.get("/Sys_User_Menu_Modify.asp?ID=999").body, "Routine : sysusermenumodify.I_init"));
 }
-
-TEST(RightsList, AccountsByNameWithMailLinks) {
-    TestSite site;
-    std::string id = add_user(site, "aaa");
-    site.exec("update user set Email='a@b.cn' where id=" + id);
-    auto b = site.get("/Sys_User_Menu.asp").body;
-    EXPECT_LT(b.find(">aaa<"), b.find(">admin<"));
-    EXPECT_TRUE(has(b, "<a href=\"mailto:a@b.cn\">a@b.cn</a>"));
-    EXPECT_TRUE(has(b, "Sys_User_Menu_Modify.asp?id=" + id));
-    EXPECT_FALSE(has(b, "Routine : "));
-}
