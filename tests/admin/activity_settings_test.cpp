@@ -52,7 +52,7 @@ TEST(ActivityLog, LinesNewestFirstAndTheWordsForNone) {
     EXPECT_TRUE(has(b, "系统管理员[admin] 最近活动记载"));
     std::size_t second = b.find("&lt;b&gt;第二件"), first = b.find("第一件"), login = b.find("登录系统……");
     EXPECT_TRUE(second < first && first < login) << b;  // by id descending: the login line came first
-    EXPECT_TRUE(has(b, "<td>2026-01-02 09:30:00</td>"));
+    EXPECT_TRUE(has(b, "<td nowrap>2026-01-02 09:30:00</td>"));
     EXPECT_TRUE(has(b, "<td width=\"4%\" align=\"center\">3</td>"));
     EXPECT_FALSE(has(b, "此用户今日没有来！"));
 
