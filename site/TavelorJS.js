@@ -35,3 +35,23 @@ function IsAccount(value) {
   return Str1CharAllInStr2(s,
     "0123456789abcdefghijklmnopqrstuvwxyzABCDEFGHIJKLMNOPQRSTUVWXYZ_") === 1;
 }
+
+/*
+ * true when value reads as a telephone or mobile number: digits with the
+ * usual separators (blank, "-", parentheses, a leading "+") and at least one
+ * digit. A trailing "*" or "-" stands for digits not yet known, as in the
+ * stored defaults "13*" and an area code followed by "-".
+ */
+function IsPhoneNumber(value) {
+  var s = Tavelor_Text(value);
+  return /^\+?[0-9() -]*[0-9][0-9() -]*\**$/.test(s);
+}
+
+/*
+ * true when value has the form name@host.domain: one "@", no blanks, a dot
+ * inside the host part with text on both sides.
+ */
+function IsValidEmail(value) {
+  var s = Tavelor_Text(value);
+  return /^[^\s@]+@[^\s@.]+(\.[^\s@.]+)+$/.test(s);
+}

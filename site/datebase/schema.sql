@@ -191,3 +191,7 @@ CREATE INDEX email_doc ON Email(Email_doc);
 -- Media library.
 
 -- Administration: accounts and the activity log.
+-- The lists read user by id and by username, and one account's log by
+-- user_id newest first: user_username and monitor_user_id above serve them
+-- (an index entry carries the row id, so "where user_id=... order by id
+-- DESC" walks the index backwards without a sort).

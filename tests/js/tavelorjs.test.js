@@ -8,7 +8,7 @@ const vm = require('node:vm');
 const src = fs.readFileSync(path.join(__dirname, '../../site/TavelorJS.js'), 'utf8');
 const ctx = vm.createContext({});
 vm.runInContext(src, ctx);
-const { IsAccount, Str1CharAllInStr2 } = ctx;
+const { IsAccount, Str1CharAllInStr2, IsPhoneNumber, IsValidEmail } = ctx;
 const PASSWORD_CHARS = '0123456789abcdefghijklmnopqrstuvwxyzABCDEFGHIJKLMNOPQRSTUVWXYZ_';
 
 test('IsAccount: letters, digits and underscore only; empty and missing values are no account', () => {
@@ -39,4 +39,21 @@ test('Str1CharAllInStr2: 1 when every character is allowed (by character, with c
   for (const [value, allowed, want] of cases) {
     assert.strictEqual(Str1CharAllInStr2(value, allowed), want, JSON.stringify([value, allowed]));
   }
+});
+
+test('IsPhoneNumber: digits with separators; the account form defaults pass', () => {
+  const cases = [
+    ...['0571-87654321', '13*', '0571-', '(0571) 8765 4321', '+86 138 0000 0000', '13912345678', '8']
+      .map((v) => [v, true]),
+    ...['', '-', '*', 'abc', '0571-8765x', '138;1', '13*5', '++86 1', null].map((v) => [v, false]),
+  ];
+  for (const [value, want] of cases) assert.strictEqual(IsPhoneNumber(value), want, JSON.stringify(value));
+});
+
+test('IsValidEmail: name@host.domain without blanks; the registration default passes', () => {
+  const cases = [
+    ...['li4@office.example.com', 'a.b@c.cn', 'x_y@mail.gov.cn'].map((v) => [v, true]),
+    ...['', 'a@b', '@b.cn', 'a@.cn', 'a@b.', 'a b@c.cn', 'a@@b.cn', 'a@b..cn', null].map((v) => [v, false]),
+  ];
+  for (const [value, want] of cases) assert.strictEqual(IsValidEmail(value), want, JSON.stringify(value));
 });
