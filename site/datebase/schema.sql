@@ -182,6 +182,7 @@ CREATE INDEX record_user_id ON Record(user_id);
 -- Mail: mailboxes by recipient, sender and folder.
 
 -- Collaboration: guest book, chat, address book, ledger.
+CREATE INDEX record_user_id_date ON Record(user_id, Rec_date);
 
 -- File store.
 
