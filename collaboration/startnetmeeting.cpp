@@ -11,7 +11,6 @@ class startnetmeeting : public Page {
 public:
     void I_init() override {
         dbI_init();
-        Response.client_compat(kCompatDialogs);
         rs = user_rights();
         Value rights = rs("menu_idstr");
         write_head({.style = false});
