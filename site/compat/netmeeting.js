@@ -40,6 +40,8 @@ function standInNetMeeting(win, el) {
   el.CallTo = function (address) { say(netMeetingCallText(address)); };
   el.LeaveConference = function () { say(NETMEETING_TEXT.leave); };
   el.UnDock = function () { say(NETMEETING_TEXT.undock); };
+  // The object shows nothing; some engines still give it the size of a plugin box.
+  if (el.style) el.style.display = 'none';
   var doc = win.document;
   if (el.parentNode && doc.createElement) {
     var note = doc.createElement('span');

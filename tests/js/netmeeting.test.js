@@ -17,6 +17,7 @@ class El {
     this.attrs = attrs;
     this.parentNode = null;
     this.children = [];
+    this.style = {};
   }
   getAttribute(n) { return n in this.attrs ? this.attrs[n] : null; }
   insertBefore(node, ref) {
@@ -86,6 +87,7 @@ test('netmeeting: every call says in Chinese why it cannot be done, naming the a
   assert.equal(notes.length, 1);
   assert.equal(body.children.indexOf(notes[0]), body.children.indexOf(o) + 1);
   assert.match(notes[0].textContent, /NetMeeting/);
+  assert.equal(o.style.display, 'none');
 });
 
 test('netmeeting: waits for a loading page, leaves a real control and the dialog host alone', () => {
