@@ -95,15 +95,3 @@ TEST(StartMeeting, OnlyHoldersOf1408AnywhereInTheirRightsGetTheControlAndAllGoOn
     EXPECT_TRUE(has(body, "Routine : startnetmeeting.I_init"));
     EXPECT_FALSE(has(body, "form1"));
 }
-
-TEST(StartMeeting, TheDesktopLoadsItOnlyForAccountsThatStartTheControl) {
-    for (int start : {0, 1}) {
-        TestSite site;
-        add_user(site, "m", "1408");
-        site.exec("update user set start_meeting=" + std::to_string(start) + " where username='m'");
-        ASSERT_TRUE(site.login("m", "pw"));
-        std::string frames = site.get("/").body;
-        EXPECT_EQ(has(frames, "src=\"start_netmeeting.asp\""), start == 1);
-        EXPECT_EQ(has(frames, "name=\"detail\" noresize src=\"starting.asp\""), start == 1);
-    }
-}
