@@ -185,6 +185,7 @@ CREATE INDEX email_sent ON Email(send_user_id, Send_del, id);
 CREATE INDEX email_doc ON Email(Email_doc);
 
 -- Collaboration: guest book, chat, address book, ledger.
+CREATE INDEX record_user_id_date ON Record(user_id, Rec_date);
 
 -- File store.
 
