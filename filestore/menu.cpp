@@ -21,7 +21,7 @@ void write_menu(const std::vector<MenuRow>& rows) {
                   "onclick=\"jumptoie5()\" style=\"width:100px\">");
     Response.line("<table width=\"100\" border=\"0\" cellspacing=\"1\" cellpadding=\"0\">");
     for (const MenuRow& r : rows) {
-        Response.line(std::string("<tr><td height=\"30\" bgcolor=\"") + r.idle +
+        Response.line(std::string("<tr><td height=\"30\" valign=\"middle\" bgcolor=\"") + r.idle +
                       "\" onmouseover=\"this.style.backgroundColor='" + r.hover +
                       "'\" onmouseout=\"this.style.backgroundColor='" + r.out + "'\">&nbsp;<a " + r.action +
                       ">" + r.caption + "</a></td></tr>");
