@@ -180,6 +180,9 @@ CREATE INDEX record_user_id ON Record(user_id);
 -- Data centre: categories, items and their lists.
 
 -- Mail: mailboxes by recipient, sender and folder.
+CREATE INDEX email_inbox ON Email(to_user_id, To_del, id);
+CREATE INDEX email_sent ON Email(send_user_id, Send_del, id);
+CREATE INDEX email_doc ON Email(Email_doc);
 
 -- Collaboration: guest book, chat, address book, ledger.
 
