@@ -14,7 +14,7 @@ const site = path.resolve(__dirname, '..', 'site');
 
 const BUNDLES = {
   'tavcompat.js': {
-    parts: ['names', 'lexer', 'parser', 'emitter', 'runtime', 'dialogs', 'netmeeting', 'binding'],
+    parts: ['names', 'lexer', 'parser', 'emitter', 'runtime', 'dialogs', 'netmeeting', 'docall', 'binding'],
     about: [
       'Lets the pages\' Internet Explorer client code run in current browsers: translates the',
       'VBScript blocks (which arrive as text/vbscript and never run) to JavaScript and runs them',
@@ -26,7 +26,7 @@ const BUNDLES = {
     ],
   },
   'tavdialog.js': {
-    parts: ['dialogs', 'netmeeting', 'binding'],
+    parts: ['dialogs', 'netmeeting', 'docall', 'binding'],
     about: [
       'showModalDialog as a <dialog> in the top window, dialogArguments, returnValue and',
       'close() inside it, and named form fields reachable by bare name, for pages whose',
