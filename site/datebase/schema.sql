@@ -186,5 +186,6 @@ CREATE INDEX record_user_id ON Record(user_id);
 -- File store.
 
 -- Media library.
+CREATE INDEX medium_file_type ON Medium(file_type);
 
 -- Administration: accounts and the activity log.
