@@ -33,6 +33,8 @@ public:
         }
         const bool edit = !id.blank();
 
+        // The compatibility script shows the upload's progress.
+        Response.client_compat(kCompatDialogs);
         write_head({.title = std::nullopt});
         write_script(edit);
         Response.line("</head>");
