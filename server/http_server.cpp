@@ -337,6 +337,10 @@ private:
             hdr_.reset();
             return read_body(*mem_);
         }
+        // Reads take what the buffer has room for: with the header's few
+        // kilobytes a large upload went in pieces that small, a system call
+        // and a timer each.
+        buf_.reserve(128 * 1024);
         std::string tmpl = srv_.opts.spool_dir + "/tavelor-upload-XXXXXX";
         int fd = ::mkstemp(tmpl.data());
         if (fd < 0) return send_error(500);

@@ -2475,7 +2475,7 @@
       if (isVideoPage) { el.width = 352; el.height = 264; } else { el.style.width = '275px'; }
       var note = doc.createElement('div');
       note.setAttribute('data-tav-player-note', '1');
-      note.style.cssText = 'font-size:12px;color:#c00;background:#fff;padding:2px;';
+      note.style.cssText = 'font-size:12px;color:#c00;background:#fff;padding:2px;display:none;';
       obj.parentNode.replaceChild(el, obj);
       el.parentNode.insertBefore(note, el.nextSibling);
       playAll(win, el, note, mmsToHttp(address));
@@ -2485,13 +2485,17 @@
   function playAll(win, el, note, address) {
     var entries = [];
     var at = -1;
+    function say(text) {
+      note.style.display = '';
+      note.appendChild(win.document.createTextNode(text));
+      note.appendChild(win.document.createElement('br'));
+    }
     function canPlay(t) { return el.canPlayType(t) !== ''; }
     function next() {
       for (at++; at < entries.length; at++) {
         var msg = cannotPlayMessage(entries[at], canPlay);
         if (!msg) break;
-        note.appendChild(win.document.createTextNode(msg));
-        note.appendChild(win.document.createElement('br'));
+        say(msg);
       }
       if (at >= entries.length) return;
       el.setAttribute('data-tav-entry', String(at));
@@ -2502,8 +2506,7 @@
     el.addEventListener('ended', next);
     el.addEventListener('error', function () {
       if (at < 0 || at >= entries.length) return;
-      note.appendChild(win.document.createTextNode(MSG_CANNOT[0] + extensionOf(entries[at]).toUpperCase() + MSG_CANNOT[1]));
-      note.appendChild(win.document.createElement('br'));
+      say(MSG_CANNOT[0] + extensionOf(entries[at]).toUpperCase() + MSG_CANNOT[1]);
       next();
     });
     if (!LIST_EXT.test(address.replace(/[?#].*$/, ''))) { entries = [address]; next(); return; }

@@ -187,5 +187,6 @@ CREATE INDEX record_user_id ON Record(user_id);
 
 -- Media library.
 CREATE INDEX medium_file_type ON Medium(file_type);
+CREATE INDEX medium_file_type_py ON Medium(file_type, PY);
 
 -- Administration: accounts and the activity log.
