@@ -180,8 +180,12 @@ CREATE INDEX record_user_id ON Record(user_id);
 -- Data centre: categories, items and their lists.
 
 -- Mail: mailboxes by recipient, sender and folder.
+CREATE INDEX email_inbox ON Email(to_user_id, To_del, id);
+CREATE INDEX email_sent ON Email(send_user_id, Send_del, id);
+CREATE INDEX email_doc ON Email(Email_doc);
 
 -- Collaboration: guest book, chat, address book, ledger.
+CREATE INDEX record_user_id_date ON Record(user_id, Rec_date);
 
 -- File store.
 
@@ -190,3 +194,7 @@ CREATE INDEX medium_file_type ON Medium(file_type);
 CREATE INDEX medium_file_type_py ON Medium(file_type, PY);
 
 -- Administration: accounts and the activity log.
+-- The lists read user by id and by username, and one account's log by
+-- user_id newest first: user_username and monitor_user_id above serve them
+-- (an index entry carries the row id, so "where user_id=... order by id
+-- DESC" walks the index backwards without a sort).
