@@ -2468,10 +2468,9 @@
 
   // ==== media
 
-  // The media players: the RealPlayer and Windows Media Player objects of the player pages
-  // become <audio controls> or <video controls>. A playlist (.m3u, .ram, .asx: one address a
-  // line) is read from the same site and its entries are played in order; an mms:// address is
-  // the same file over http. A format the browser cannot play gets a plain message instead.
+  // Player objects become <audio controls> or <video controls>. A playlist (.m3u, .ram, .asx:
+  // an address a line) is read from the site and played in order; mms:// is the same file over
+  // http. A format the browser cannot play gets a plain message instead.
 
   var REAL_CLSID = 'cfcdaa03-8be4-11cf-b84b-0020afbbccfa';
   var WMP_CLSID = '22d6f312-b0f6-11d0-94ab-0080c74c7e95';
@@ -2498,7 +2497,7 @@
     String(text || '').split(/\r\n|\r|\n/).forEach(function (line) {
       var l = line.trim();
       if (!l || l.charAt(0) === '#') return;
-      // An .asx of the markup kind names its entries in href attributes.
+      // an .asx in markup names its entries in href attributes
       var m = /<ref\s+href\s*=\s*"([^"]+)"/i.exec(l);
       if (m) { out.push(mmsToHttp(m[1])); return; }
       if (l.charAt(0) === '<') return;
@@ -2600,12 +2599,10 @@
 
   // ==== uploadprogress
 
-  // Upload progress: a form posting multipart data with a chosen file is sent by XMLHttpRequest
-  // while a bar shows what was sent, the total, the rate and the time left, with a cancel
-  // button. The server's answer is then shown as the browser would have shown it: a redirect
-  // is followed, any other answer replaces this page. Text goes in the page's own encoding
-  // (the server reads gb2312), which the browser's URL encoder provides. Forms aimed at another
-  // window or frame, and browsers without XMLHttpRequest upload events, post as before.
+  // Upload progress: a multipart form with a chosen file goes by XMLHttpRequest under a bar
+  // (sent, total, rate, time left, cancel); the answer then shows as the browser would have
+  // shown it: a redirect followed, any other answer in this page. Text goes in the page's own
+  // encoding, as the server reads it. Forms aimed at another window post as before.
 
   var UP_TEXT = {
     sending: '\u6b63\u5728\u4e0a\u4f20', sent: '\u5df2\u53d1\u9001', total: '\u5171', rate: '\u901f\u7387',
@@ -2645,7 +2642,7 @@
         return '%' + x.charCodeAt(0).toString(16).toUpperCase();
       }) : c;
     }
-    // The link's query is encoded in the document's charset; its percent escapes are the bytes.
+    // A link's query is encoded in the page's charset: its escapes are the bytes.
     var a = doc.createElement('a');
     a.href = '?' + ascii;
     var q = a.search.slice(1);
@@ -2690,7 +2687,6 @@
         var files = e.files && e.files.length ? e.files : [null];
         for (var f = 0; f < files.length; f++) {
           head(e.name, '; filename="');
-          // IE sent the whole client path; the server keeps what follows the last backslash.
           if (files[f]) parts.push(pageBytes(doc, files[f].name.replace(/"/g, '%22')));
           parts.push('"\r\nContent-Type: ' + (files[f] && files[f].type || 'application/octet-stream') + '\r\n\r\n');
           if (files[f]) parts.push(files[f]);
@@ -2780,7 +2776,7 @@
     if (win.__tavUploadBound || !win.XMLHttpRequest || !win.Blob) return;
     if (!('upload' in new win.XMLHttpRequest())) return;
     win.__tavUploadBound = true;
-    // Bubbling to the window: the page's own onsubmit checks have run and may have refused.
+    // On the window: the page's own onsubmit checks ran first and may have refused.
     win.addEventListener('submit', function (ev) {
       var form = ev.target;
       if (ev.defaultPrevented || !form || form.tagName !== 'FORM' || !wantsProgress(form)) return;

@@ -32,7 +32,7 @@ const BUNDLES = {
       'showModalDialog as a <dialog> in the top window, dialogArguments, returnValue and',
       'close() inside it, and named form fields reachable by bare name, for pages whose',
       'scripts are JavaScript, and the NetMeeting stand-in. The VBScript translator is in',
-      'tavcompat.js.',
+      'tavcompat.js. Player objects become <audio>/<video>; uploads with a file show progress.',
     ],
   },
 };

@@ -1,7 +1,6 @@
-// The media players: the RealPlayer and Windows Media Player objects of the player pages
-// become <audio controls> or <video controls>. A playlist (.m3u, .ram, .asx: one address a
-// line) is read from the same site and its entries are played in order; an mms:// address is
-// the same file over http. A format the browser cannot play gets a plain message instead.
+// Player objects become <audio controls> or <video controls>. A playlist (.m3u, .ram, .asx:
+// an address a line) is read from the site and played in order; mms:// is the same file over
+// http. A format the browser cannot play gets a plain message instead.
 
 var REAL_CLSID = 'cfcdaa03-8be4-11cf-b84b-0020afbbccfa';
 var WMP_CLSID = '22d6f312-b0f6-11d0-94ab-0080c74c7e95';
@@ -28,7 +27,7 @@ function parsePlaylist(text) {
   String(text || '').split(/\r\n|\r|\n/).forEach(function (line) {
     var l = line.trim();
     if (!l || l.charAt(0) === '#') return;
-    // An .asx of the markup kind names its entries in href attributes.
+    // an .asx in markup names its entries in href attributes
     var m = /<ref\s+href\s*=\s*"([^"]+)"/i.exec(l);
     if (m) { out.push(mmsToHttp(m[1])); return; }
     if (l.charAt(0) === '<') return;

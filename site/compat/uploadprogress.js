@@ -1,9 +1,7 @@
-// Upload progress: a form posting multipart data with a chosen file is sent by XMLHttpRequest
-// while a bar shows what was sent, the total, the rate and the time left, with a cancel
-// button. The server's answer is then shown as the browser would have shown it: a redirect
-// is followed, any other answer replaces this page. Text goes in the page's own encoding
-// (the server reads gb2312), which the browser's URL encoder provides. Forms aimed at another
-// window or frame, and browsers without XMLHttpRequest upload events, post as before.
+// Upload progress: a multipart form with a chosen file goes by XMLHttpRequest under a bar
+// (sent, total, rate, time left, cancel); the answer then shows as the browser would have
+// shown it: a redirect followed, any other answer in this page. Text goes in the page's own
+// encoding, as the server reads it. Forms aimed at another window post as before.
 
 var UP_TEXT = {
   sending: '\u6b63\u5728\u4e0a\u4f20', sent: '\u5df2\u53d1\u9001', total: '\u5171', rate: '\u901f\u7387',
@@ -43,7 +41,7 @@ function pageBytes(doc, text) {
       return '%' + x.charCodeAt(0).toString(16).toUpperCase();
     }) : c;
   }
-  // The link's query is encoded in the document's charset; its percent escapes are the bytes.
+  // A link's query is encoded in the page's charset: its escapes are the bytes.
   var a = doc.createElement('a');
   a.href = '?' + ascii;
   var q = a.search.slice(1);
@@ -88,7 +86,6 @@ function multipartBody(doc, form, submitter, boundary) {
       var files = e.files && e.files.length ? e.files : [null];
       for (var f = 0; f < files.length; f++) {
         head(e.name, '; filename="');
-        // IE sent the whole client path; the server keeps what follows the last backslash.
         if (files[f]) parts.push(pageBytes(doc, files[f].name.replace(/"/g, '%22')));
         parts.push('"\r\nContent-Type: ' + (files[f] && files[f].type || 'application/octet-stream') + '\r\n\r\n');
         if (files[f]) parts.push(files[f]);
@@ -178,7 +175,7 @@ function installUploadProgress(win) {
   if (win.__tavUploadBound || !win.XMLHttpRequest || !win.Blob) return;
   if (!('upload' in new win.XMLHttpRequest())) return;
   win.__tavUploadBound = true;
-  // Bubbling to the window: the page's own onsubmit checks have run and may have refused.
+  // On the window: the page's own onsubmit checks ran first and may have refused.
   win.addEventListener('submit', function (ev) {
     var form = ev.target;
     if (ev.defaultPrevented || !form || form.tagName !== 'FORM' || !wantsProgress(form)) return;
