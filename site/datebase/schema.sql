@@ -190,6 +190,8 @@ CREATE INDEX record_user_id_date ON Record(user_id, Rec_date);
 -- File store.
 
 -- Media library.
+CREATE INDEX medium_file_type ON Medium(file_type);
+CREATE INDEX medium_file_type_py ON Medium(file_type, PY);
 
 -- Administration: accounts and the activity log.
 -- The lists read user by id and by username, and one account's log by
