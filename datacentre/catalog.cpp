@@ -9,7 +9,8 @@ bool is_category(const Value& menu_id, const Value& user_text) {
 }
 
 std::string category_entry(const Value& menu_id, const Value& name) {
-    return "`images/arrow1.gif`,` " + name.str() + "`,`Data_list.asp?sub_menu=" + menu_id.str() + "`, `detail`,";
+    // A backquote in the name would end the label's field in the stored form.
+    return "`images/arrow1.gif`,` " + Replace(name, "`", "\xE2\x80\x98") + "`,`Data_list.asp?sub_menu=" + menu_id.str() + "`, `detail`,";
 }
 
 std::string url_part(const std::string& s) {
