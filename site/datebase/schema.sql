@@ -178,6 +178,11 @@ CREATE INDEX address_user_id ON Address(User_id);
 CREATE INDEX record_user_id ON Record(user_id);
 
 -- Data centre: categories, items and their lists.
+-- A category's list, newest by date (Data_list.asp), and its newest by id
+-- (data_home.asp: the index on Sub_menu alone already holds the id order).
+CREATE INDEX datas_sub_menu_date ON Datas(Sub_menu, D_date);
+-- The main menu's name by its handle (Data_read.asp, Data_Input.asp).
+CREATE INDEX menu_menu_text ON menu(menu_text);
 
 -- Mail: mailboxes by recipient, sender and folder.
 
