@@ -55,10 +55,10 @@ public:
         Response.line("<table width=\"560\" border=\"0\" cellspacing=\"0\" cellpadding=\"3\" align=\"center\">");
         Response.line("<tr bgcolor=\"#336699\" height=\"25\"><td colspan=\"2\"><font color=\"#ffffff\">录入 =>> " +
                       html_text(main_name) + html_text(Request.querystring("type")) + "</font></td></tr>");
-        Response.line("<tr><td width=\"80\">数据主题<font color=\"red\">*</font></td><td>"
+        Response.line("<tr><td width=\"80\" nowrap>数据主题<font color=\"red\">*</font></td><td>"
                       "<input type=\"text\" name=\"D_title\" maxlength=\"50\" size=\"40\" value=\"" +
                       html_text(title) + "\"></td></tr>");
-        Response.line("<tr><td>数据类别</td><td><select name=\"Sub_menu\">");
+        Response.line("<tr><td nowrap>数据类别</td><td><select name=\"Sub_menu\">");
         Recordset cats = conn.execute("select menu_id,user_text from menu where left(menu_id,2)='"_sql + code +
                                       "' order by menu_id");
         while (!cats.eof()) {
@@ -76,7 +76,7 @@ public:
         box.inputboxI_init();
         Response.line("<IFRAME class=\"mytext\" id=\"mytext\" width=\"530\" valign=\"bottom\" height=\"75%\"></IFRAME>");
         Response.line("</td></tr>");
-        Response.line("<tr><td>数据附件：</td><td><input type=\"file\" name=\"Afile\" size=\"30\"> [" + note +
+        Response.line("<tr><td nowrap>数据附件：</td><td><input type=\"file\" name=\"Afile\" size=\"30\"> [" + note +
                       "] <input type=\"button\" class=\"buttons02\" value=\"确定\" onclick=\"editinfo()\"></td></tr>");
         Response.line("</table>");
         Response.line("<input type=\"hidden\" name=\"body\" value=\"\">");
