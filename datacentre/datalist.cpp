@@ -1,6 +1,7 @@
 // Data_list.asp: the items of one category, newest first, with a search in
 // the titles. A page shows eleven rows but moves on by ten, so the last row
 // of a page comes again at the top of the next.
+#include <map>
 #include <string>
 
 #include "datacentre/catalog.h"
@@ -31,7 +32,8 @@ public:
                             .hidden = {{"Sub_menu", html_text(Sub_menu)}, {"sstr", html_text(sstr)}}});
         bar.read_p();
         if (sstr.blank()) {
-            bar.count("select count(id) as num from Datas where Sub_menu='"_sql + Sub_menu + "'");
+            // The store keeps each category's count (see datas_tally in the schema).
+            bar.count("select coalesce(sum(num),0) as num from datas_tally where Sub_menu='"_sql + Sub_menu + "'");
             rs = bar.fetch("select * from Datas where Sub_menu='"_sql + Sub_menu + "' order by D_date DESC");
         } else {
             bar.count("select count(id) as num from Datas where Sub_menu='"_sql + Sub_menu + "' and D_title like '%" +
@@ -72,10 +74,17 @@ public:
                       "style=\"border-collapse:collapse\">");
         Response.line(table_row(" height=\"26\" align=\"center\" bgcolor=\"#dde8f3\"",
                                 {"序号", "主 题", "发布者", "附件", "发布日期"}));
+        std::map<std::string, Value> authors;
         long n = 1;
         for (; bar.within(n) && !rs.eof(); ++n) {
-            Recordset author = conn.execute("select truename from user where id="_sql + rs("user_id"));
-            Value who = author.eof() ? Value("已删除") : author("truename");
+            // One look-up per author on the page: a list is mostly a few authors.
+            Value uid = rs("user_id");
+            auto known = authors.find(uid.str());
+            if (known == authors.end()) {
+                Recordset author = conn.execute("select truename from user where id="_sql + uid);
+                known = authors.emplace(uid.str(), author.eof() ? Value("已删除") : author("truename")).first;
+            }
+            const Value& who = known->second;
             Response.line(table_row(
                 " height=\"26\"",
                 {Value(static_cast<long long>(n + bar.offset())),

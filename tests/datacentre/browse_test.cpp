@@ -171,3 +171,27 @@ TEST(DataLock, LockAndUnlockWithTheirMessages) {
     EXPECT_EQ(site.scalar("select count(*) as n from monitor where work_text like '保护: Datas 的ID号：" + id + "记录%'", "n"),
               "2");
 }
+
+TEST(DataList, KeptCountsFollowEveryChangeOfTheItems) {
+    TestSite site;
+    auto agree = [&](const char* when) {
+        for (const char* cat : {"3102", "3103", "3110"}) {
+            const std::string where = std::string(" where Sub_menu='").append(cat).append("'");
+            std::string counted = site.scalar("select count(id) as n from Datas" + where, "n");
+            std::string kept = site.scalar("select coalesce(sum(num),0) as n from datas_tally" + where, "n");
+            EXPECT_EQ(kept, counted) << when << " " << cat;
+        }
+    };
+    for (int n = 0; n < 10; ++n) add_item(site, "3102", std::string("t").append(std::to_string(n)));
+    agree("after inserts");
+    // Ten items make two pages, the second empty.
+    EXPECT_TRUE(has(site.get("Data_list.asp?sub_menu=3102").body, "页/共2页"));
+    site.exec("update Datas set Sub_menu='3103' where id in (select id from Datas limit 3)");
+    site.exec("update Datas set D_title='x'");
+    agree("after a move");
+    site.exec("delete from Datas where Sub_menu='3103'");
+    site.exec("update Datas set Sub_menu=null where id=(select max(id) from Datas)");
+    agree("after deletes and a null category");
+    EXPECT_TRUE(has(site.get("Data_list.asp?sub_menu=3102").body, "页/共1页"));
+    EXPECT_TRUE(has(site.get("Data_list.asp?sub_menu=3103").body, "页/共1页"));
+}
