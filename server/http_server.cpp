@@ -21,6 +21,7 @@
 #include <boost/beast/http.hpp>
 
 #include "server/http_parse.h"
+#include "server/too_large.h"
 
 namespace tav {
 
@@ -536,6 +537,7 @@ private:
         res->set("X-Content-Type-Options", "nosniff");
         if (status == 405) res->set(http::field::allow, "GET, HEAD, POST");
         res->body() = reason(status);
+        if (status == 413) too_large_for_page(*res);
         res->keep_alive(false);
         res->prepare_payload();
         stream_.expires_after(kErrorWriteTimeout);
@@ -543,6 +545,17 @@ private:
             if (ec) return self->stream_.close();
             self->shutdown();
         });
+    }
+
+    // A form sent to a page gets a page that says why, not a bare status.
+    void too_large_for_page(http::response<http::string_body>& res) const {
+        beast::string_view target = hdr_ ? hdr_->get().target()
+                                    : mem_ ? mem_->get().target()
+                                    : file_ ? file_->get().target()
+                                            : beast::string_view();
+        if (!targets_page(std::string_view(target.data(), target.size()))) return;
+        res.set(http::field::content_type, "text/html; charset=gb2312");
+        res.body() = too_large_page(srv_.opts.body_limit);
     }
 
     // Closing with unread request bytes makes the kernel send a reset, which

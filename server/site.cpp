@@ -11,6 +11,7 @@
 #include <sstream>
 
 #include "frame/encoding.h"
+#include "frame/html.h"
 #include "frame/page.h"
 #include "frame/paths.h"
 #include "frame/request_scope.h"
@@ -271,7 +272,7 @@ HttpResponse Site::run_page(const std::string& cls, const HttpRequest& req, std:
         out.set_header("Location", location);
         out.set_header("Content-Type", "text/html; charset=gb2312");
         out.body = "<head><title>Object moved</title></head>\r\n<body><h1>Object Moved</h1>"
-                   "This object may be found <a HREF=\"" + location + "\">here</a>.</body>\r\n";
+                   "This object may be found <a HREF=\"" + html_text(location) + "\">here</a>.</body>\r\n";
         return out;
     }
     std::string& body = response.body();

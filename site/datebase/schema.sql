@@ -204,11 +204,19 @@ CREATE TRIGGER datas_tally_move AFTER UPDATE OF Sub_menu ON Datas BEGIN
 END;
 
 -- Mail: mailboxes by recipient, sender and folder.
+CREATE INDEX email_inbox ON Email(to_user_id, To_del, id);
+CREATE INDEX email_sent ON Email(send_user_id, Send_del, id);
+CREATE INDEX email_doc ON Email(Email_doc);
 
 -- Collaboration: guest book, chat, address book, ledger.
+CREATE INDEX record_user_id_date ON Record(user_id, Rec_date);
 
 -- File store.
 
 -- Media library.
 
 -- Administration: accounts and the activity log.
+-- The lists read user by id and by username, and one account's log by
+-- user_id newest first: user_username and monitor_user_id above serve them
+-- (an index entry carries the row id, so "where user_id=... order by id
+-- DESC" walks the index backwards without a sort).

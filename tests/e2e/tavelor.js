@@ -28,15 +28,16 @@ function get(url) {
   });
 }
 
-// A server on a fresh instance. `sql` runs against its database before start.
-async function startServer({ sql = [] } = {}) {
+// A server on a fresh instance. `sql` runs against its database before start; `args` go to
+// the server's command line (e.g. ['--body-limit', '1048576']).
+async function startServer({ sql = [], args = [] } = {}) {
   const dir = fs.mkdtempSync(path.join(os.tmpdir(), 'tavelor-e2e-'));
   const site = path.join(dir, 'site');
   execFileSync(bin, ['init', site], { stdio: 'ignore' });
   const db = path.join(site, 'datebase', 'office.mdb');
   for (const s of sql) execFileSync('sqlite3', [db, s]);
   const port = await freePort();
-  const proc = spawn(bin, ['serve', site, '--port', String(port), '--log', path.join(dir, 'app.log')],
+  const proc = spawn(bin, ['serve', site, '--port', String(port), '--log', path.join(dir, 'app.log'), ...args],
                      { stdio: ['ignore', 'ignore', 'inherit'] });
   const base = `http://127.0.0.1:${port}`;
   for (let i = 0; i < 100; i++) {

@@ -1,0 +1,250 @@
+// The folders of Email_list.asp and the way of a mail through Email_Del.asp
+// to its end, with the attachment shared by all copies of a sending.
+#include <gtest/gtest.h>
+
+#include <string>
+#include <vector>
+
+#include "tests/mail/mail_support.h"
+
+using tav::test::count;
+using tav::test::has;
+using tav::test::mail::MailSite;
+
+namespace {
+
+const char kDeleted[] = "Pop_OK.asp?message=邮件删除成功！&next_href=Email_list.asp?type=";
+const char kGone[] = "Pop_OK.asp?message=邮件被彻底删除！&next_href=Email_list.asp?type=";
+
+// Links to mails in a list answer.
+int mails_listed(const std::string& body) { return count(body, "href=\"Email_read.asp?id="); }
+
+void insert_mail(MailSite& m, const std::string& from, const std::string& to, const std::string& title,
+                 const std::string& extra_cols = "", const std::string& extra_vals = "") {
+    m.site.exec("insert into Email(send_user_id,to_user_id,Email_title,Email_text,Email_id" + extra_cols +
+                ") values (" + from + "," + to + ",'" + title + "','t',1" + extra_vals + ")");
+}
+
+}  // namespace
+
+TEST(MailList, FoldersAreConditionsOnTheFlags) {
+    MailSite m;
+    std::string a = m.user("ann", "安");
+    insert_mail(m, "1", a, "新的");
+    insert_mail(m, "1", a, "读过", ",read", ",1");
+    insert_mail(m, "1", a, "扔了", ",To_del", ",1");
+    insert_mail(m, "1", a, "没了", ",To_del", ",2");
+    insert_mail(m, a, "1", "我发的");
+    insert_mail(m, a, "1", "我删的", ",Send_del", ",2");
+    m.as("ann");
+
+    struct Case {
+        std::string type;
+        std::vector<std::string> shown;
+        const char* heading;
+        const char* person;
+    } cases[] = {
+        {"0", {"新的", "读过"}, "我的信箱-&gt;&gt;收件箱", "发件人"},
+        {"1", {"读过"}, "我的信箱-&gt;&gt;已阅读过的邮件", "发件人"},
+        {"2", {"扔了"}, "我的信箱-&gt;&gt;已经删除了邮件", "发件人"},
+        {"3", {"我发的"}, "我的信箱-&gt;&gt;已经发送的邮件", "收件人"},
+        {" 3 ", {"我发的"}, "我的信箱-&gt;&gt;已经发送的邮件", "收件人"},
+    };
+    for (const Case& c : cases) {
+        std::string body = m.list("type=" + c.type);
+        EXPECT_EQ(mails_listed(body), static_cast<int>(c.shown.size())) << c.type;
+        for (const auto& t : c.shown) EXPECT_TRUE(has(body, ">" + t + "</a>")) << c.type << " " << t;
+        EXPECT_TRUE(has(body, c.heading)) << c.type;
+        EXPECT_TRUE(has(body, std::string("<td width=\"80\">") + c.person + "</td>")) << c.type;
+        // The states: the sent folder tells unread mails as sent.
+        if (c.type == "0") {
+            EXPECT_TRUE(has(body, "<font color=\"red\">新邮件</font>"));
+        }
+        if (c.type == "1") {
+            EXPECT_TRUE(has(body, "已查阅"));
+        }
+        if (c.type.find('3') != std::string::npos) {
+            EXPECT_TRUE(has(body, "已发送"));
+            EXPECT_TRUE(has(body, "系统管理员"));  // the recipient, in the sent folder
+            EXPECT_TRUE(has(body, "彻底删除选中项"));
+        }
+    }
+    EXPECT_TRUE(has(m.list("type=0"), "value=\"删除选中项\""));
+}
+
+TEST(MailList, TheSystemsMailIsUrgentAndFromNobody) {
+    MailSite m;
+    std::string a = m.user("ann");
+    // What the registration greeting writes through the common routine.
+    m.site.exec("insert into Email(send_user_id,to_user_id,Email_title,Email_text,Email_id) values (0," + a +
+                ",'欢迎','欢迎使用',0)");
+    std::string gone = m.user("gone");
+    insert_mail(m, gone, a, "故人");
+    m.site.exec("delete from user where id=" + gone);
+    m.as("ann");
+    std::string body = m.list("type=0");
+    EXPECT_TRUE(has(body, "<td>系 统</td>")) << body;
+    EXPECT_TRUE(has(body, "<td>非常紧急</td>"));
+    EXPECT_TRUE(has(body, "<td>已删除</td>"));
+    EXPECT_TRUE(has(body, "<td>无</td>"));  // the store gave the system's row "0"
+
+    // Neither can be answered; the button still marks them answered.
+    for (const std::string& id : {m.scalar("select id as v from Email where send_user_id=0"),
+                                 m.scalar("select id as v from Email where send_user_id=" + gone)}) {
+        auto r = m.site.get("/Email_Reply.asp?id=" + id);
+        EXPECT_EQ(r.status, 200);
+        EXPECT_TRUE(has(r.body, "此邮件不需要回复！<br>因为发件人已经被删除或者是系统自动发给您的邮件。"));
+        EXPECT_EQ(m.scalar("select reply as v from Email where id=" + id), "1");
+    }
+    EXPECT_TRUE(has(m.list("type=0"), "<td>Yes</td>"));
+}
+
+TEST(MailList, PagesOfTen) {
+    MailSite m;
+    std::string a = m.user("ann");
+    for (int i = 0; i < 10; ++i) insert_mail(m, "1", a, "第" + std::to_string(i) + "封");
+    m.as("ann");
+
+    std::string first = m.list("type=0");
+    EXPECT_EQ(mails_listed(first), 10);
+    EXPECT_TRUE(has(first, ">第9封</a>"));  // newest first
+    // Ten mails make two pages, the second blank.
+    EXPECT_TRUE(has(first, "<option value=\"1\">2</option>"));
+    EXPECT_TRUE(has(first, "页/共2页"));
+    std::string second = m.list("type=0&p=1");
+    EXPECT_EQ(mails_listed(second), 0);
+    EXPECT_EQ(count(second, "<tr height=\"28\">"), 10);
+    // Beyond the last page, and below the first.
+    EXPECT_EQ(mails_listed(m.list("type=0&p=7")), 0);
+    EXPECT_EQ(mails_listed(m.list("type=0&p=-3")), 10);
+    // The running number counts on over the pages.
+    insert_mail(m, "1", a, "第十一封");
+    std::string next = m.list("type=0&p=1");
+    EXPECT_TRUE(has(next, "onclick=\"changechecked(this)\">11")) << next;
+    // The bar's links keep the folder and the search.
+    std::string found = m.list("type=0&sstr=封");
+    EXPECT_TRUE(has(found, "href=\"Email_list.asp?p=1&type=0&sstr=封\"")) << found;
+    EXPECT_TRUE(has(found, "<input type=\"hidden\" name=\"sstr\" value=\"封\">"));
+}
+
+TEST(MailList, SearchIsBySubjectWithoutApostrophes) {
+    MailSite m;
+    std::string a = m.user("ann");
+    insert_mail(m, "1", a, "Obrien report");
+    insert_mail(m, "1", a, "weekly");
+    m.as("ann");
+    EXPECT_EQ(mails_listed(m.list("type=0&sstr=O'brien")), 1);
+    EXPECT_EQ(mails_listed(m.list("type=0&sstr=%20REPORT%20")), 1);
+    EXPECT_EQ(mails_listed(m.list("type=0&sstr='")), 2);
+    EXPECT_EQ(mails_listed(m.list("type=0&sstr=nothing")), 0);
+}
+
+TEST(MailList, FolderOutsideTheFourEndsInTheErrorReport) {
+    for (const char* type : {"4", "-1", "x", "", "1.5"}) {
+        MailSite m;
+        m.as("admin", "admin");
+        auto r = m.site.get(std::string("/Email_list.asp?type=") + type);
+        EXPECT_TRUE(has(r.body, "Routine : emaillist")) << type << r.body;
+        EXPECT_FALSE(has(r.body, "我的信箱")) << type;
+    }
+}
+
+TEST(MailList, OnlyForALoggedInSession) {
+    MailSite m;
+    auto r = m.site.get("/Email_list.asp?type=0");
+    EXPECT_EQ(r.status, 302);
+    EXPECT_EQ(r.location(), "login.asp");
+}
+
+TEST(MailDelete, EachFolderMovesTheMailOneStep) {
+    struct Case {
+        const char* type;
+        const char* to_del;
+        const char* send_del;
+        const char* answer;
+    } cases[] = {
+        {"0", "1", "0", kDeleted}, {"1", "1", "0", kDeleted}, {"2", "2", "0", kGone},
+        {"3", "0", "2", kGone},    {"4", "0", "0", kDeleted}, {"x", "0", "0", kDeleted},
+    };
+    for (const Case& c : cases) {
+        MailSite m;
+        std::string a = m.user("ann");
+        insert_mail(m, "1", a, "一");
+        std::string id = m.last_id();
+        EXPECT_EQ(m.del(id, c.type), std::string(c.answer) + c.type) << c.type;
+        EXPECT_EQ(m.scalar("select To_del as v from Email where id=" + id), c.to_del) << c.type;
+        EXPECT_EQ(m.scalar("select Send_del as v from Email where id=" + id), c.send_del) << c.type;
+    }
+}
+
+TEST(MailDelete, StrayTokensAreSkipped) {
+    MailSite m;
+    std::string a = m.user("ann");
+    insert_mail(m, "1", a, "一");
+    std::string id = m.last_id();
+    std::string before = tav::test::rows_of(m.site, "Email", "id,To_del,Send_del");
+    // Ticking the select-all box alone sends "kall".
+    EXPECT_EQ(m.del("kall", "0"), std::string(kDeleted) + "0");
+    EXPECT_EQ(m.del("kall*1%20or%201=1**", "2"), std::string(kDeleted) + "2");
+    EXPECT_EQ(tav::test::rows_of(m.site, "Email", "id,To_del,Send_del"), before);
+    // A number that is no mail reports in del_email and the rest goes on.
+    auto r = m.site.get("/Email_Del.asp?dellist=99999*" + id + "&type=2");
+    EXPECT_EQ(r.location(), std::string(kGone) + "2");
+    EXPECT_TRUE(has(m.site.log_text(), "emaildel.del_email"));
+    EXPECT_EQ(m.scalar("select To_del as v from Email where id=" + id), "2");
+}
+
+TEST(MailDelete, RowGoesWhenBothSidesRemovedIt) {
+    MailSite m;
+    std::string a = m.user("ann");
+    insert_mail(m, "1", a, "无附件");
+    std::string id = m.last_id();
+    m.del(id, "0");
+    m.del(id, "2");
+    EXPECT_EQ(m.rows(), 1);  // the sent folder still holds it
+    m.del(id, "3");
+    EXPECT_EQ(m.rows(), 0);
+}
+
+TEST(MailDelete, SharedAttachmentGoesWithTheLastCopy) {
+    MailSite m;
+    std::string a = m.user("ann"), b = m.user("bob"), c = m.user("cid");
+    m.as("admin", "admin");
+    m.send(a + "@" + b + "@" + c + "@", "共享", "x", {{1, "shared.txt", "S"}});
+    auto id_of = [&](const std::string& to) { return m.scalar("select id as v from Email where to_user_id=" + to); };
+    std::string ia = id_of(a), ib = id_of(b), ic = id_of(c);
+    ASSERT_TRUE(m.on_disk("01shared.txt"));
+
+    // The sender removes all three copies from the sent folder; two
+    // recipients remove theirs for good.
+    m.del(ia + "*" + ib + "*" + ic, "3");
+    for (const auto& id : {ia, ib}) {
+        m.del(id, "0");
+        m.del(id, "2");
+    }
+    EXPECT_EQ(m.rows(), 3);
+    EXPECT_TRUE(m.on_disk("01shared.txt"));
+    EXPECT_EQ(m.rows("To_del=2 and Send_del=2"), 2);  // in no folder, still there
+
+    // The third recipient: everything goes in one step.
+    m.del(ic, "0");
+    EXPECT_TRUE(m.on_disk("01shared.txt"));
+    m.del(ic, "2");
+    EXPECT_EQ(m.rows(), 0);
+    EXPECT_FALSE(m.on_disk("01shared.txt"));
+}
+
+TEST(MailDelete, AFileAlreadyGoneIsSkippedSilently) {
+    MailSite m;
+    std::string a = m.user("ann");
+    m.as("admin", "admin");
+    m.send(a + "@", "两个", "x", {{1, "one.txt", "1"}, {2, "two.txt", "2"}});
+    std::string id = m.last_id();
+    std::filesystem::remove(m.email_file("01one.txt"));
+    m.del(id, "3");
+    m.del(id, "0");
+    EXPECT_EQ(m.del(id, "2"), std::string(kGone) + "2");
+    EXPECT_EQ(m.rows(), 0);
+    EXPECT_FALSE(m.on_disk("02two.txt"));
+    EXPECT_FALSE(has(m.site.log_text(), "emaildel"));
+}
