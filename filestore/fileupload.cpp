@@ -14,6 +14,8 @@ public:
         Server.ScriptTimeOut(5000);
         dbI_init();
         up.upI_init();
+        // The upload form shows its progress through the client script.
+        Response.client_compat(kCompatDialogs);
         write_head({.no_cache_days = 10});
         Response.line("<script language=\"JavaScript\">");
         Response.line("function go_check() {");
