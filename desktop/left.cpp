@@ -4,6 +4,9 @@
 #include "frame/page.h"
 #include "frame/vb.h"
 
+#include <string>
+#include <vector>
+
 namespace tav::pages {
 
 class left : public Page {
@@ -72,13 +75,15 @@ public:
             Value id = Trim(rs("menu_id"));
             if (InStr(id, "00") > 0 || InStr(id, "ZZ") > 0 || InStr(rights, id) > 0) {
                 std::string text = Replace(Trim(rs("menu_text")), "`", "'");
-                if (InStr(text, "value=”") > 0) {
-                    Response.write(Replace(text, "”", ""));
-                    Response.write("\"");
+                std::string folder;
+                if (opening_row(text, folder)) {
+                    Response.write("<INPUT type='hidden' name='" + html_text(folder) + "' value=\"");
                 } else if (text == "”>") {
                     Response.write("\">");
-                } else {
-                    Response.write(text);
+                } else if (links_safe(text)) {
+                    // Entries carry names that users typed (categories): they
+                    // stay text inside the field's value.
+                    Response.write(in_value(text));
                 }
             }
             rs.movenext();
@@ -112,6 +117,51 @@ public:
         Response.line("</body>");
         Response.line("</html>");
         Response.write("");
+    }
+
+private:
+    // The row that opens a folder's field: <INPUT type='hidden' name='menuNN' value=”
+    static bool opening_row(const std::string& text, std::string& folder) {
+        static const std::string head = "<INPUT type='hidden' name='";
+        static const std::string tail = "' value=”";
+        if (text.size() < head.size() + tail.size() || text.compare(0, head.size(), head) != 0 ||
+            text.compare(text.size() - tail.size(), tail.size(), tail) != 0)
+            return false;
+        folder = text.substr(head.size(), text.size() - head.size() - tail.size());
+        return true;
+    }
+    // The folder script reads the value as quoted fields, four to an entry,
+    // the third a link: a row whose link would run script is left out.
+    static bool links_safe(const std::string& text) {
+        std::vector<std::string> values;
+        for (std::size_t i = 0; i < text.size();) {
+            if (text[i] != '\'') {
+                ++i;
+                continue;
+            }
+            std::size_t end = text.find('\'', i + 1);
+            if (end == std::string::npos) break;
+            values.push_back(text.substr(i + 1, end - i - 1));
+            i = end + 1;
+        }
+        for (std::size_t k = 2; k < values.size(); k += 4)
+            if (!safe_url(values[k])) return false;
+        return true;
+    }
+    // Text inside a double-quoted attribute; apostrophes stay, since the
+    // folder script splits the value at them.
+    static std::string in_value(const std::string& text) {
+        std::string out;
+        for (char c : text) {
+            switch (c) {
+            case '&': out += "&amp;"; break;
+            case '<': out += "&lt;"; break;
+            case '>': out += "&gt;"; break;
+            case '"': out += "&quot;"; break;
+            default: out += c;
+            }
+        }
+        return out;
     }
 };
 

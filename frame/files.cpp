@@ -64,6 +64,15 @@ void write_file(const std::string& path, const std::string& text, bool append) {
     if (!out) raise_error(err::path_access);
 }
 
+// The database folder may be looked into but not changed: nothing is made,
+// deleted or moved in it, and nothing moves out of it (outside it the
+// database would be served as a plain file).
+void refuse_store(const std::string& resolved) {
+    Context* ctx = current_context();
+    if (!ctx || !ctx->server) return;
+    if (path_inside(lower(ctx->server->root() + "/datebase"), lower(resolved))) raise_error(err::permission_denied);
+}
+
 }  // namespace
 
 std::string FileSystemObject::resolve(const std::string& path) {
@@ -88,6 +97,7 @@ bool FileSystemObject::FolderExists(const std::string& path, Loc loc) const {
 void FileSystemObject::CreateFolder(const std::string& path, Loc loc) const {
     host_call(loc);
     std::string p = resolve(path);
+    refuse_store(p);
     if (is_dir(p) || is_file(p)) raise_error(err::file_exists);
     if (!is_dir(parent_of(p))) raise_error(err::path_not_found);
     std::error_code ec;
@@ -98,6 +108,7 @@ void FileSystemObject::DeleteFile(const std::string& path, Loc loc) const {
     host_call(loc);
     std::string p = resolve(path);
     if (!is_file(p)) raise_error(err::file_not_found);
+    refuse_store(p);
     std::error_code ec;
     if (!fs::remove(p, ec)) raise_error(err::permission_denied);
 }
@@ -108,6 +119,7 @@ void FileSystemObject::DeleteFolder(const std::string& path, Loc loc) const {
     if (!is_dir(p)) raise_error(err::path_not_found);
     Context* ctx = current_context();
     if (ctx && ctx->server && p == ctx->server->root()) raise_error(err::permission_denied);
+    refuse_store(p);
     std::error_code ec;
     fs::remove_all(p, ec);
     if (ec) raise_error(err::permission_denied);
@@ -117,6 +129,8 @@ void FileSystemObject::MoveFile(const std::string& from, const std::string& to, 
     host_call(loc);
     std::string a = resolve(from), b = resolve(to);
     if (!is_file(a)) raise_error(err::file_not_found);
+    refuse_store(a);
+    refuse_store(b);
     if (is_file(b) || is_dir(b)) raise_error(err::file_exists);
     std::error_code ec;
     fs::rename(a, b, ec);
@@ -127,6 +141,8 @@ void FileSystemObject::MoveFolder(const std::string& from, const std::string& to
     host_call(loc);
     std::string a = resolve(from), b = resolve(to);
     if (!is_dir(a)) raise_error(err::path_not_found);
+    refuse_store(a);
+    refuse_store(b);
     if (is_file(b) || is_dir(b)) raise_error(err::file_exists);
     if (path_inside(a, b)) raise_error(err::permission_denied);
     std::error_code ec;

@@ -102,6 +102,53 @@ const char* reason(int status) {
     }
 }
 
+// A file, or a part of it, sent in pieces of a fixed size: a large media
+// file never stands in memory, and a range starts where it should.
+struct FileSliceBody {
+    struct value_type {
+        beast::file file;
+        std::uint64_t offset = 0;
+        std::uint64_t length = 0;
+    };
+
+    static std::uint64_t size(const value_type& v) { return v.length; }
+
+    class writer {
+    public:
+        using const_buffers_type = net::const_buffer;
+
+        template <bool isRequest, class Fields>
+        writer(http::header<isRequest, Fields>&, value_type& b) : body_(b) {}
+
+        void init(error_code& ec) {
+            remain_ = body_.length;
+            body_.file.seek(body_.offset, ec);
+        }
+
+        boost::optional<std::pair<const_buffers_type, bool>> get(error_code& ec) {
+            std::size_t amount = static_cast<std::size_t>(std::min<std::uint64_t>(remain_, sizeof buf_));
+            if (amount == 0) {
+                ec = {};
+                return boost::none;
+            }
+            std::size_t n = body_.file.read(buf_, amount, ec);
+            if (ec) return boost::none;
+            if (n == 0) {
+                // The file shrank under us: the promised length cannot be kept.
+                ec = http::error::short_read;
+                return boost::none;
+            }
+            remain_ -= n;
+            return {{const_buffers_type{buf_, n}, remain_ > 0}};
+        }
+
+    private:
+        value_type& body_;
+        std::uint64_t remain_ = 0;
+        char buf_[64 * 1024];
+    };
+};
+
 bool has_body(const http::request_header<>& h, bool header_parser_done) {
     return !header_parser_done || h.find(http::field::content_length) != h.end();
 }
@@ -291,6 +338,10 @@ private:
             hdr_.reset();
             return read_body(*mem_);
         }
+        // Reads take what the buffer has room for: with the header's few
+        // kilobytes a large upload went in pieces that small, a system call
+        // and a timer each.
+        buf_.reserve(128 * 1024);
         std::string tmpl = srv_.opts.spool_dir + "/tavelor-upload-XXXXXX";
         int fd = ::mkstemp(tmpl.data());
         if (fd < 0) return send_error(500);
@@ -474,19 +525,26 @@ private:
         if (closed_) return;
         bool no_body = r.status < 200 || r.status == 204 || r.status == 304;
         std::uint64_t length = r.body.size();
-        std::optional<http::file_body::value_type> file;
+        std::optional<FileSliceBody::value_type> file;
         if (!r.file.empty() && !no_body) {
             error_code ec;
             file.emplace();
-            file->open(r.file.c_str(), beast::file_mode::scan, ec);
+            file->file.open(r.file.c_str(), beast::file_mode::scan, ec);
+            std::uint64_t size = ec ? 0 : file->file.size(ec);
             if (ec) {
                 file.reset();
                 r.file.clear();
                 r.status = 404;
                 r.body = "Not Found";
                 r.set_header("Content-Type", "text/plain");
+            } else if (r.file_range) {
+                // A part as the range asked, cut to what the file now holds.
+                file->offset = std::min(r.file_offset, size);
+                file->length = std::min(r.file_size, size - file->offset);
+                length = file->length;
             } else {
-                length = file->size();
+                file->length = size;
+                length = size;
             }
         }
         if (head_ || no_body) {
@@ -496,7 +554,7 @@ private:
             return send(res);
         }
         if (file) {
-            auto res = std::make_shared<http::response<http::file_body>>();
+            auto res = std::make_shared<http::response<FileSliceBody>>();
             fill(*res, r);
             res->body() = std::move(*file);
             res->prepare_payload();

@@ -32,6 +32,9 @@ struct HttpResponse {
     std::string body;   // bytes to send, already in their final encoding
     std::string file;   // when not empty: send this file's bytes instead of body
     std::uint64_t file_size = 0;
+    // A part of the file (206): file_size bytes from file_offset.
+    bool file_range = false;
+    std::uint64_t file_offset = 0;
     std::chrono::milliseconds delay{0};  // send only after this long (without a worker)
 
     void set_header(const std::string& name, const std::string& value);
@@ -47,7 +50,8 @@ struct ServerOptions {
     std::string bind = "127.0.0.1";
     unsigned short port = 8080;       // 0 picks a free port
     unsigned workers = 0;             // 0: hardware concurrency, at least 2
-    std::uint64_t body_limit = 1ull << 30;        // bytes; larger bodies get 413
+    // A 1 GiB media file with its form fields and part headers fits.
+    std::uint64_t body_limit = (1ull << 30) + (64ull << 20);  // bytes; larger bodies get 413
     std::uint64_t spool_threshold = 4ull << 20;   // bodies above go to a temp file
     std::string spool_dir = "/tmp";
     std::chrono::seconds header_timeout{30};      // whole header must arrive within

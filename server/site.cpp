@@ -16,6 +16,7 @@
 #include "frame/paths.h"
 #include "frame/request_scope.h"
 #include "server/page_table.h"
+#include "server/ranges.h"
 
 namespace fs = std::filesystem;
 
@@ -399,6 +400,24 @@ std::shared_ptr<const Site::CachedFile> Site::cached_file(const std::string& nor
     return fresh;
 }
 
+namespace {
+
+// The part of a static file a request asks for; ranges apply to GET only.
+RangeAnswer wanted_range(const HttpRequest& req, const std::string& etag, const std::string& last_modified,
+                         std::uint64_t size, ByteRange& out) {
+    if (req.method != "GET") return RangeAnswer::Whole;
+    return choose_range(req.header("Range"), req.header("If-Range"), etag, last_modified, size, out);
+}
+
+void unsatisfiable(HttpResponse& out, std::uint64_t size) {
+    out.status = 416;
+    out.set_header("Content-Range", content_range_unsatisfied(size));
+    out.set_header("Content-Type", "text/plain");
+    out.body = "Range Not Satisfiable";
+}
+
+}  // namespace
+
 HttpResponse Site::serve_static(const std::string& norm, const HttpRequest& req) {
     // The database folder, database files and hidden files are never served.
     std::size_t slash = norm.find('/', 1);
@@ -424,7 +443,17 @@ HttpResponse Site::serve_static(const std::string& norm, const HttpRequest& req)
                 return out;
             }
             out.headers.emplace_back("Content-Type", f->content_type);
-            out.body = f->bytes;
+            out.headers.emplace_back("Accept-Ranges", "bytes");
+            ByteRange part;
+            switch (wanted_range(req, f->etag, f->last_modified, f->size, part)) {
+                case RangeAnswer::Whole: out.body = f->bytes; break;
+                case RangeAnswer::Partial:
+                    out.status = 206;
+                    out.headers.emplace_back("Content-Range", content_range(part, f->size));
+                    out.body = f->bytes.substr(part.first, part.length());
+                    break;
+                case RangeAnswer::Unsatisfiable: unsatisfiable(out, f->size); break;
+            }
             return out;
         }
     } else if (!may_read(norm, req)) {
@@ -449,8 +478,25 @@ HttpResponse Site::serve_static(const std::string& norm, const HttpRequest& req)
         return out;
     }
     out.set_header("Content-Type", ctype);
-    out.file = full;
-    out.file_size = static_cast<std::uint64_t>(st.st_size);
+    out.set_header("Accept-Ranges", "bytes");
+    std::uint64_t size = static_cast<std::uint64_t>(st.st_size);
+    ByteRange part;
+    switch (wanted_range(req, tag, out.header("Last-Modified"), size, part)) {
+        case RangeAnswer::Whole:
+            out.file = full;
+            out.file_size = size;
+            break;
+        case RangeAnswer::Partial:
+            // Streamed from the file in pieces like the whole would be.
+            out.status = 206;
+            out.set_header("Content-Range", content_range(part, size));
+            out.file = full;
+            out.file_range = true;
+            out.file_offset = part.first;
+            out.file_size = part.length();
+            break;
+        case RangeAnswer::Unsatisfiable: unsatisfiable(out, size); break;
+    }
     return out;
 }
 

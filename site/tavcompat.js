@@ -1,5 +1,5 @@
 /*
- * tavcompat.js: built by tools/build-compat.js from site/compat/{names,lexer,parser,emitter,runtime,dialogs,binding}.js.
+ * tavcompat.js: built by tools/build-compat.js from site/compat/{names,lexer,parser,emitter,runtime,dialogs,netmeeting,docall,binding,media,uploadprogress}.js.
  * Edit the parts, not this file.
  *
  * Lets the pages' Internet Explorer client code run in current browsers: translates the
@@ -7,7 +7,9 @@
  * in the page's global scope, binds Sub window_onload and Sub <id>_on<event>, makes
  * bare-name handlers call, and supplies showModalDialog as a <dialog> in the top window.
  * Identifiers and member names are resolved without case at run time, as VBScript does.
+ * Player objects become <audio>/<video> with their playlists; uploads with a file show progress.
  * Syntax outside the translated subset is reported on the console with its line.
+ * Stands in for the NetMeeting control, saying plainly that no call can be placed.
  */
 (function tavcompatFactory(root, hostOnly) {
   'use strict';
@@ -2124,6 +2126,111 @@
     return hostApi.openDialogHere(host, abs, args, features, modal);
   }
 
+  // ==== netmeeting
+
+  // A stand-in for the NetMeeting conferencing control, which no current browser has. The meeting
+  // pages call CallTo(address) and LeaveConference() on the object; here each call tells the user,
+  // in the pages' language, that no call can be placed from this browser, and a line next to the
+  // object says so before anyone clicks. Nothing fails silently and no script error is raised.
+
+  var NETMEETING_CLSID = '3e9baf2d-7a79-11d2-9334-0000f875ae17';
+
+  // Texts (escaped: the bundles stay ASCII for pages of any charset).
+  var NETMEETING_TEXT = {
+    // "Cannot call <address>: this browser has no NetMeeting control; a meeting cannot start here."
+    callHead: '\u65e0\u6cd5\u547c\u53eb ',
+    callTail: '\uff1a\u5f53\u524d\u6d4f\u89c8\u5668\u6ca1\u6709 NetMeeting \u7f51\u7edc\u4f1a\u8bae\u63a7\u4ef6\uff0c\u7f51\u7edc\u4f1a\u8bae\u4e0d\u80fd\u4ece\u8fd9\u4e2a\u6d4f\u89c8\u5668\u53d1\u8d77\u3002',
+    // the same, for a colleague without a registered address
+    callNoAddress: '\u65e0\u6cd5\u547c\u53eb\uff1a\u6240\u9009\u7528\u6237\u6ca1\u6709\u767b\u8bb0 IP \u5730\u5740\uff0c\u800c\u4e14\u5f53\u524d\u6d4f\u89c8\u5668\u6ca1\u6709 NetMeeting \u7f51\u7edc\u4f1a\u8bae\u63a7\u4ef6\uff0c\u7f51\u7edc\u4f1a\u8bae\u4e0d\u80fd\u4ece\u8fd9\u4e2a\u6d4f\u89c8\u5668\u53d1\u8d77\u3002',
+    // "No meeting to leave: ..."
+    leave: '\u6ca1\u6709\u53ef\u4ee5\u53d6\u6d88\u7684\u4f1a\u8bae\uff1a\u5f53\u524d\u6d4f\u89c8\u5668\u6ca1\u6709 NetMeeting \u7f51\u7edc\u4f1a\u8bae\u63a7\u4ef6\uff0c\u7f51\u7edc\u4f1a\u8bae\u4e0d\u80fd\u4ece\u8fd9\u4e2a\u6d4f\u89c8\u5668\u8fdb\u884c\u3002',
+    // "... cannot bring up the local window."
+    undock: '\u5f53\u524d\u6d4f\u89c8\u5668\u6ca1\u6709 NetMeeting \u7f51\u7edc\u4f1a\u8bae\u63a7\u4ef6\uff0c\u65e0\u6cd5\u5524\u9192\u672c\u5730\u754c\u9762\u3002',
+    // the line beside the object
+    note: '\uff08\u5f53\u524d\u6d4f\u89c8\u5668\u6ca1\u6709 NetMeeting \u7f51\u7edc\u4f1a\u8bae\u63a7\u4ef6\uff0c\u4e0d\u80fd\u5728\u8fd9\u91cc\u547c\u53eb\u6216\u63a5\u542c\u3002\uff09'
+  };
+
+  function isNetMeetingObject(el) {
+    if (!el || el.nodeType !== 1 || String(el.tagName).toUpperCase() !== 'OBJECT') return false;
+    var id = String(el.getAttribute('classid') || '').replace(/^\s*clsid:\s*/i, '').replace(/\s+$/, '');
+    return id.toLowerCase() === NETMEETING_CLSID;
+  }
+
+  // The text CallTo shows for an address as the page's select gives it.
+  function netMeetingCallText(address) {
+    var a = address === null || address === undefined ? '' : String(address).replace(/^\s+|\s+$/g, '');
+    return a ? NETMEETING_TEXT.callHead + a + NETMEETING_TEXT.callTail : NETMEETING_TEXT.callNoAddress;
+  }
+
+  // Gives one object the control's calls. A real control (its own CallTo) is left alone.
+  function standInNetMeeting(win, el) {
+    if (el.__tavNetMeeting || el.CallTo !== undefined) return false;
+    el.__tavNetMeeting = true;
+    var say = function (text) { win.alert(text); };
+    el.CallTo = function (address) { say(netMeetingCallText(address)); };
+    el.LeaveConference = function () { say(NETMEETING_TEXT.leave); };
+    el.UnDock = function () { say(NETMEETING_TEXT.undock); };
+    // The object shows nothing; some engines still give it the size of a plugin box.
+    if (el.style) el.style.display = 'none';
+    var doc = win.document;
+    if (el.parentNode && doc.createElement) {
+      var note = doc.createElement('span');
+      note.className = 'tav-netmeeting';
+      note.textContent = NETMEETING_TEXT.note;
+      el.parentNode.insertBefore(note, el.nextSibling);
+    }
+    return true;
+  }
+
+  // Every NetMeeting object of the page, once it is parsed.
+  function armNetMeeting(win) {
+    var doc = win.document;
+    function scan() {
+      var list = doc.getElementsByTagName('object');
+      for (var i = 0; i < list.length; i++) if (isNetMeetingObject(list[i])) standInNetMeeting(win, list[i]);
+    }
+    if (doc.readyState === 'loading') doc.addEventListener('DOMContentLoaded', scan);
+    else scan();
+  }
+
+  if (typeof module === 'undefined' && typeof root !== 'undefined' && root && root.document &&
+      !(typeof hostOnly !== 'undefined' && hostOnly)) {
+    armNetMeeting(root);
+  }
+
+  // ==== docall
+
+  // document.all: the pages test `if (document.all ...)` before they hook their right-click
+  // menus and mouse handlers. Today's browsers keep the collection but make it test false (and
+  // typeof "undefined"); here it becomes a stand-in that tests true and reaches the same elements,
+  // by id or name, by index, through item() and namedItem(), and through IE's tags().
+  function truthyDocumentAll(win) {
+    var doc = win && win.document;
+    if (!doc || typeof Proxy !== 'function' || !('all' in doc)) return false;
+    var real = doc.all;
+    // tests true already (or was replaced): leave it
+    if (real || real === null || typeof real === 'object') return false;
+    var own = {
+      tags: function (tag) { return doc.getElementsByTagName(tag); }
+    };
+    var stand = new Proxy({}, {
+      get: function (t, key) {
+        var v = real[key];
+        if (v === undefined && typeof key === 'string' && Object.prototype.hasOwnProperty.call(own, key)) return own[key];
+        return typeof v === 'function' ? v.bind(real) : v;
+      },
+      has: function (t, key) { return key in real || Object.prototype.hasOwnProperty.call(own, key); }
+    });
+    try {
+      Object.defineProperty(doc, 'all', { configurable: true, enumerable: true, get: function () { return stand; } });
+    } catch (e) {
+      return false;
+    }
+    return true;
+  }
+
+  if (typeof module === 'undefined' && root && root.document && !hostOnly) truthyDocumentAll(root);
+
   // ==== binding
 
   // Binding into a page: runs the VBScript blocks (when the translator is in the bundle), binds
@@ -2391,6 +2498,339 @@
     if (hostOnly) root.__tavApi = root.__tavApi || api;
     else install(root);
   }
+
+  // ==== media
+
+  // Player objects become <audio controls> or <video controls>. A playlist (.m3u, .ram, .asx:
+  // an address a line) is read from the site and played in order; mms:// is the same file over
+  // http. A format the browser cannot play gets a plain message instead.
+
+  var REAL_CLSID = 'cfcdaa03-8be4-11cf-b84b-0020afbbccfa';
+  var WMP_CLSID = '22d6f312-b0f6-11d0-94ab-0080c74c7e95';
+  var LIST_EXT = /\.(m3u|ram|asx)$/i;
+  var MEDIA_TYPES = {
+    mp3: 'audio/mpeg', wav: 'audio/wav', ogg: 'audio/ogg', oga: 'audio/ogg', m4a: 'audio/mp4', aac: 'audio/aac',
+    flac: 'audio/flac', mp4: 'video/mp4', m4v: 'video/mp4', webm: 'video/webm', ogv: 'video/ogg',
+    wma: 'audio/x-ms-wma', wmv: 'video/x-ms-wmv', asf: 'video/x-ms-asf', rm: 'application/vnd.rn-realmedia',
+    ra: 'audio/x-pn-realaudio', rmvb: 'application/vnd.rn-realmedia'
+  };
+  var FORMAT_NAMES = { rm: 'RealMedia', ra: 'RealAudio', rmvb: 'RealVideo', wma: 'WMA', wmv: 'WMV', asf: 'ASF' };
+  // "This browser cannot play media of this format (", "), please use another format."
+  var MSG_CANNOT = ['\u8fd9\u4e2a\u6d4f\u89c8\u5668\u4e0d\u80fd\u64ad\u653e\u6b64\u683c\u5f0f\u7684\u5a92\u4f53\uff08',
+    '\uff09\uff0c\u8bf7\u6362\u7528\u5176\u4ed6\u683c\u5f0f\u3002'];
+
+  /** mms://host/path is the same file as http://host/path on this site. */
+  function mmsToHttp(url) {
+    return String(url).replace(/^\s*mms:\/\//i, 'http://');
+  }
+
+  /** The entries of a playlist text: one address a line, blank lines and # comments skipped. */
+  function parsePlaylist(text) {
+    var out = [];
+    String(text || '').split(/\r\n|\r|\n/).forEach(function (line) {
+      var l = line.trim();
+      if (!l || l.charAt(0) === '#') return;
+      // an .asx in markup names its entries in href attributes
+      var m = /<ref\s+href\s*=\s*"([^"]+)"/i.exec(l);
+      if (m) { out.push(mmsToHttp(m[1])); return; }
+      if (l.charAt(0) === '<') return;
+      out.push(mmsToHttp(l));
+    });
+    return out;
+  }
+
+  function extensionOf(url) {
+    var m = /\.([a-z0-9]+)(?:[?#].*)?$/i.exec(String(url));
+    return m ? m[1].toLowerCase() : '';
+  }
+
+  /** The message for an entry the browser cannot play, or '' when it may play it. */
+  function cannotPlayMessage(url, canPlayType) {
+    var ext = extensionOf(url);
+    var type = MEDIA_TYPES[ext];
+    if (FORMAT_NAMES[ext] || (type && canPlayType && !canPlayType(type))) {
+      var name = decodeURIComponent(String(url).replace(/^.*\//, '').replace(/[?#].*$/, ''));
+      return MSG_CANNOT[0] + (FORMAT_NAMES[ext] || ext.toUpperCase()) + MSG_CANNOT[1] + ' ' + name;
+    }
+    return '';
+  }
+
+  function playerAddress(obj) {
+    var params = obj.getElementsByTagName('param');
+    for (var i = 0; i < params.length; i++) {
+      var n = (params[i].getAttribute('name') || '').toLowerCase();
+      if (n === 'filename' || n === 'src' || n === 'url') return params[i].getAttribute('value') || '';
+    }
+    var emb = obj.getElementsByTagName('embed')[0];
+    return emb ? emb.getAttribute('src') || '' : '';
+  }
+
+  function replacePlayers(win) {
+    var doc = win.document;
+    var objects = Array.prototype.slice.call(doc.getElementsByTagName('object'));
+    var isVideoPage = /play_video/i.test(win.location.pathname);
+    objects.forEach(function (obj) {
+      var cls = (obj.getAttribute('classid') || '').toLowerCase();
+      if (cls.indexOf(REAL_CLSID) < 0 && cls.indexOf(WMP_CLSID) < 0) return;
+      var address = playerAddress(obj);
+      if (!address) { obj.parentNode.removeChild(obj); return; }  // RealPlayer's control panel half
+      var el = doc.createElement(isVideoPage ? 'video' : 'audio');
+      el.controls = true;
+      el.setAttribute('data-tav-player', '1');
+      if (isVideoPage) { el.width = 352; el.height = 264; } else { el.style.width = '275px'; }
+      var note = doc.createElement('div');
+      note.setAttribute('data-tav-player-note', '1');
+      note.style.cssText = 'font-size:12px;color:#c00;background:#fff;padding:2px;display:none;';
+      obj.parentNode.replaceChild(el, obj);
+      el.parentNode.insertBefore(note, el.nextSibling);
+      playAll(win, el, note, mmsToHttp(address));
+    });
+  }
+
+  function playAll(win, el, note, address) {
+    var entries = [];
+    var at = -1;
+    function say(text) {
+      note.style.display = '';
+      note.appendChild(win.document.createTextNode(text));
+      note.appendChild(win.document.createElement('br'));
+    }
+    function canPlay(t) { return el.canPlayType(t) !== ''; }
+    function next() {
+      for (at++; at < entries.length; at++) {
+        var msg = cannotPlayMessage(entries[at], canPlay);
+        if (!msg) break;
+        say(msg);
+      }
+      if (at >= entries.length) return;
+      el.setAttribute('data-tav-entry', String(at));
+      el.src = entries[at];
+      var p = el.play();
+      if (p && p.catch) p.catch(function () { /* autoplay refused: the controls are there */ });
+    }
+    el.addEventListener('ended', next);
+    el.addEventListener('error', function () {
+      if (at < 0 || at >= entries.length) return;
+      say(MSG_CANNOT[0] + extensionOf(entries[at]).toUpperCase() + MSG_CANNOT[1]);
+      next();
+    });
+    if (!LIST_EXT.test(address.replace(/[?#].*$/, ''))) { entries = [address]; next(); return; }
+    var xhr = new win.XMLHttpRequest();
+    xhr.open('GET', address);
+    xhr.onload = function () { entries = parsePlaylist(xhr.responseText); next(); };
+    xhr.onerror = function () { entries = []; };
+    xhr.send();
+  }
+
+  if (typeof module === 'undefined' && root && root.document && !hostOnly) {
+    if (root.document.readyState === 'loading') {
+      root.document.addEventListener('DOMContentLoaded', function () { replacePlayers(root); });
+    } else {
+      replacePlayers(root);
+    }
+  }
+
+  // ==== uploadprogress
+
+  // Upload progress: a multipart form with a chosen file goes by XMLHttpRequest under a bar
+  // (sent, total, rate, time left, cancel); the answer then shows as the browser would have
+  // shown it: a redirect followed, any other answer in this page. Text goes in the page's own
+  // encoding, as the server reads it. Forms aimed at another window post as before.
+
+  var UP_TEXT = {
+    sending: '\u6b63\u5728\u4e0a\u4f20', sent: '\u5df2\u53d1\u9001', total: '\u5171', rate: '\u901f\u7387',
+    left: '\u5269\u4f59\u65f6\u95f4', cancel: '\u53d6\u6d88', cancelled: '\u4e0a\u4f20\u5df2\u53d6\u6d88',
+    failed: '\u4e0a\u4f20\u5931\u8d25\uff0c\u8bf7\u91cd\u8bd5\u3002', sec: '\u79d2', min: '\u5206'
+  };
+
+  function formatBytes(n) {
+    if (n < 1024) return n + ' B';
+    if (n < 1024 * 1024) return (n / 1024).toFixed(1) + ' KB';
+    if (n < 1024 * 1024 * 1024) return (n / 1024 / 1024).toFixed(1) + ' MB';
+    return (n / 1024 / 1024 / 1024).toFixed(2) + ' GB';
+  }
+
+  function formatSeconds(s) {
+    if (!isFinite(s) || s < 0) return '--';
+    s = Math.ceil(s);
+    if (s < 60) return s + UP_TEXT.sec;
+    return Math.floor(s / 60) + UP_TEXT.min + (s % 60) + UP_TEXT.sec;
+  }
+
+  /** The line under the bar: sent, total, rate and time left. */
+  function progressText(sent, total, elapsedMs) {
+    var rate = elapsedMs > 0 ? sent * 1000 / elapsedMs : 0;
+    var left = rate > 0 ? (total - sent) / rate : Infinity;
+    return UP_TEXT.sent + ' ' + formatBytes(sent) + ' / ' + UP_TEXT.total + ' ' + formatBytes(total) + '\uff0c' +
+      UP_TEXT.rate + ' ' + formatBytes(Math.round(rate)) + '/' + UP_TEXT.sec + '\uff0c' + UP_TEXT.left + ' ' + formatSeconds(left);
+  }
+
+  /** Bytes of a text in the document's encoding, as a form post would send them. */
+  function pageBytes(doc, text) {
+    text = String(text).replace(/\r\n|\r|\n/g, '\r\n');
+    var ascii = '';
+    for (var i = 0; i < text.length; i++) {
+      var c = text.charAt(i);
+      ascii += text.charCodeAt(i) < 128 ? encodeURIComponent(c).replace(/[!'()*~]/g, function (x) {
+        return '%' + x.charCodeAt(0).toString(16).toUpperCase();
+      }) : c;
+    }
+    // A link's query is encoded in the page's charset: its escapes are the bytes.
+    var a = doc.createElement('a');
+    a.href = '?' + ascii;
+    var q = a.search.slice(1);
+    var out = [];
+    for (var j = 0; j < q.length; j++) {
+      if (q.charAt(j) === '%' && /^[0-9a-f]{2}$/i.test(q.substr(j + 1, 2))) { out.push(parseInt(q.substr(j + 1, 2), 16)); j += 2; }
+      else out.push(q.charCodeAt(j) & 0xff);
+    }
+    return new Uint8Array(out);
+  }
+
+  function hasChosenFile(form) {
+    for (var i = 0; i < form.elements.length; i++) {
+      var e = form.elements[i];
+      if (e.type === 'file' && !e.disabled && e.files && e.files.length) return true;
+    }
+    return false;
+  }
+
+  function wantsProgress(form) {
+    var enc = (form.getAttribute('enctype') || form.getAttribute('encoding') || '').toLowerCase();
+    var target = (form.getAttribute('target') || '').toLowerCase();
+    return enc === 'multipart/form-data' && (!target || target === '_self') &&
+      (form.getAttribute('method') || '').toLowerCase() === 'post' && hasChosenFile(form);
+  }
+
+  /** The multipart body of a form, text in the page's encoding, as Blob parts. */
+  function multipartBody(doc, form, submitter, boundary) {
+    var parts = [];
+    function head(name, extra) {
+      parts.push('--' + boundary + '\r\nContent-Disposition: form-data; name="');
+      parts.push(pageBytes(doc, name.replace(/"/g, '%22')));
+      parts.push('"' + extra);
+    }
+    for (var i = 0; i < form.elements.length; i++) {
+      var e = form.elements[i];
+      var type = (e.type || '').toLowerCase();
+      if (!e.name || e.disabled || /^(fieldset|object|reset|button|image)$/.test(type)) continue;
+      if (type === 'submit' && e !== submitter) continue;
+      if ((type === 'checkbox' || type === 'radio') && !e.checked) continue;
+      if (type === 'file') {
+        var files = e.files && e.files.length ? e.files : [null];
+        for (var f = 0; f < files.length; f++) {
+          head(e.name, '; filename="');
+          if (files[f]) parts.push(pageBytes(doc, files[f].name.replace(/"/g, '%22')));
+          parts.push('"\r\nContent-Type: ' + (files[f] && files[f].type || 'application/octet-stream') + '\r\n\r\n');
+          if (files[f]) parts.push(files[f]);
+          parts.push('\r\n');
+        }
+      } else if (e.tagName === 'SELECT') {
+        for (var o = 0; o < e.options.length; o++) {
+          if (!e.options[o].selected) continue;
+          head(e.name, '\r\n\r\n');
+          parts.push(pageBytes(doc, e.options[o].value), '\r\n');
+        }
+      } else {
+        head(e.name, '\r\n\r\n');
+        parts.push(pageBytes(doc, e.value), '\r\n');
+      }
+    }
+    parts.push('--' + boundary + '--\r\n');
+    return parts;
+  }
+
+  function showAnswer(win, xhr, action) {
+    var doc = win.document;
+    var final = xhr.responseURL || action;
+    if (final && final.split('#')[0] !== action.split('#')[0]) {
+      // Redirected: the browser would now stand on the redirect's target.
+      win.location.href = final;
+      return;
+    }
+    doc.open();
+    doc.write(xhr.responseText);
+    doc.close();
+  }
+
+  function progressBox(doc, onCancel) {
+    var box = doc.createElement('div');
+    box.setAttribute('data-tav-upload', '1');
+    box.style.cssText = 'position:fixed;left:50%;top:30%;transform:translateX(-50%);z-index:2147483647;width:360px;' +
+      'background:#fff;border:1px solid #336699;padding:8px;font:12px sans-serif;color:#000;box-shadow:2px 2px 6px #888;';
+    var title = doc.createElement('div');
+    title.textContent = UP_TEXT.sending;
+    var track = doc.createElement('div');
+    track.style.cssText = 'height:14px;border:1px solid #336699;margin:6px 0;background:#eee;';
+    var bar = doc.createElement('div');
+    bar.setAttribute('data-tav-upload-bar', '1');
+    bar.style.cssText = 'height:100%;width:0;background:#336699;';
+    track.appendChild(bar);
+    var line = doc.createElement('div');
+    line.setAttribute('data-tav-upload-text', '1');
+    var cancel = doc.createElement('button');
+    cancel.type = 'button';
+    cancel.textContent = UP_TEXT.cancel;
+    cancel.style.marginTop = '6px';
+    cancel.onclick = onCancel;
+    box.appendChild(title); box.appendChild(track); box.appendChild(line); box.appendChild(cancel);
+    (doc.body || doc.documentElement).appendChild(box);
+    return { box: box, bar: bar, line: line, title: title };
+  }
+
+  function sendWithProgress(win, form, submitter) {
+    var doc = win.document;
+    var boundary = '----TavelorUpload' + Math.random().toString(16).slice(2) + Date.now().toString(16);
+    var action = form.action || win.location.href;
+    var body = new win.Blob(multipartBody(doc, form, submitter, boundary));
+    var xhr = new win.XMLHttpRequest();
+    var started = Date.now();
+    var ui = progressBox(doc, function () {
+      xhr.abort();
+      ui.title.textContent = UP_TEXT.cancelled;
+      win.setTimeout(function () { if (ui.box.parentNode) ui.box.parentNode.removeChild(ui.box); }, 800);
+      form.__tavSending = false;
+    });
+    form.__tavSending = true;
+    xhr.upload.onprogress = function (ev) {
+      var total = ev.lengthComputable ? ev.total : body.size;
+      ui.bar.style.width = (total ? Math.min(100, ev.loaded * 100 / total) : 0) + '%';
+      ui.line.textContent = progressText(ev.loaded, total, Date.now() - started);
+    };
+    xhr.onload = function () { showAnswer(win, xhr, action); };
+    xhr.onerror = function () { ui.title.textContent = UP_TEXT.failed; form.__tavSending = false; };
+    xhr.open('POST', action);
+    xhr.setRequestHeader('Content-Type', 'multipart/form-data; boundary=' + boundary);
+    ui.line.textContent = progressText(0, body.size, 0);
+    xhr.send(body);
+  }
+
+  function installUploadProgress(win) {
+    if (win.__tavUploadBound || !win.XMLHttpRequest || !win.Blob) return;
+    if (!('upload' in new win.XMLHttpRequest())) return;
+    win.__tavUploadBound = true;
+    // On the window: the page's own onsubmit checks ran first and may have refused.
+    win.addEventListener('submit', function (ev) {
+      var form = ev.target;
+      if (ev.defaultPrevented || !form || form.tagName !== 'FORM' || !wantsProgress(form)) return;
+      ev.preventDefault();
+      if (!form.__tavSending) sendWithProgress(win, form, ev.submitter || null);
+    });
+    // form.submit() from a script fires no submit event; it goes the same way.
+    var proto = win.HTMLFormElement && win.HTMLFormElement.prototype;
+    if (proto && !proto.__tavSubmit) {
+      proto.__tavSubmit = proto.submit;
+      proto.submit = function () {
+        if (this.ownerDocument && this.ownerDocument.defaultView === win && wantsProgress(this)) {
+          if (!this.__tavSending) sendWithProgress(win, this, null);
+          return;
+        }
+        return proto.__tavSubmit.call(this);
+      };
+    }
+  }
+
+  if (typeof module === 'undefined' && root && root.document && !hostOnly) installUploadProgress(root);
 
   return api;
 })(typeof window !== 'undefined' ? window : this);

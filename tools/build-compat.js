@@ -14,22 +14,25 @@ const site = path.resolve(__dirname, '..', 'site');
 
 const BUNDLES = {
   'tavcompat.js': {
-    parts: ['names', 'lexer', 'parser', 'emitter', 'runtime', 'dialogs', 'binding'],
+    parts: ['names', 'lexer', 'parser', 'emitter', 'runtime', 'dialogs', 'netmeeting', 'docall', 'binding', 'media', 'uploadprogress'],
     about: [
       'Lets the pages\' Internet Explorer client code run in current browsers: translates the',
       'VBScript blocks (which arrive as text/vbscript and never run) to JavaScript and runs them',
       'in the page\'s global scope, binds Sub window_onload and Sub <id>_on<event>, makes',
       'bare-name handlers call, and supplies showModalDialog as a <dialog> in the top window.',
       'Identifiers and member names are resolved without case at run time, as VBScript does.',
+      'Player objects become <audio>/<video> with their playlists; uploads with a file show progress.',
       'Syntax outside the translated subset is reported on the console with its line.',
+      'Stands in for the NetMeeting control, saying plainly that no call can be placed.',
     ],
   },
   'tavdialog.js': {
-    parts: ['dialogs', 'binding'],
+    parts: ['dialogs', 'netmeeting', 'docall', 'binding', 'media', 'uploadprogress'],
     about: [
       'showModalDialog as a <dialog> in the top window, dialogArguments, returnValue and',
       'close() inside it, and named form fields reachable by bare name, for pages whose',
-      'scripts are JavaScript. The VBScript translator is in tavcompat.js.',
+      'scripts are JavaScript, and the NetMeeting stand-in. The VBScript translator is in',
+      'tavcompat.js. Player objects become <audio>/<video>; uploads with a file show progress.',
     ],
   },
 };

@@ -178,6 +178,30 @@ CREATE INDEX address_user_id ON Address(User_id);
 CREATE INDEX record_user_id ON Record(user_id);
 
 -- Data centre: categories, items and their lists.
+-- A category's list, newest by date (Data_list.asp), and its newest by id
+-- (data_home.asp: the index on Sub_menu alone already holds the id order).
+CREATE INDEX datas_sub_menu_date ON Datas(Sub_menu, D_date);
+-- The main menu's name by its handle (Data_read.asp, Data_Input.asp).
+CREATE INDEX menu_menu_text ON menu(menu_text);
+-- The number of items of each category, kept by the store on every insert,
+-- delete and move: the list's page count without counting a long category
+-- row by row on every view. Equal to count(id) ... where Sub_menu=... .
+CREATE TABLE datas_tally (
+  Sub_menu TEXT COLLATE NOCASE PRIMARY KEY,
+  num INTEGER NOT NULL DEFAULT 0
+);
+CREATE TRIGGER datas_tally_insert AFTER INSERT ON Datas WHEN NEW.Sub_menu IS NOT NULL BEGIN
+  INSERT OR IGNORE INTO datas_tally(Sub_menu, num) VALUES (NEW.Sub_menu, 0);
+  UPDATE datas_tally SET num = num + 1 WHERE Sub_menu = NEW.Sub_menu;
+END;
+CREATE TRIGGER datas_tally_delete AFTER DELETE ON Datas WHEN OLD.Sub_menu IS NOT NULL BEGIN
+  UPDATE datas_tally SET num = num - 1 WHERE Sub_menu = OLD.Sub_menu;
+END;
+CREATE TRIGGER datas_tally_move AFTER UPDATE OF Sub_menu ON Datas BEGIN
+  UPDATE datas_tally SET num = num - 1 WHERE OLD.Sub_menu IS NOT NULL AND Sub_menu = OLD.Sub_menu;
+  INSERT OR IGNORE INTO datas_tally(Sub_menu, num) SELECT NEW.Sub_menu, 0 WHERE NEW.Sub_menu IS NOT NULL;
+  UPDATE datas_tally SET num = num + 1 WHERE NEW.Sub_menu IS NOT NULL AND Sub_menu = NEW.Sub_menu;
+END;
 
 -- Mail: mailboxes by recipient, sender and folder.
 CREATE INDEX email_inbox ON Email(to_user_id, To_del, id);
@@ -186,9 +210,16 @@ CREATE INDEX email_doc ON Email(Email_doc);
 
 -- Collaboration: guest book, chat, address book, ledger.
 CREATE INDEX book_reply_date ON Book(Reply_id, Book_date);
+CREATE INDEX record_user_id_date ON Record(user_id, Rec_date);
 
 -- File store.
 
 -- Media library.
+CREATE INDEX medium_file_type ON Medium(file_type);
+CREATE INDEX medium_file_type_py ON Medium(file_type, PY);
 
 -- Administration: accounts and the activity log.
+-- The lists read user by id and by username, and one account's log by
+-- user_id newest first: user_username and monitor_user_id above serve them
+-- (an index entry carries the row id, so "where user_id=... order by id
+-- DESC" walks the index backwards without a sort).

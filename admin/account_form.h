@@ -1,0 +1,33 @@
+// The account form that registration and both profile pages share: the same
+// fields and client checks, with the differences of each use.
+#pragma once
+
+#include <string>
+
+#include "frame/value.h"
+
+namespace tav {
+
+class Page;
+
+struct AccountForm {
+    enum class Use { Register, OwnProfile, AdminProfile };
+    Use use = Use::Register;
+    bool known = false;  // the values come from a stored account
+    Value id{}, truename{}, username{}, password{}, departmentid{}, sex{}, idcard{}, telphone{}, mobile{}, email{},
+        duty{}, address{}, spetech{}, zip{}, remark{}, record{}, start_meeting{};
+};
+
+// The script function check() of the form: the tests stop at the first fault.
+void write_account_check(const AccountForm& form);
+// The form form1 posting to NewRegisterDo.asp, with its table of fields; the
+// departments come from the page's connection.
+void write_account_form(Page& page, const AccountForm& form);
+// The account's values read from a row of user, each trimmed ("record" only
+// as it stands on the administrator's form).
+void read_account(AccountForm& form, class Recordset& rs);
+
+// The department's name for the lists, "已删除部门" when it is gone.
+std::string department_name(Page& page, const Value& departmentid);
+
+}  // namespace tav

@@ -1,0 +1,32 @@
+// NewRegister.asp: the form for a new account, for a visitor from the login
+// page and for an administrator alike.
+#include "admin/account_form.h"
+#include "frame/html.h"
+#include "frame/page.h"
+
+namespace tav::pages {
+
+class newregister : public Page {
+public:
+    void I_init() override {
+        dbI_init();
+        write_head({.title = "欢迎注册" + Session("dw_name") + "网络办公系统"});
+        Response.line("<script language=\"JavaScript\" src=\"TavelorJS.js\"></script>");
+        AccountForm form;
+        write_account_check(form);
+        Response.line("</head>");
+        Response.line("<body>");
+        Response.line("<table width=\"100%\" border=\"0\" cellspacing=\"0\" cellpadding=\"0\">");
+        Response.line("<tr><td height=\"25\" align=\"center\" bgcolor=\"#336699\"><font color=\"#FFFFFF\">"
+                      "新用户注册</font></td></tr>");
+        Response.line("</table>");
+        write_account_form(*this, form);
+        Response.line("</body>");
+        Response.line("</html>");
+        Response.write("");
+    }
+};
+
+TAVELOR_PAGE(newregister, "NewRegister.asp")
+
+}  // namespace tav::pages

@@ -1,0 +1,105 @@
+// NewRegisterDo.asp: saves an account. Without an ID it registers a new one
+// (folder and welcome mail included); with an ID it stores the edits of the
+// profile forms.
+#include "frame/files.h"
+#include "frame/html.h"
+#include "frame/page.h"
+#include "frame/vb.h"
+
+namespace tav::pages {
+
+namespace {
+
+// The defaults of an empty registration field that belong to this site's
+// place: the organisation sits in Hangzhou.
+constexpr const char* kIdCardPrefix = "330102";
+constexpr const char* kAreaCode = "0571";
+constexpr const char* kPlace = "浙江省杭州市";
+constexpr const char* kZip = "310002";
+constexpr const char* kMailDomain = "office.example.com";
+
+// An account name that can stand as one folder below user/: no separator,
+// no dot name, nothing the disk would read as a path.
+bool plain_folder_name(const std::string& name) {
+    return !name.empty() && name != "." && name != ".." && name.find_first_of("/\\:*?\"<>|") == std::string::npos;
+}
+
+}  // namespace
+
+class newregisterdo : public Page {
+public:
+    void I_init() override {
+        dbI_init();
+        Response.buffer(true);
+        Value ID = Trim(Request.Form("ID"));
+        Value turename = Trim(Request.Form("turename"));
+        Value username = Trim(Request.Form("username"));
+        Value password = Trim(Request.Form("password"));
+        Value Departmentid = Trim(Request.Form("Departmentid"));
+        Value sex = Trim(Request.Form("sex"));
+        Value start_meeting = or_default(Request.Form("start_meeting"), "0");
+        Value IDCard = or_default(Request.Form("IDCard"), kIdCardPrefix);
+        Value Telphone = or_default(Request.Form("Telphone"), std::string(kAreaCode) + "-");
+        Value Mobile = or_default(Request.Form("Mobile"), "13*");
+        Value Email = or_default(Request.Form("Email"), username.str() + "@" + kMailDomain);
+        Value Duty = or_default(Request.Form("Duty"), "末填");
+        Value Address = or_default(Request.Form("Address"), kPlace);
+        Value SpeTech = or_default(Request.Form("SpeTech"), "末知");
+        Value Zip = or_default(Request.Form("Zip"), kZip);
+        Value UserRemark = or_default(Request.Form("UserRemark"), " ");
+        Value record = Trim(Request.Form("record"));
+
+        if (!ID.blank()) {
+            if (Session("QWX3TRh_k7").blank() || Session("user_id").blank()) {
+                Response.redirect("login.asp");
+                END_PAGE();
+            }
+            Sql update = "Update user set TrueName='"_sql + turename + "'," + "username='" + username + "'," +
+                         "password='" + password + "'," + "DepartMentID='" + Departmentid + "'," + "IDCard='" +
+                         IDCard + "'," + "sex='" + sex + "'," + "start_meeting=" + start_meeting + "," +
+                         "Telphone='" + Telphone + "'," + "Mobile='" + Mobile + "'," + "Email='" + Email + "'," +
+                         "Duty='" + Duty + "'," + "Address='" + Address + "'," + "SpeTech='" + SpeTech + "'," +
+                         "Zip='" + Zip + "',";
+            // An empty box keeps the stored number of days.
+            if (!record.blank()) update = update + "record=" + record + ",";
+            update = update + "UserRemark='" + UserRemark + "' where id=" + ID;
+            conn.execute(update);
+            monitor("修改用户: " + turename);
+            Response.redirect("Pop_OK.asp?message=" + turename + " 的信息修改成功！&next_href=#");
+            END_PAGE();
+        }
+
+        rs = conn.execute("select id from user where username='"_sql + username + "'");
+        if (!rs.eof()) {
+            Response.write("<br><br><br><br><br>用户账号: " + html_text(username) +
+                           " 已经被别人占用，请<a href=\"#\" onclick=\"history.back(1); return false;\">重新填写</a>！");
+        } else {
+            conn.execute("insert into user(TrueName,username,password,DepartMentID,IDCard,sex,Telphone,"
+                         "Mobile,Email,Duty,Address,SpeTech,Zip,UserRemark) values ('"_sql +
+                         turename + "','" + username + "','" + password + "'," + Departmentid + ",'" + IDCard +
+                         "','" + sex + "','" + Telphone + "','" + Mobile + "','" + Email + "','" + Duty + "','" +
+                         Address + "','" + SpeTech + "','" + Zip + "','" + UserRemark + "')");
+            std::string folder = Server.MapPath(".") + "\\user\\" + username.str();
+            FileSystemObject fso;
+            if (!plain_folder_name(username.str())) raise_error(err::path_not_found);
+            if (!fso.FolderExists(folder)) fso.CreateFolder(folder);
+            rs = conn.execute("select top 1 id from user order by id DESC");
+            std::string title = Session("dw_name").str() + "网络办公系统简介";
+            send_email(0, rs("id"), title, "<a href=\"help.htm\" target=\"detail\">" + html_text(title) + "</a>", 0);
+            Response.write("<br><br><br><br><br>恭喜您注册成功！账号: " + html_text(username) +
+                           " 已经开通，欢迎使用！请<a href=\"#\" onclick=\"window.close(); return false;\">登录系统</a>！");
+        }
+        rs.close();
+        conn.close();
+    }
+
+private:
+    static Value or_default(const Value& posted, const std::string& fallback) {
+        Value v = Trim(posted);
+        return v.blank() ? Value(fallback) : v;
+    }
+};
+
+TAVELOR_PAGE(newregisterdo, "NewRegisterDo.asp")
+
+}  // namespace tav::pages

@@ -1,0 +1,39 @@
+// Address_delete.asp: asks before a card goes, in a box of its own.
+#include "frame/html.h"
+#include "frame/page.h"
+#include "frame/resultbox.h"
+
+namespace tav::pages {
+
+class addressdelete : public Page {
+public:
+    void I_init() override {
+        dbI_init();
+        Value id = Request.querystring("id");
+        rs = conn.execute("select name from Address where id="_sql + id);
+        Value name = rs("name");
+        rs.close();
+        conn.close();
+        Response.block(result_box_head(
+            "<form action=\"Address_Del_True.asp\" method=\"POST\" id=\"info\" name=\"info\">\r\n"));
+        Response.line("您确信要删除联系人：" + html_text(name) + " 吗？");
+        Response.line("<br><br>");
+        Response.line("<input type=\"hidden\" name=\"ID\" value=\"" + html_text(id) + "\">");
+        Response.line("<INPUT class=\"buttons02\" type=\"submit\" value=\"删除\" name=\"Submit2\">");
+        Response.line("<INPUT class=\"buttons02\" type=\"button\" value=\"返回\" name=\"Submit2\" "
+                      "onclick=\"window.history.back()\">");
+        Response.line("</td></tr>");
+        Response.line("<tr><td height=\"4\" bgcolor=\"#6d8e4d\"></td></tr>");
+        Response.line("</table>");
+        Response.line("</td></tr>");
+        Response.line("</table>");
+        Response.line("</form>");
+        Response.line("</body>");
+        Response.line("</html>");
+        Response.write("");
+    }
+};
+
+TAVELOR_PAGE(addressdelete, "Address_delete.asp")
+
+}  // namespace tav::pages

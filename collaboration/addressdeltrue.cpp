@@ -1,0 +1,20 @@
+// Address_Del_True.asp: deletes the card of the posted id and reports
+// success whether or not a row was there.
+#include "frame/page.h"
+
+namespace tav::pages {
+
+class addressdeltrue : public Page {
+public:
+    void I_init() override {
+        dbI_init();
+        conn.execute("delete from Address where id="_sql + Request.Form("id"));
+        conn.close();
+        Response.redirect("Pop_OK.asp?message=删除成功！&next_href=Address_List.asp");
+        END_PAGE();
+    }
+};
+
+TAVELOR_PAGE(addressdeltrue, "Address_Del_True.asp")
+
+}  // namespace tav::pages

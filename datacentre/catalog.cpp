@@ -1,0 +1,64 @@
+#include "datacentre/catalog.h"
+
+#include "frame/vb.h"
+
+namespace tav::datacentre {
+
+bool is_category(const Value& menu_id, const Value& user_text) {
+    return InStr(menu_id, "A") == 0 && InStr(menu_id, "01") == 0 && Trim(user_text).str() != "";
+}
+
+std::string category_entry(const Value& menu_id, const Value& name) {
+    // A backquote in the name would end the label's field in the stored form.
+    return "`images/arrow1.gif`,` " + Replace(name, "`", "\xE2\x80\x98") + "`,`Data_list.asp?sub_menu=" + menu_id.str() + "`, `detail`,";
+}
+
+std::string url_part(const std::string& s) {
+    static const char hex[] = "0123456789ABCDEF";
+    std::string out;
+    for (unsigned char c : s) {
+        if (c <= 32 || c == 127 || c == '%' || c == '&' || c == '#' || c == '+' || c == '=' || c == '?' ||
+            c == '"' || c == '\'' || c == '<' || c == '>' || c == '\\') {
+            out += '%';
+            out += hex[c >> 4];
+            out += hex[c & 15];
+        } else {
+            out += static_cast<char>(c);
+        }
+    }
+    return out;
+}
+
+bool plain_name(const std::string& s) {
+    if (s.empty() || s == "." || s == "..") return false;
+    for (unsigned char c : s)
+        if (c < 32 || c == '/' || c == '\\' || c == ':') return false;
+    return s.find("..") == std::string::npos;
+}
+
+std::string name_form_script(const char* field, const char* alert, bool trimmed) {
+    std::string test = trimmed ? std::string("trim(myf.") + field + ".value)" : std::string("myf.") + field + ".value";
+    std::string out = "<script language=\"VBScript\">\r\n";
+    for (const char* name : {"go_append", "go_modify"}) {
+        out += "Sub " + std::string(name) + "()\r\n";
+        out += "  Set myf = document.form1\r\n";
+        out += "  If " + test + " = \"\" Then\r\n";
+        out += "    alert \"" + std::string(alert) + "\"\r\n";
+        out += "    myf." + std::string(field) + ".focus\r\n";
+        out += "    Exit Sub\r\n";
+        out += "  End If\r\n";
+        if (std::string(name) == "go_append") out += "  myf.id.value = 0\r\n";
+        out += "  myf.submit\r\n";
+        out += "End Sub\r\n";
+    }
+    out += "</script>\r\n";
+    return out;
+}
+
+std::string name_form_button(const Value& id) {
+    if (id.blank() || id == Value(0))
+        return "<input type=\"button\" class=\"buttons02\" value=\"确定\" onclick=\"go_append()\">";
+    return "<input type=\"button\" class=\"buttons02\" value=\"修改\" onclick=\"go_modify()\">";
+}
+
+}  // namespace tav::datacentre

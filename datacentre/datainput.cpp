@@ -1,0 +1,149 @@
+// Data_Input.asp: the entry form of an item, new (m names the main menu) or
+// existing (ID names the item), with the rich text editor. The category list
+// offers only categories in which the account may enter data.
+#include <string>
+
+#include "frame/html.h"
+#include "frame/inputbox.h"
+#include "frame/page.h"
+#include "frame/vb.h"
+
+namespace tav::pages {
+
+class datainput : public Page {
+public:
+    void I_init() override {
+        dbI_init();
+        Response.client_compat(kCompatDialogs);
+        std::string note = "请控制好附件的文件格式";
+        Value ID = Trim(Request.querystring("ID"));
+        Value m, code, selected, title;
+        std::string initial;
+        if (ID.blank()) {
+            ID = 0;
+            m = Trim(Request.querystring("m"));
+            rs = conn.execute("select user_text,menu_id from menu where menu_text='"_sql + m + "'");
+            code = Replace(rs("menu_id"), "menu", "");
+            // The editor's pictures go to the main menu's folder.
+            Session.set("upload_path", m);
+        } else {
+            rs = conn.execute("select * from Datas where id="_sql + ID);
+            m = Trim(rs("Main_menu"));
+            selected = Trim(rs("Sub_menu"));
+            code = Left(selected, 2);
+            title = rs("D_title");
+            if (Trim(rs("D_afile")) != "0")
+                note = "已有附件：<font color=red>" + html_text(rs("D_afile")) + "</font>";
+            initial = Replace(rs("D_text"), "\r\n", "");
+            rs = conn.execute("select user_text,menu_id from menu where menu_text='"_sql + m + "'");
+        }
+        Value main_name = rs("user_text");
+        Value rights = user_rights()("menu_idstr");
+        if (note == "请控制好附件的文件格式") note = html_text(note);
+
+        write_head({.title = "输入数据", .no_cache_days = 10});
+        Response.line("</head>");
+        Response.line("<body>");
+        Response.line("<div id=\"wait1\" style=\"display:none\"><br><br><p align=\"center\">"
+                      "<font color=\"red\">系统正在保存数据，请稍候...... </font>"
+                      "<font color=\"blue\">Going ......</font></p></div>");
+        Response.line("<div id=\"a1\">");
+        Response.line("<form name=\"postform\" method=\"post\" action=\"Data_InputDo.asp\" "
+                      "enctype=\"multipart/form-data\">");
+        Response.line("<input type=\"hidden\" name=\"ID\" value=\"" + html_text(ID) + "\">");
+        Response.line("<input type=\"hidden\" name=\"Main_menu\" value=\"" + html_text(m) + "\">");
+        Response.line("<table width=\"560\" border=\"0\" cellspacing=\"0\" cellpadding=\"3\" align=\"center\">");
+        Response.line("<tr bgcolor=\"#336699\" height=\"25\"><td colspan=\"2\"><font color=\"#ffffff\">录入 =>> " +
+                      html_text(main_name) + html_text(Request.querystring("type")) + "</font></td></tr>");
+        Response.line("<tr><td width=\"80\" nowrap>数据主题<font color=\"red\">*</font></td><td>"
+                      "<input type=\"text\" name=\"D_title\" maxlength=\"50\" size=\"40\" value=\"" +
+                      html_text(title) + "\"></td></tr>");
+        Response.line("<tr><td nowrap>数据类别</td><td><select name=\"Sub_menu\">");
+        Recordset cats = conn.execute("select menu_id,user_text from menu where left(menu_id,2)='"_sql + code +
+                                      "' order by menu_id");
+        while (!cats.eof()) {
+            Value id = cats("menu_id");
+            // Only categories the account may enter into; not the entry row or the fixed rows.
+            if (InStr(rights, "i" + id) > 0 && InStr(id, "01") == 0 && InStr(id, "A") == 0) {
+                Response.line("<option value=\"" + html_text(id) + "\"" + (id == selected ? " selected" : "") + ">" +
+                              html_text(cats("user_text")) + "</option>");
+            }
+            cats.movenext();
+        }
+        Response.line("</select></td></tr>");
+        Response.line("<tr><td valign=\"top\">内容<br><font color=\"#808080\">内容太过复杂，请采用附件。</font></td><td>");
+        InputBox box{*this};
+        box.inputboxI_init();
+        Response.line("<IFRAME class=\"mytext\" id=\"mytext\" width=\"530\" valign=\"bottom\" height=\"75%\"></IFRAME>");
+        Response.line("</td></tr>");
+        Response.line("<tr><td nowrap>数据附件：</td><td><input type=\"file\" name=\"Afile\" size=\"30\"> [" + note +
+                      "] <input type=\"button\" class=\"buttons02\" value=\"确定\" onclick=\"editinfo()\"></td></tr>");
+        Response.line("</table>");
+        Response.line("<input type=\"hidden\" name=\"body\" value=\"\">");
+        Response.line("</form>");
+        Response.line("</div>");
+        write_start_script(initial);
+        Response.line("<script src=\"edit.js\"></script>");
+        Response.line("</body>");
+        Response.line("</html>");
+        Response.write("");
+    }
+
+private:
+    // The editor's start routine is bound the old way, as a function named
+    // document.onreadystatechange, which today's browsers refuse to parse.
+    // The block is therefore typed text/x-jscript: browsers leave it alone
+    // (no syntax error on the console) and edit.js, which reads the page's
+    // JScript blocks, binds and runs it.
+    void write_start_script(const std::string& initial) {
+        Response.line("<script type=\"text/x-jscript\">");
+        Response.line("var note_body;");
+        Response.line("if (parent.m_body + '1' != 'undefined1') note_body = parent.m_body;");
+        Response.line("else note_body = '" + js_string(allow_markup(initial)) + "';");
+        Response.line("");
+        Response.line("function document.onreadystatechange() {");
+        Response.line("  var i, curr;");
+        Response.line("  YInitialized = true;");
+        Response.line("  for (i = 0; i < document.body.all.length; i++) {");
+        Response.line("    curr = document.body.all[i];");
+        Response.line("    if (curr.className == \"yToolbar\") {");
+        Response.line("      if (!InitTB(curr)) alert(\"工具条: \" + curr.id + \" 初始化失败\");");
+        Response.line("      yToolbars[yToolbars.length] = curr;");
+        Response.line("    }");
+        Response.line("  }");
+        Response.line("  mytext.document.open();");
+        Response.line("  mytext.document.write('<BODY MONOSPACE STYLE=\"font:10pt 宋体,arial,sans-serif\">' + note_body + "
+                      "'</BODY>');");
+        Response.line("  mytext.document.close();");
+        Response.line("  mytext.document.designMode = 'On';");
+        Response.line("}");
+        Response.line("");
+        Response.line("function editinfo() {");
+        Response.line("  if (bTextMode) postform.body.value = mytext.document.body.innerText;");
+        Response.line("  else postform.body.value = mytext.document.body.innerHTML;");
+        Response.line("  if (postform.D_title.value == \"\") {");
+        Response.line("    alert(\"请输入数据主题！\");");
+        Response.line("    postform.D_title.focus();");
+        Response.line("    return;");
+        Response.line("  }");
+        Response.line("  if (postform.Sub_menu.value == \"\") {");
+        Response.line("    alert(\"请选择数据类别！\\n\\r如果没有供选择的项目，您一定是没有录入数据的权限！\\r\\n请与管理员联系……\");");
+        Response.line("    postform.Sub_menu.focus();");
+        Response.line("    return;");
+        Response.line("  }");
+        Response.line("  if (postform.body.value == \"\" && postform.Afile.value == \"\") {");
+        Response.line("    alert(\"数据内容文本和数据附件不能同为空！\\n\\r有附件时，数据文本可用来对附件作简要说明。\");");
+        Response.line("    postform.File1.focus();");
+        Response.line("    return;");
+        Response.line("  }");
+        Response.line("  wait1.style.display = \"\";");
+        Response.line("  a1.style.display = \"none\";");
+        Response.line("  postform.submit();");
+        Response.line("}");
+        Response.line("</script>");
+    }
+};
+
+TAVELOR_PAGE(datainput, "Data_Input.asp")
+
+}  // namespace tav::pages

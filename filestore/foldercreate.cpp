@@ -1,0 +1,52 @@
+// Folder_create.asp: one URL for the menu's link (Folder is the current
+// folder) and for the form's post (Folder is the new name). Makes one level.
+#include "filestore/menu.h"
+#include "frame/files.h"
+#include "frame/html.h"
+#include "frame/page.h"
+#include "frame/vb.h"
+
+namespace tav::pages {
+
+class foldercreate : public Page {
+public:
+    void I_init() override {
+        std::string folder = Replace(Request.querystring("Folder"), " ", "_");
+        std::string curr_dir = Request.querystring("Curr_dir").str();
+        if (curr_dir.empty()) curr_dir = folder + "\\";
+        Value fdo = Request.querystring("FDO");
+        std::string target = Server.MapPath(".\\") + curr_dir + folder;
+        if (fdo == "create") {
+            FileSystemObject fso;
+            if (!fso.FolderExists(target)) {
+                fso.CreateFolder(target);
+                filestore::create_ok();
+            } else {
+                Response.write("Folder Exist!");
+            }
+        }
+
+        write_head({.title = "My folder", .no_cache_days = 10});
+        Response.line("</head>");
+        Response.line("<body>");
+        Response.line("<form name=\"myform\" method=\"get\" action=\"Folder_create.asp\">");
+        Response.line("<table width=\"250\" border=\"0\" cellspacing=\"1\" cellpadding=\"4\" bgcolor=\"#336699\" align=\"center\">");
+        Response.line("<tr><td align=\"center\"><font color=\"white\">□ ::: 新建文件夹::: □</font></td></tr>");
+        Response.line("<tr><td bgcolor=\"#ffffff\" align=\"center\">");
+        Response.line("<input type=\"text\" name=\"Folder\" value=\"新文件夹\" size=\"20\"><br><br>");
+        Response.line("<input type=\"submit\" value=\"确 定\"> ");
+        Response.line("<input type=\"button\" value=\"返 回\" onclick=\"history.back()\">");
+        Response.line("<input type=\"hidden\" name=\"FDO\" value=\"create\">");
+        Response.line("<input type=\"hidden\" name=\"CURR_DIR\" value=\"" + html_text(curr_dir) + "\">");
+        Response.line("</td></tr>");
+        Response.line("</table>");
+        Response.line("</form>");
+        Response.line("</body>");
+        Response.line("</html>");
+        Response.write("");
+    }
+};
+
+TAVELOR_PAGE(foldercreate, "Folder_create.asp")
+
+}  // namespace tav::pages

@@ -1,0 +1,74 @@
+// Folder_rename.asp: renames a folder. The new name is the whole path below
+// the account's root, so a rename can also move the folder in the tree.
+#include "filestore/menu.h"
+#include "filestore/names.h"
+#include "frame/files.h"
+#include "frame/html.h"
+#include "frame/page.h"
+#include "frame/vb.h"
+
+namespace tav::pages {
+
+class folderrename : public Page {
+public:
+    void I_init() override {
+        std::string folder = Request.querystring("Folder").str();
+        if (Left(folder, 1) != "\\") folder = "\\" + folder;
+        std::string curr_dir = Request.querystring("Curr_dir").str();
+        if (curr_dir.empty()) curr_dir = folder;
+        Value fdo = Request.querystring("FDO");
+        std::string rest = Replace(folder, "\\user\\", "");
+        long n = InStr(rest, "\\");
+        if (n == 0) n = 1;
+        // the account's root, from the path itself and not from the session
+        std::string root = Request.querystring("root").str();
+        if (root.empty()) root = "\\user\\" + Left(rest, n - 1);
+        std::string shown = Replace(filestore::shown_name(folder), " ", "_");
+
+        if (fdo == "rename") {
+            FileSystemObject fso;
+            std::string from = Server.MapPath(".\\") + curr_dir;
+            std::string to = Server.MapPath(".\\") + root + shown;
+            if (fso.FolderExists(to)) {
+                Response.write("目标文件夹已经存在！<br>");
+                END_PAGE();
+            }
+            if (fso.FolderExists(from)) {
+                fso.MoveFolder(from, to);
+                filestore::create_ok();
+            }
+            END_PAGE();
+        }
+
+        write_head({.title = "My folder", .no_cache_days = 10});
+        Response.line("</head>");
+        Response.line("<body>");
+        bool is_root = shown == "\\";
+        if (!is_root) Response.line("<form name=\"myform\" method=\"get\" action=\"Folder_rename.asp\">");
+        Response.line("<table width=\"250\" border=\"0\" cellspacing=\"1\" cellpadding=\"4\" bgcolor=\"#336699\" align=\"center\">");
+        Response.line("<tr><td align=\"center\"><font color=\"white\">□ ::: 重命名文件夹::: □</font></td></tr>");
+        Response.line("<tr><td bgcolor=\"#ffffff\" align=\"center\">");
+        if (is_root) {
+            Response.line("根目录 \\ 不可删除！<br>请先选择某个子文件夹……<br><br>");
+        } else {
+            Response.line("文件夹:“ " + html_text(shown) + " ”<br>");
+            Response.line("更名为：<input type=\"text\" name=\"Folder\" value=\"" + html_text(shown + "_new") +
+                          "\" size=\"20\"><br><br>");
+            Response.line("<input type=\"submit\" value=\"更 名\"> ");
+        }
+        Response.line("<input type=\"button\" value=\"返 回\" onclick=\"history.back()\">");
+        Response.line("</td></tr>");
+        Response.line("</table>");
+        Response.line("<input type=\"hidden\" name=\"FDO\" value=\"rename\">");
+        Response.line("<input type=\"hidden\" name=\"CURR_DIR\" value=\"" + html_text(curr_dir) + "\">");
+        Response.line("<input type=\"hidden\" name=\"ROOT\" value=\"" + html_text(root) + "\">");
+        if (!is_root) Response.line("</form>");
+        Response.line("</body>");
+        Response.line("</html>");
+        Response.write("");
+    }
+};
+
+TAVELOR_PAGE(folderrename, "Folder_rename.asp")
+
+}  // namespace tav::pages

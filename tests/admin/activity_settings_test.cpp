@@ -1,0 +1,164 @@
+// The activity log views and the settings form with its save.
+#include <filesystem>
+#include <fstream>
+
+#include <gtest/gtest.h>
+
+#include "frame/encoding.h"
+#include "tests/support/accounts.h"
+#include "tests/support/test_site.h"
+#include "tests/support/text.h"
+
+using tav::test::TestSite;
+using tav::test::add_user;
+using tav::test::count;
+using tav::test::has;
+
+namespace {
+
+const std::string kB = "-----------------------------7d3c55";
+
+using Fields = std::vector<std::pair<std::string, std::string>>;
+
+// The settings form as a browser posts it: ticked boxes only, then the
+// rest; a music file when one is named.
+tav::test::Reply post_settings(TestSite& site, const Fields& fields, const std::string& music = "",
+                               const std::string& content = "ID3") {
+    std::string body;
+    for (const auto& [name, value] : fields)
+        body += kB + "\r\nContent-Disposition: form-data; name=\"" + name + "\"\r\n\r\n" + tav::utf8_to_gb(value) +
+                "\r\n";
+    body += kB + "\r\nContent-Disposition: form-data; name=\"mfile\"; filename=\"" + tav::utf8_to_gb(music) +
+            "\"\r\nContent-Type: audio/mpeg\r\n\r\n" + (music.empty() ? "" : content) + "\r\n" + kB + "--\r\n";
+    return site.post_raw("/Sys_Modify.asp", "multipart/form-data; boundary=" + kB.substr(2), body);
+}
+
+std::string setting(TestSite& site, const std::string& key) {
+    return site.scalar("select Hardserial from software where softname='" + key + "'", "Hardserial");
+}
+
+const Fields kUsual = {{"forgetpass", "on"}, {"work_time", "90"},   {"pop_music", "on"},
+                       {"stat_time", "15"},  {"old_music", "a.mp3"}, {"logout", "1"}};
+
+}  // namespace
+
+TEST(ActivityLog, LinesNewestFirstAndTheWordsForNone) {
+    TestSite site;
+    std::string quiet = add_user(site, "quiet");
+    ASSERT_TRUE(site.login());
+    site.exec("insert into monitor(user_id,work_text,work_date) values (1,'第一件','2026-01-02 08:00:00')");
+    site.exec("insert into monitor(user_id,work_text,work_date) values (1,'<b>第二件</b>','2026-01-02 09:30:00')");
+    auto b = site.get("/Sys_User_Active_List.asp?ID=1").body;
+    EXPECT_TRUE(has(b, "系统管理员[admin] 最近活动记载"));
+    std::size_t second = b.find("&lt;b&gt;第二件"), first = b.find("第一件"), login = b.find("登录系统……");
+    EXPECT_TRUE(second < first && first < login) << b;  // by id descending: the login line came first
+    EXPECT_TRUE(has(b, "<td nowrap>2026-01-02 09:30:00</td>"));
+    EXPECT_TRUE(has(b, "<td width=\"4%\" align=\"center\">3</td>"));
+    EXPECT_FALSE(has(b, "此用户今日没有来！"));
+
+    EXPECT_TRUE(has(site.get("/sys_user_active_list.asp?id=" + quiet).body, "此用户今日没有来！"));
+    for (const char* bad : {"999", ""})
+        EXPECT_TRUE(has(site.get(std::string("/Sys_User_Active_List.asp?ID=") + bad).body,
+                        "Routine : sysuseractivelist.I_init"))
+            << bad;
+}
+
+TEST(ActivityLog, AccountListOffersThreePagesForTwentyAccounts) {
+    TestSite site;
+    for (int i = 1; i <= 19; ++i) { std::string n = "a"; n += std::to_string(i); add_user(site, n); };
+    auto b = site.get("/Sys_User_Active.asp").body;  // no session needed
+    EXPECT_EQ(count(b, "<option "), 3);
+    EXPECT_TRUE(has(b, "<td>30</td>"));
+    EXPECT_TRUE(has(b, "Sys_User_Active_List.asp?id=20"));
+    EXPECT_TRUE(has(b, "系统管理 =>>查看用户当日活动记载"));
+    EXPECT_EQ(count(site.get("/Sys_User_Active.asp?p=2").body, "<tr height=\"28\"><td>"), 10);
+    EXPECT_TRUE(has(site.get("/Sys_User_Active.asp?p=-4").body, ">a19<")) << "below 0 is the first page";
+}
+
+TEST(Settings, CheckboxesTextsAndTheLogoutSelectAreStoredAsPosted) {
+    TestSite site;
+    site.exec("update software set Hardserial='7' where softname='logout'");
+    auto r = post_settings(site, {{"regnewuser", "on"}, {"pop_note", "yes"}, {"work_time", "abc"},
+                                  {"stat_time", " 12"}, {"logout", "7"}});
+    EXPECT_LT(r.body.find("<script language=\"vbscript\">\r\nalert \"系统参数修改成功！\""), r.body.find("<html>"))
+        << "the alert stands ahead of the page";
+    const std::pair<const char*, const char*> stored[] = {
+        {"forgetpass", "0"}, {"regnewuser", "1"}, {"indroduce", "0"}, {"pop_note", "0"}, {"work_pop", "0"},
+        {"pop_music", "0"},  {"work_time", "abc"}, {"stat_time", " 12"}, {"logout", "0"}, {"music", ""}};
+    for (const auto& [key, value] : stored) EXPECT_EQ(setting(site, key), value) << key;
+    // The form shows what is stored.
+    EXPECT_TRUE(has(r.body, "name=\"regnewuser\" checked>"));
+    EXPECT_FALSE(has(r.body, "name=\"forgetpass\" checked>"));
+    EXPECT_TRUE(has(r.body, "<option value=\"0\" selected>返回至登录页"));
+
+    // And the pages that read them follow at their next load.
+    EXPECT_FALSE(has(site.get("/login.asp").body, "忘记密码"));
+    EXPECT_TRUE(has(site.get("/login.asp").body, "新用户注册"));
+    post_settings(site, kUsual);
+    EXPECT_EQ(setting(site, "logout"), "1");
+    ASSERT_TRUE(site.login());
+    EXPECT_TRUE(has(site.get("/sysmonitor.asp").body, "content=\"15\""));
+    EXPECT_TRUE(has(site.get("/message.asp").body, "content=\"90\""));
+}
+
+TEST(Settings, MusicIsReplacedAndTheOldFileRemovedOnlyWhenANewOneIsTaken) {
+    TestSite site;
+    const std::string medium = site.root() + "/Medium/";
+    std::ofstream(medium + "a.mp3") << "old";
+    std::ofstream(medium + "keep.mp3") << "other";
+    site.exec("update software set Hardserial='a.mp3' where softname='music'");
+
+    post_settings(site, kUsual);  // no file: nothing moves
+    EXPECT_EQ(setting(site, "music"), "a.mp3");
+    EXPECT_TRUE(std::filesystem::exists(medium + "a.mp3"));
+
+    post_settings(site, kUsual, "C:\\音乐\\新曲.MP3");
+    EXPECT_EQ(setting(site, "music"), "新曲.MP3");
+    EXPECT_TRUE(std::filesystem::exists(medium + "新曲.MP3"));
+    EXPECT_FALSE(std::filesystem::exists(medium + "a.mp3"));
+    EXPECT_TRUE(std::filesystem::exists(medium + "keep.mp3"));
+
+    // A name already there: refused, music and files stay, the rest is saved.
+    Fields f = kUsual;
+    f[1].second = "120";
+    f[4].second = "新曲.MP3";
+    auto r = post_settings(site, f, "C:\\keep.mp3");
+    EXPECT_TRUE(has(r.body, "文件已经存在于服务器上"));
+    EXPECT_TRUE(has(r.body, "系统参数修改成功！"));
+    EXPECT_EQ(setting(site, "music"), "新曲.MP3");
+    EXPECT_EQ(setting(site, "work_time"), "120");
+    EXPECT_TRUE(std::filesystem::exists(medium + "新曲.MP3"));
+}
+
+TEST(Settings, OldMusicNeverReachesOutsideTheMusicFolderAndOnlySoundIsTaken) {
+    TestSite site;
+    const std::string medium = site.root() + "/Medium/";
+    std::ofstream(site.root() + "/Datas/victim.txt") << "x";
+    for (const char* old : {"../Datas/victim.txt", "..\\Datas\\victim.txt", "../datebase/office.mdb"}) {
+        Fields f = kUsual;
+        f[4].second = old;
+        post_settings(site, f, std::string("C:\\n") + std::to_string(f[4].second.size()) + ".wav");
+    }
+    EXPECT_TRUE(std::filesystem::exists(site.root() + "/Datas/victim.txt"));
+    EXPECT_TRUE(std::filesystem::exists(site.root() + "/datebase/office.mdb"));
+
+    for (const char* name : {"C:\\page.htm", "C:\\x.svg", "C:\\..mid"}) {
+        post_settings(site, kUsual, name, "<script>alert(1)</script>");
+        EXPECT_NE(setting(site, "music").substr(0, 2), std::string(name).substr(3, 2)) << name;
+    }
+    EXPECT_FALSE(std::filesystem::exists(medium + "page.htm"));
+    EXPECT_FALSE(std::filesystem::exists(medium + "x.svg"));
+}
+
+TEST(Settings, AMissingRowCutsTheFormThere) {
+    TestSite site;
+    site.exec("delete from software where softname='stat_time'");
+    auto b = site.get("/Sys_Modify.asp").body;
+    EXPECT_TRUE(has(b, "name=\"work_time\" size=\"4\" value=\"60\""));
+    EXPECT_TRUE(has(b, "Routine : sysmodify.I_init"));
+    EXPECT_FALSE(has(b, "name=\"stat_time\""));
+    EXPECT_FALSE(has(b, "提 交"));
+    // A save updates nothing for it and inserts nothing.
+    post_settings(site, kUsual);
+    EXPECT_EQ(site.scalar("select count(id) as num from software where softname='stat_time'", "num"), "0");
+}

@@ -1,0 +1,159 @@
+// Profile forms, the own password and the two signature images.
+#include <filesystem>
+#include <fstream>
+
+#include <gtest/gtest.h>
+
+#include "frame/encoding.h"
+#include "tests/support/accounts.h"
+#include "tests/support/test_site.h"
+#include "tests/support/text.h"
+
+using tav::test::TestSite;
+using tav::test::add_user;
+using tav::test::has;
+
+namespace {
+
+const std::string kB = "-----------------------------7d2a19";
+
+std::string text_part(const std::string& name, const std::string& value) {
+    return kB + "\r\nContent-Disposition: form-data; name=\"" + name + "\"\r\n\r\n" + tav::utf8_to_gb(value) + "\r\n";
+}
+std::string file_part(const std::string& name, const std::string& filename, const std::string& content) {
+    return kB + "\r\nContent-Disposition: form-data; name=\"" + name + "\"; filename=\"" + tav::utf8_to_gb(filename) +
+           "\"\r\nContent-Type: image/gif\r\n\r\n" + content + "\r\n";
+}
+tav::test::Reply post_signature(TestSite& site, const std::string& ok_no, const std::string& filename) {
+    std::string body = text_part("OK_NO", ok_no);
+    if (!filename.empty()) body += file_part("file1", filename, "GIF89a");
+    body += kB + "--\r\n";
+    return site.post_raw("/user_signe.asp", "multipart/form-data; boundary=" + kB.substr(2), body);
+}
+
+std::string col(TestSite& site, const std::string& id, const std::string& column) {
+    return site.scalar("select " + column + " from user where id=" + id, column);
+}
+
+}  // namespace
+
+TEST(ProfileForms, OwnFormLocksTheNameAndAdminFormCarriesRecordAndMeeting) {
+    TestSite site;
+    std::string id = add_user(site, "prof1", "", "secret", "李四");
+    site.exec("update user set sex='x', start_meeting=1, Zip=' 310000 ', record=12 where id=" + id);
+    // Without a session: a blank form, no id known.
+    auto blank = site.get("/User_Info_Modify.asp?ID=" + id).body;
+    EXPECT_TRUE(has(blank, "name=\"ID\" value=\"\""));
+    EXPECT_FALSE(has(blank, "李四"));
+
+    ASSERT_TRUE(site.login());
+    auto own = site.get("/User_Info_Modify.asp?ID=" + id).body;
+    EXPECT_TRUE(has(own, "修改个人信息"));
+    EXPECT_TRUE(has(own, "name=\"UserName\" value=\"prof1\" maxlength=\"16\" size=\"20\" readonly"));
+    EXPECT_TRUE(has(own, "name=\"UserPassWord\" value=\"secret\""));
+    EXPECT_TRUE(has(own, "name=\"PassWord\" value=\"secret\""));
+    EXPECT_TRUE(has(own, "name=\"Zip\" value=\"310000\"")) << "values are trimmed";
+    EXPECT_TRUE(has(own, "value=\"女\" checked")) << "anything but 男 shows as 女";
+    EXPECT_TRUE(has(own, "<option value=\"1\" selected>"));
+    EXPECT_FALSE(has(own, "name=\"record\""));
+    EXPECT_FALSE(has(own, "name=\"start_meeting\""));
+    // Without ID the form is the session's own account.
+    EXPECT_TRUE(has(site.get("/User_Info_Modify.asp").body, "name=\"UserName\" value=\"admin\""));
+
+    auto adm = site.get("/User_Info_Modify1.asp?id=" + id).body;
+    EXPECT_TRUE(has(adm, "系统管理 =>>用户信息修改"));
+    EXPECT_FALSE(has(adm, "readonly"));
+    EXPECT_TRUE(has(adm, "name=\"record\" size=\"2\" value=\"12\""));
+    EXPECT_TRUE(has(adm, "name=\"start_meeting\" value=\"1\" checked"));
+}
+
+TEST(ProfileForms, SavingTheOwnProfileClearsTheMeetingFlagAndKeepsRecord) {
+    TestSite site;
+    ASSERT_TRUE(site.login());
+    site.exec("update user set start_meeting=1, record=20 where username='admin'");
+    // What the own form posts: no start_meeting, no record.
+    auto r = site.post_form("/NewRegisterDo.asp", {{"TureName", "系统管理员"}, {"UserName", "admin"},
+                                                   {"UserPassWord", "admin"}, {"PassWord", "admin"},
+                                                   {"DepartMentID", "1"}, {"sex", "男"}, {"ID", "1"}});
+    EXPECT_EQ(r.status, 302);
+    EXPECT_EQ(col(site, "1", "start_meeting"), "0");
+    EXPECT_EQ(col(site, "1", "record"), "20");
+    EXPECT_EQ(col(site, "1", "Mobile"), "13*");
+}
+
+TEST(PasswordChange, ComparesAfterTrimAndTreatsBlanksAsNoChange) {
+    struct Case {
+        const char* old_pw;
+        const char* new_pw;
+        const char* shown;
+        const char* stored;
+    };
+    const Case cases[] = {
+        {"  admin ", " new_1 ", "<br><font color=red>密码已经修改为：new_1</font>", "new_1"},
+        {"wrong", "new_1", "<br><font color=red>原密码错误！</font>", "admin"},
+        {"admin", "   ", "", "admin"},  // blanks alone: as a first view
+    };
+    for (const Case& c : cases) {
+        TestSite site;
+        ASSERT_TRUE(site.login());
+        auto r = site.post_form("/User_password_Modify.asp",
+                                {{"UserPassWord", c.old_pw}, {"NewPassWord", c.new_pw}, {"NewPassWord1", c.new_pw}});
+        if (*c.shown)
+            EXPECT_EQ(r.body.rfind(c.shown, 0), 0u) << "the result stands ahead of the page\n" << r.body;
+        else
+            EXPECT_EQ(r.body.rfind("<html>", 0), 0u) << r.body;
+        EXPECT_EQ(col(site, "1", "password"), c.stored) << c.old_pw;
+        EXPECT_TRUE(has(r.body, "<td>系统管理员</td>"));
+    }
+    // Without a session only the form, nothing read or written.
+    TestSite site;
+    auto r = site.post_form("/User_password_Modify.asp", {{"UserPassWord", "admin"}, {"NewPassWord", "x"}});
+    EXPECT_EQ(r.body.rfind("<html>", 0), 0u);
+    EXPECT_EQ(col(site, "1", "password"), "admin");
+}
+
+TEST(Signature, ImagesAreStoredByTheirSideAndKeptWhenTheNameIsTaken) {
+    TestSite site;
+    ASSERT_TRUE(site.login());  // makes user/admin
+    auto first = site.get("/user_signe.asp").body;
+    EXPECT_EQ(tav::test::count(first, "<img src=\"\" border=\"1\">"), 2) << "no images yet";
+    EXPECT_TRUE(has(first, "action=\"user_signe_upload.asp\""));
+
+    auto r = post_signature(site, "ok", "C:\\签字\\yes.gif");
+    EXPECT_EQ(col(site, "1", "pen_ok"), "user/admin/yes.gif");
+    EXPECT_TRUE(std::filesystem::exists(site.root() + "/user/admin/yes.gif"));
+    EXPECT_TRUE(has(r.body, "<img src=\"user/admin/yes.gif\" border=\"1\">"));
+    post_signature(site, "no", "C:\\later.jpg");
+    EXPECT_EQ(col(site, "1", "pen_no"), "user/admin/later.jpg");
+
+    // The same name again: refused, the column keeps its path.
+    site.exec("update user set pen_ok='user/admin/before.gif' where id=1");
+    r = post_signature(site, "ok", "C:\\yes.gif");
+    EXPECT_TRUE(has(r.body, "文件已经存在于服务器上"));
+    EXPECT_EQ(col(site, "1", "pen_ok"), "user/admin/before.gif");
+
+    // No file: nothing changes. No side: the column pen_ fails.
+    r = post_signature(site, "ok", "");
+    EXPECT_FALSE(has(r.body, "Routine : "));
+    EXPECT_EQ(col(site, "1", "pen_ok"), "user/admin/before.gif");
+    r = post_signature(site, "", "C:\\third.gif");
+    EXPECT_TRUE(has(r.body, "Routine : usersigne.I_init")) << r.body;
+
+    // A file that is no picture, or names a folder, is not taken.
+    for (const char* name : {"C:\\evil.htm", "a/../../x.gif"}) {
+        post_signature(site, "no", name);
+        EXPECT_EQ(col(site, "1", "pen_no"), "user/admin/later.jpg") << name;
+    }
+    EXPECT_FALSE(std::filesystem::exists(site.root() + "/user/admin/evil.htm"));
+    EXPECT_FALSE(std::filesystem::exists(site.root() + "/x.gif"));
+}
+
+TEST(Signature, WithoutALoginBothPagesFailAtTheFirstStatement) {
+    TestSite site;
+    EXPECT_TRUE(has(site.get("/user_signe.asp").body, "Routine : usersigne.I_init"));
+    EXPECT_TRUE(has(site.get("/user_signe_upload.asp?OK_NO=ok").body, "Routine : usersigneupload.I_init"));
+    ASSERT_TRUE(site.login());
+    auto b = site.get("/user_signe_upload.asp?OK_NO=no&ID=1").body;
+    EXPECT_TRUE(has(b, "<input type=\"hidden\" name=\"OK_NO\" value=\"no\">"));
+    EXPECT_TRUE(has(b, "enctype=\"multipart/form-data\" action=\"user_signe.asp\""));
+}

@@ -1,0 +1,97 @@
+// The meeting launcher, the control started at login, and the list of who
+// is online: three read-only pages on user.online and user.ip.
+#include <gtest/gtest.h>
+
+#include <string>
+#include <vector>
+
+#include "tests/support/accounts.h"
+#include "tests/support/test_site.h"
+#include "tests/support/text.h"
+
+using tav::test::add_user;
+using tav::test::count;
+using tav::test::has;
+using tav::test::Reply;
+using tav::test::TestSite;
+
+namespace {
+
+const char kControl[] = "classid=\"CLSID:3E9BAF2D-7A79-11d2-9334-0000F875AE17\"";
+const std::string kFiller = "<tr height=\"26\"><td>\xE3\x80\x80</td>";
+
+}  // namespace
+
+TEST(OnlineUsers, NobodyOnlineGivesAnEmptySelectAndTenEmptyRows) {
+    TestSite site;
+    site.exec("update user set online=0");
+    std::string list = site.get("Online_user.asp").body;
+    EXPECT_EQ(count(list, kFiller), 10);
+    EXPECT_FALSE(has(list, "sys_user_active_list.asp"));
+    std::string meeting = site.get("Web_Meeting.asp").body;
+    EXPECT_TRUE(has(meeting, "class=\"pt9\">\r\n</select>")) << meeting;
+    EXPECT_TRUE(has(meeting, kControl));
+    EXPECT_TRUE(has(meeting, "<param name=\"MODE\" value=\"DataOnly\">"));
+}
+
+TEST(OnlineUsers, TheListStopsAtTenAndReadsOnlineOneWhileTheMeetingTakesAnyNonZero) {
+    TestSite site;
+    site.exec("update user set online=1,ip='10.0.0.1'");  // the admin
+    for (int i = 0; i < 10; ++i) {
+        std::string id = add_user(site, "on" + std::to_string(i), "", "pw", "在线" + std::to_string(i));
+        site.exec("update user set online=1,ip='10.0.1." + std::to_string(i) + "' where id=" + id);
+    }
+    std::string odd = add_user(site, "odd", "", "pw", "怪值");
+    site.exec("update user set online=2,ip='' where id=" + odd);  // online, but not by the list's test
+    add_user(site, "off", "", "pw", "离线");
+
+    std::string list = site.get("Online_user.asp").body;
+    EXPECT_EQ(count(list, "sys_user_active_list.asp?id="), 10);
+    EXPECT_EQ(count(list, kFiller), 0);
+    EXPECT_FALSE(has(list, "在线9"));  // the eleventh with online=1, in id order
+    EXPECT_FALSE(has(list, "怪值"));
+    EXPECT_TRUE(has(list, ">admin</a></td><td>办公室</td><td>系统管理员</td><td>男</td>")) << list;
+
+    std::string meeting = site.get("Web_Meeting.asp").body;
+    EXPECT_EQ(count(meeting, "<option value="), 12);
+    EXPECT_TRUE(has(meeting, "<option value=10.0.1.9>在线9</option>"));
+    EXPECT_TRUE(has(meeting, "<option value=>怪值</option>"));  // an empty address stays empty
+    EXPECT_FALSE(has(meeting, "离线"));
+}
+
+TEST(OnlineUsers, AGoneDepartmentReadsAsDeletedAndTheMailStaysInAComment) {
+    TestSite site;
+    std::string id = add_user(site, "lost");
+    site.exec("update user set online=1,DepartMentID=999,Email='lost@x.cn' where id=" + id);
+    std::string list = site.get("Online_user.asp").body;
+    EXPECT_TRUE(has(list, ">lost</a></td><td>已删除部门</td>"));
+    EXPECT_TRUE(has(list, "<!--<td>lost@x.cn</td>-->"));
+    EXPECT_TRUE(has(list, "<!--<td>电子信箱</td>-->"));
+}
+
+TEST(StartMeeting, OnlyHoldersOf1408AnywhereInTheirRightsGetTheControlAndAllGoOn) {
+    struct Case {
+        const char* rights;
+        bool control;
+    };
+    for (const Case& k : std::vector<Case>{{"1408", true},
+                                           {"0101 1408 1905", true},
+                                           {"114080", true},  // inside a longer number
+                                           {"140 8 1409", false},
+                                           {"", false}}) {
+        TestSite site;
+        add_user(site, "m", k.rights);
+        site.exec("update user set start_meeting=1 where username='m'");
+        ASSERT_TRUE(site.login("m", "pw"));
+        std::string body = site.get("start_netmeeting.asp").body;
+        EXPECT_EQ(has(body, kControl), k.control) << k.rights;
+        EXPECT_TRUE(has(body, "<form name=\"form1\" method=\"get\" action=\"started.asp\" target=\"detail\">"))
+            << k.rights;
+        EXPECT_TRUE(has(body, "document.form1.submit();"));
+    }
+    // Without an account the statement fails: the report, and no way on.
+    TestSite site;
+    std::string body = site.get("start_netmeeting.asp").body;
+    EXPECT_TRUE(has(body, "Routine : startnetmeeting.I_init"));
+    EXPECT_FALSE(has(body, "form1"));
+}

@@ -1,0 +1,173 @@
+// The personal ledger: rows added, changed and deleted through one save page
+// by id alone; a list whose count looks at the wrong column and whose bar
+// belongs to the guest book.
+#include <gtest/gtest.h>
+
+#include <string>
+#include <vector>
+
+#include "tests/support/accounts.h"
+#include "tests/support/test_site.h"
+#include "tests/support/text.h"
+
+using tav::test::add_user;
+using tav::test::count;
+using tav::test::form_encode;
+using tav::test::has;
+using tav::test::Reply;
+using tav::test::TestSite;
+
+namespace {
+
+struct Ledger {
+    TestSite site;
+    std::string me;
+    Ledger() {
+        me = add_user(site, "keeper");
+        EXPECT_TRUE(site.login("keeper", "pw"));
+    }
+    Reply save(const std::string& id, const std::string& title, const std::string& text, const std::string& money) {
+        return site.get("Record_Save.asp?id=" + id + "&Rec_Title=" + form_encode(title) +
+                        "&Rec_Text=" + form_encode(text) + "&Rec_money=" + form_encode(money));
+    }
+    std::string row(const std::string& id, const std::string& col) {
+        return site.scalar("select " + col + " from Record where id=" + id, col);
+    }
+    std::string last_id() { return site.scalar("select max(id) as m from Record", "m"); }
+    std::string rows() { return site.scalar("select count(*) as n from Record", "n"); }
+    // Rows of the account with dates one day apart, the first the oldest.
+    void add_rows(int n, const std::string& uid) {
+        for (int i = 1; i <= n; ++i)
+            site.exec("insert into Record(user_id,Rec_title,Rec_text,Rec_money,Rec_date) values (" + uid + ",'t" +
+                      std::to_string(i) + "','x',1,'2026-01-" + (i < 10 ? "0" : "") + std::to_string(i) + " 08:00:00')");
+    }
+};
+
+}  // namespace
+
+TEST(Ledger, SavingAddsChangesAndDeletesOnlyWithTheExactWordDel) {
+    Ledger l;
+    Reply r = l.save("", " 午餐 ", " 和同事 ", " 35.5 ");
+    EXPECT_EQ(r.location(), "Pop_OK.asp?message=增加新记录成功！&next_href=Record_list.asp");
+    std::string id = l.last_id();
+    EXPECT_EQ(l.row(id, "user_id"), l.me);
+    EXPECT_EQ(l.row(id, "Rec_title"), "午餐");
+    EXPECT_EQ(l.row(id, "Rec_text"), "和同事");
+    EXPECT_EQ(l.row(id, "Rec_money"), "35.5");
+    EXPECT_FALSE(l.row(id, "Rec_date").empty());
+
+    struct Step {
+        const char* title;
+        const char* message;
+        bool kept;
+    };
+    for (const Step& s : std::vector<Step>{{"DEL", "此记录已经被你修改！", true},
+                                           {"Del", "此记录已经被你修改！", true},
+                                           {" del ", "删除记录成功！", false}}) {  // trimmed first
+        r = l.save(id, s.title, "t", "1");
+        EXPECT_EQ(r.location(), std::string("Pop_OK.asp?message=") + s.message + "&next_href=Record_list.asp")
+            << s.title;
+        EXPECT_EQ(l.rows(), s.kept ? "1" : "0") << s.title;
+        if (s.kept) {
+            EXPECT_EQ(l.row(id, "Rec_title"), s.title);
+        }
+    }
+    // The word deletes nothing on a new row: it is stored as a subject.
+    l.save("", "del", "", "");
+    EXPECT_EQ(l.row(l.last_id(), "Rec_title"), "del");
+    // An empty text stays empty (never "无"), an empty amount is 0.
+    EXPECT_EQ(l.row(l.last_id(), "Rec_text"), "");
+    EXPECT_EQ(l.row(l.last_id(), "Rec_money"), "0");
+    // Another account's row changes and goes just the same, and an id that
+    // is gone still reports success.
+    add_user(l.site, "other");
+    l.site.forget_session();
+    ASSERT_TRUE(l.site.login("other", "pw"));
+    std::string theirs = l.last_id();
+    EXPECT_EQ(l.save(theirs, "改了", "x", "2").location(),
+              "Pop_OK.asp?message=此记录已经被你修改！&next_href=Record_list.asp");
+    EXPECT_EQ(l.row(theirs, "Rec_title"), "改了");
+    l.save(theirs, "del", "", "");
+    EXPECT_EQ(l.rows(), "0");
+    EXPECT_EQ(l.save(theirs, "del", "", "").location(), "Pop_OK.asp?message=删除记录成功！&next_href=Record_list.asp");
+}
+
+TEST(Ledger, AnAmountThatIsNoNumberOrAQuoteEndsInTheReport) {
+    for (auto [title, money] : std::vector<std::pair<std::string, std::string>>{
+             {"a", "12元"}, {"a", "1,000"}, {"it's", "1"}, {"a", "1 or 1=1"}}) {
+        Ledger l;
+        Reply r = l.save("", title, "x", money);
+        EXPECT_TRUE(has(r.body, "Routine : recordsave.I_init")) << title << " " << money;
+        EXPECT_EQ(l.rows(), "0");
+    }
+    TestSite site;  // no session: no account for the insert
+    EXPECT_TRUE(has(site.get("Record_Save.asp?id=&Rec_Title=a&Rec_Text=b&Rec_money=1").body,
+                    "Routine : recordsave.I_init"));
+    EXPECT_EQ(site.scalar("select count(*) as n from Record", "n"), "0");
+}
+
+TEST(Ledger, TheListShowsTheTenNewestOnOnePageWithTheGuestBooksBar) {
+    Ledger l;
+    l.add_rows(11, l.me);
+    l.add_rows(2, add_user(l.site, "other"));
+    std::string body = l.site.get("Record_List.asp").body;
+    EXPECT_EQ(count(body, "title=\"查看或修改此记录\""), 10);
+    EXPECT_TRUE(has(body, ">t11</a>"));
+    EXPECT_FALSE(has(body, ">t1</a>"));  // the oldest falls off with no way to it
+    EXPECT_LT(body.find(">t11</a>"), body.find(">t10</a>"));
+    EXPECT_TRUE(has(body, "页/共1页"));
+    EXPECT_EQ(count(body, "<option value="), 1);
+    EXPECT_TRUE(has(body, "action=\"Book_list.asp\""));
+    EXPECT_FALSE(has(body, "href=\"Book_list.asp?p="));  // one page: no active link
+    EXPECT_TRUE(has(body, "<meta http-equiv=\"expires\""));
+
+    // A page given by hand: serials count on, and the links lead to the guest book.
+    body = l.site.get("Record_list.asp?p=1").body;
+    EXPECT_TRUE(has(body, "<td>11</td>")) << body;
+    EXPECT_TRUE(has(body, ">t1</a>"));
+    EXPECT_TRUE(has(body, "href=\"Book_list.asp?p=0\""));
+    EXPECT_EQ(count(body, "<tr height=\"26\"><td>\xE3\x80\x80</td>"), 9);
+}
+
+TEST(Ledger, TheCountLooksAtTheRowNumberAndChangesNothingVisible) {
+    Ledger l;
+    // Rows of another account whose ids reach the keeper's account id.
+    std::string other = add_user(l.site, "other");
+    l.add_rows(std::stoi(l.me) + 1, other);
+    ASSERT_EQ(l.site.scalar("select count(id) as num from Record where id=" + l.me, "num"), "1");
+    l.add_rows(3, l.me);
+    std::string body = l.site.get("Record_List.asp").body;
+    EXPECT_TRUE(has(body, "页/共1页"));
+    EXPECT_EQ(count(body, "title=\"查看或修改此记录\""), 3);
+}
+
+TEST(Ledger, ANoteOfJustTheWordNoneShowsWithoutALink) {
+    Ledger l;
+    struct Case {
+        const char* text;
+        bool linked;
+    };
+    for (const Case& k : std::vector<Case>{{"无", false}, {"无事", true}, {"", true}, {" 无", true}}) {
+        l.site.exec("delete from Record");
+        l.site.exec(std::string("insert into Record(user_id,Rec_title,Rec_text,Rec_money) values (") + l.me +
+                    ",'s','" + k.text + "',1)");
+        std::string body = l.site.get("Record_List.asp").body;
+        std::string id = l.last_id();
+        EXPECT_EQ(has(body, "<a href=\"Record_text.asp?id=" + id + "\">" + k.text + "</a>"), k.linked) << k.text;
+        if (!k.linked) {
+            EXPECT_TRUE(has(body, std::string("<td>") + k.text + "</td>")) << k.text;
+        }
+    }
+}
+
+TEST(Ledger, TheFormCarriesTheIdUnquotedAndFailsOnAnIdThatIsGone) {
+    Ledger l;
+    l.save("", "车费", "出差", "120");
+    std::string id = l.last_id();
+    std::string form = l.site.get("Record_write.asp?id=" + id).body;
+    EXPECT_TRUE(has(form, "修改本记录"));
+    EXPECT_TRUE(has(form, "<input type=\"hidden\" name=\"id\" value=" + id + ">"));
+    EXPECT_TRUE(has(form, "class=\"small1\">出差</textarea>"));
+    EXPECT_TRUE(has(l.site.get("Record_Write.asp").body, "<input type=\"hidden\" name=\"id\" value=>"));
+    EXPECT_TRUE(has(l.site.get("Record_write.asp?id=999").body, "Routine : recordwrite.I_init"));
+}

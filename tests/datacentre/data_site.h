@@ -1,0 +1,78 @@
+// Set-up the data centre's page tests share: items put straight into the
+// store, and the entry form's multipart post as a browser sends it.
+#pragma once
+
+#include <filesystem>
+#include <fstream>
+#include <sstream>
+#include <string>
+#include <utility>
+#include <vector>
+
+#include "frame/encoding.h"
+#include "tests/support/test_site.h"
+
+namespace tav::test {
+
+// Adds an item and returns its id.
+inline std::string add_item(TestSite& site, const std::string& sub_menu, const std::string& title,
+                            const std::string& user_id = "1", const std::string& afile = "0",
+                            const std::string& date = "2026-01-01 10:00:00", const std::string& lock = "0") {
+    site.exec("insert into Datas(User_id,D_title,D_text,D_afile,Sub_menu,Main_menu,D_date,lock) values (" + user_id +
+              ",'" + title + "','正文','" + afile + "','" + sub_menu + "','menu" + sub_menu.substr(0, 2) + "','" +
+              date + "','" + lock + "')");
+    return site.scalar("select max(id) as id from Datas", "id");
+}
+
+inline std::string slurp(const std::string& path) {
+    std::ifstream in(path, std::ios::binary);
+    std::stringstream ss;
+    ss << in.rdbuf();
+    return ss.str();
+}
+
+struct Part {
+    std::string name;
+    std::string value;         // text fields: UTF-8, sent as the page's code page
+    std::string filename = {};  // set for a file part ("" with is_file: an empty file box)
+    bool is_file = false;
+};
+
+inline Part file(const std::string& name, const std::string& filename, const std::string& content) {
+    return Part{name, content, filename, true};
+}
+
+// Posts the parts as multipart/form-data.
+inline Reply post_multipart(TestSite& site, const std::string& url, const std::vector<Part>& parts) {
+    const std::string b = "-----------------------------7d2a1f3c";
+    std::string body;
+    for (const Part& p : parts) {
+        body += b + "\r\nContent-Disposition: form-data; name=\"" + p.name + "\"";
+        if (p.is_file) {
+            body += "; filename=\"" + tav::utf8_to_gb(p.filename) + "\"\r\nContent-Type: application/octet-stream\r\n\r\n" +
+                    p.value + "\r\n";
+        } else {
+            body += "\r\n\r\n" + tav::utf8_to_gb(p.value) + "\r\n";
+        }
+    }
+    body += b + "--\r\n";
+    return site.post_raw(url, "multipart/form-data; boundary=" + b.substr(2), body);
+}
+
+// The entry form's post: a new item when id is "0".
+inline Reply post_item(TestSite& site, const std::string& id, const std::string& sub_menu, const std::string& title,
+                       const std::string& body, const std::string& filename = "", const std::string& content = "") {
+    return post_multipart(site, "Data_InputDo.asp",
+                          {{"ID", id},
+                           {"Main_menu", "menu" + sub_menu.substr(0, 2)},
+                           {"D_title", title},
+                           {"Sub_menu", sub_menu},
+                           file("Afile", filename, content),
+                           {"body", body}});
+}
+
+inline bool exists(const TestSite& site, const std::string& rel) {
+    return std::filesystem::exists(site.root() + "/" + rel);
+}
+
+}  // namespace tav::test

@@ -1,0 +1,233 @@
+// Administration in both browsers: a visitor registers from the login page, the administrator
+// edits the account, sets its rights and reads its log before deleting it, a user keeps the
+// own profile, password and signature images, and the settings reach the login page and the
+// status frame.
+'use strict';
+const test = require('node:test');
+const assert = require('node:assert/strict');
+const fs = require('node:fs');
+const os = require('node:os');
+const path = require('node:path');
+const { startServer } = require('./tavelor');
+const { flow, closeBrowsers, expectNoErrors, SHOTS } = require('./driver');
+
+test.after(closeBrowsers);
+
+const SITE_IMAGES = path.join(__dirname, '..', '..', 'site', 'images');
+
+async function login(page, base, user, password) {
+  await page.goto(base + '/login.asp');
+  await page.fill('', '#username', user);
+  await page.fill('', '#password', password);
+  await page.clickAndWait('', 'input[name=btnlogin]');
+  assert.equal(page.url(), base + '/');
+}
+
+// Sends the working frame to a page and waits until it has loaded there.
+async function detail(page, url) {
+  await page.waitIn('detail', (w) => w.document.readyState === 'complete', null, 'the working frame');
+  await page.in('detail', (w, u) => { w.location.href = u; }, url);
+  await inDetail(page, url.replace(/[?.]/g, '\\$&'));
+}
+
+// Waits until the working frame shows a page whose URL matches the pattern.
+async function inDetail(page, pattern) {
+  await page.waitIn('detail', (w, p) => new RegExp(p, 'i').test(w.location.href) && w.document.readyState === 'complete' &&
+    !!w.document.body, pattern, 'the working frame at ' + pattern);
+}
+
+// The file box of the frame whose URL matches `re` gets a file, as a user picks one.
+async function pickFile(page, re, selector, file) {
+  const frame = page.raw.frames().find((f) => re.test(f.url()));
+  assert.ok(frame, 'a frame at ' + re);
+  const box = await frame.$(selector);
+  if (page.engine === 'chromium') await box.setInputFiles(file);
+  else await box.uploadFile(file);
+}
+
+const text = (w) => w.document.body.innerText;
+
+flow(test, 'a visitor registers from the login page and logs in with the new account', async (browser, t) => {
+  const server = await startServer();
+  const page = await browser.newPage();
+  t.after(async () => { await page.close(); await server.stop(); });
+  await page.goto(server.base + '/login.asp');
+  const popup = new Promise((resolve) => page.raw.once('popup', resolve));
+  await page.click('', 'a[onclick^=NewRegister]');
+  const reg = await popup;
+  const problems = [];
+  reg.on('pageerror', (e) => problems.push(String(e && e.message || e)));
+  reg.on('dialog', async (d) => { problems.push('alert: ' + d.message()); await d.accept(); });
+  await reg.waitForSelector('form[name=form1] input[name=TureName]');
+  assert.match(await reg.title(), /^欢迎注册示范单位网络办公系统$/);
+  await reg.type('input[name=TureName]', '赵六');
+  await reg.type('input[name=UserName]', 'zhao6');
+  await reg.type('input[name=UserPassWord]', 'pw6');
+  await reg.type('input[name=PassWord]', 'pw6');
+  await reg.screenshot({ path: path.join(SHOTS, page.engine + '-admin-register.png') });
+  await reg.click('input[name=Submit]');
+  await reg.waitForFunction(() => document.body && /恭喜您注册成功/.test(document.body.innerText));
+  assert.match(await reg.evaluate(() => document.body.innerText), /账号: zhao6 已经开通/);
+  await reg.screenshot({ path: path.join(SHOTS, page.engine + '-admin-registered.png') });
+  assert.equal(server.sql("select Email||'|'||Duty||'|'||Mobile from user where username='zhao6'").trim(),
+    'zhao6@office.example.com|末填|13*');
+  assert.ok(fs.existsSync(path.join(server.site, 'user', 'zhao6')));
+  // "登录系统" closes the registration window and leaves the login form.
+  await reg.click('a[onclick^="window.close"]');
+  for (let i = 0; i < 50 && !reg.isClosed(); i++) await new Promise((r) => setTimeout(r, 100));
+  assert.ok(reg.isClosed(), 'the registration window closed');
+  assert.deepEqual(problems, []);
+
+  await login(page, server.base, 'zhao6', 'pw6');
+  await page.waitIn('detail', (w) => w.document.readyState === 'complete' && /\.asp/.test(w.location.href), null, 'the desktop');
+  assert.equal(server.sql("select count(*) from Email e join user u on u.id=e.to_user_id where u.username='zhao6'").trim(), '1');
+  expectNoErrors(page);
+});
+
+const ACCOUNT = [
+  "insert into user(username,password,TrueName,DepartMentID,sex,menu_idstr,record) values ('zhao6','pw6','赵六',2,'男','1101',30)",
+  "insert into monitor(user_id,work_text) select id,'查看邮件' from user where username='zhao6'",
+];
+
+flow(test, 'the administrator edits an account, sets its rights, reads its log and deletes it', async (browser, t) => {
+  const server = await startServer({ sql: ACCOUNT });
+  const id = server.sql("select id from user where username='zhao6'").trim();
+  const page = await browser.newPage();
+  const user = await browser.newPage();
+  t.after(async () => { await page.close(); await user.close(); await server.stop(); });
+  await login(page, server.base, 'admin', 'admin');
+
+  // The profile through the list's edit link.
+  await detail(page, 'Sys_User.asp');
+  await page.click('detail', `a[href="User_Info_Modify1.asp?id=${id}"]`);
+  await inDetail(page, 'User_Info_Modify1');
+  await page.fill('detail', 'input[name=Duty]', '科长');
+  await page.fill('detail', 'input[name=record]', '60');
+  await page.screenshot('admin-profile');
+  await page.click('detail', 'input[name=Submit]');
+  await inDetail(page, 'Pop_OK');
+  assert.equal(server.sql(`select Duty||'|'||record from user where id=${id}`).trim(), '科长|60');
+
+  // Rights: take the inbox away, give the sent mail.
+  await detail(page, 'Sys_User_Menu.asp');
+  await page.click('detail', `a[href="Sys_User_Menu_Modify.asp?id=${id}"]`);
+  await inDetail(page, 'Sys_User_Menu_Modify');
+  assert.ok(await page.in('detail', (w) => w.document.querySelector('input[name="1101"]').checked));
+  await page.click('detail', 'input[name="1101"]');
+  await page.click('detail', 'input[name="1104"]');
+  await page.screenshot('admin-rights');
+  await page.in('detail', (w) => w.document.querySelector('input[name=btnSet]').scrollIntoView());
+  await page.click('detail', 'input[name=btnSet]');
+  await inDetail(page, 'Pop_OK');
+  assert.equal(server.sql(`select menu_idstr from user where id=${id}`).trim(), '1104');
+
+  // The account's menu follows at its next load.
+  await login(user, server.base, 'zhao6', 'pw6');
+  await user.click('top_w', 'a[href="left.asp?xm=wlzx"]');
+  const menu = await user.waitIn('dir', (w) => /xm=wlzx/.test(w.location.href) && w.document.querySelector('input[name=menu11]') &&
+    w.document.querySelector('input[name=menu11]').value, null, 'the mail folder');
+  assert.match(menu, /已发送邮件/);
+  assert.doesNotMatch(menu, /收件箱/);
+  expectNoErrors(user);
+
+  // Its activity log: the seeded line and the login just made, newest first.
+  await detail(page, 'Sys_User_Active.asp');
+  await page.click('detail', `a[href="Sys_User_Active_List.asp?id=${id}"]`);
+  await inDetail(page, 'Sys_User_Active_List');
+  const log = await page.in('detail', text);
+  assert.match(log, /赵六\[zhao6\] 最近活动记载/);
+  assert.ok(log.indexOf('登录系统') < log.indexOf('查看邮件'), log);
+  await page.screenshot('admin-log');
+
+  // Deleted through the confirmation page.
+  await detail(page, 'Sys_User.asp');
+  await page.click('detail', `a[href^="Pop_Del.asp?id=${id}&"]`);
+  await inDetail(page, 'Pop_Del');
+  assert.match(await page.in('detail', text), /确实要删除用户\[zhao6\]吗？/);
+  await page.click('detail', 'input[value="删除"]');
+  await inDetail(page, 'Pop_OK');
+  assert.equal(server.sql(`select count(*) from user where id=${id}`).trim(), '0');
+  expectNoErrors(page);
+});
+
+flow(test, 'a user changes the own profile and password and uploads both signature images', async (browser, t) => {
+  const server = await startServer({ sql: [
+    "insert into user(username,password,TrueName,DepartMentID,sex,menu_idstr,record,start_meeting) values ('qian7','pw7','钱七',1,'女','1601 1602 1603',30,1)",
+  ] });
+  const files = fs.mkdtempSync(path.join(os.tmpdir(), 'tavelor-sign-'));
+  fs.copyFileSync(path.join(SITE_IMAGES, 'EDIT.GIF'), path.join(files, 'agree.gif'));
+  fs.copyFileSync(path.join(SITE_IMAGES, 'delete.GIF'), path.join(files, 'defer.jpg'));
+  const page = await browser.newPage();
+  t.after(async () => { await page.close(); await server.stop(); fs.rmSync(files, { recursive: true, force: true }); });
+  await login(page, server.base, 'qian7', 'pw7');
+
+  await detail(page, 'User_Info_Modify.asp');
+  assert.ok(await page.in('detail', (w) => w.document.querySelector('input[name=UserName]').readOnly));
+  await page.fill('detail', 'input[name=Mobile]', '13912345678');
+  await page.click('detail', 'input[name=Submit]');
+  await inDetail(page, 'Pop_OK');
+  assert.equal(server.sql("select Mobile||'|'||start_meeting from user where username='qian7'").trim(), '13912345678|0');
+
+  await detail(page, 'User_password_Modify.asp');
+  await page.fill('detail', 'input[name=UserPassWord]', 'pw7');
+  await page.fill('detail', 'input[name=NewPassWord]', 'new_pw7');
+  await page.fill('detail', 'input[name=NewPassWord1]', 'new_pw7');
+  await page.click('detail', 'input[name=Submit]');
+  await page.waitIn('detail', (w) => w.document.body && /密码已经修改为：new_pw7/.test(w.document.body.innerText), null, 'the new password');
+  assert.equal(server.sql("select password from user where username='qian7'").trim(), 'new_pw7');
+
+  for (const [button, file, column] of [['OK', 'agree.gif', 'pen_ok'], ['NO', 'defer.jpg', 'pen_no']]) {
+    await detail(page, 'user_signe.asp');
+    await page.click('detail', `input[name=${button}]`);
+    await inDetail(page, 'user_signe_upload\\.asp\\?');
+    await pickFile(page, /user_signe_upload\.asp/, 'input[name=file1]', path.join(files, file));
+    await page.click('detail', 'input[name=go]');
+    await page.waitIn('detail', (w, f) => /user_signe\.asp$/.test(w.location.href) && w.document.readyState === 'complete' &&
+      Array.from(w.document.images).some((i) => i.src.endsWith('/user/qian7/' + f) && i.complete && i.naturalWidth > 0), file, 'the image ' + file);
+    assert.equal(server.sql(`select ${column} from user where username='qian7'`).trim(), 'user/qian7/' + file);
+  }
+  await page.screenshot('admin-signatures');
+  expectNoErrors(page);
+});
+
+flow(test, 'the settings reach the login page, the status frame and the music folder', async (browser, t) => {
+  const server = await startServer({ sql: ["update software set Hardserial='3' where softname='stat_time'"] });
+  const files = fs.mkdtempSync(path.join(os.tmpdir(), 'tavelor-music-'));
+  fs.writeFileSync(path.join(files, 'tune.mid'), Buffer.from('MThd\0\0\0\x06\0\0\0\x01\0\x60', 'binary'));
+  const page = await browser.newPage();
+  t.after(async () => { await page.close(); await server.stop(); fs.rmSync(files, { recursive: true, force: true }); });
+  await login(page, server.base, 'admin', 'admin');
+  await page.waitIn('monitorbottom', (w) => /sysmonitor/.test(w.location.href), null, 'the status poll');
+
+  await detail(page, 'Sys_Modify.asp');
+  assert.ok(await page.in('detail', (w) => w.document.querySelector('input[name=regnewuser]').checked));
+  await page.click('detail', 'input[name=regnewuser]');
+  // Too short an interval is refused by the form's own check.
+  await page.fill('detail', 'input[name=stat_time]', '5');
+  await page.click('detail', 'input[name=go]');
+  await page.waitIn('', (w, n) => n, page.alerts.length > 0, 'the refusal');
+  assert.match(page.alerts.pop(), /您输入的状态栏刷新时间间隔太短!/);
+  await page.fill('detail', 'input[name=stat_time]', '12');
+  await pickFile(page, /Sys_Modify\.asp/, 'input[name=mfile]', path.join(files, 'tune.mid'));
+  await page.screenshot('admin-settings');
+  await page.click('detail', 'input[name=go]');
+  const end = Date.now() + 10000;
+  while (!page.alerts.includes('系统参数修改成功！') && Date.now() < end) await new Promise((r) => setTimeout(r, 100));
+  assert.ok(page.alerts.includes('系统参数修改成功！'), JSON.stringify(page.alerts));
+  await page.waitIn('detail', (w) => w.document.readyState === 'complete' && !!w.document.querySelector('input[name=stat_time]'), null, 'the form again');
+  assert.equal(server.sql("select softname||'='||Hardserial from software where softname in ('regnewuser','stat_time','music') order by softname")
+    .trim().split('\n').join(' '), 'music=tune.mid regnewuser=0 stat_time=12');
+  assert.ok(fs.existsSync(path.join(server.site, 'Medium', 'tune.mid')));
+
+  // The status frame takes the new interval at its next reload.
+  await page.waitIn('monitorbottom', (w) => {
+    const m = w.document.querySelector('meta[http-equiv=REFRESH]');
+    return m && m.content === '12';
+  }, null, 'the new status interval');
+
+  // The login page no longer offers the registration.
+  await page.goto(server.base + '/login.asp');
+  const links = await page.in('', (w) => Array.from(w.document.links, (a) => a.textContent));
+  assert.ok(links.includes('忘记密码') && !links.includes('新用户注册'), JSON.stringify(links));
+  expectNoErrors(page);
+});

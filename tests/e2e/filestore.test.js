@@ -1,0 +1,134 @@
+// The personal file store in both browsers: the tree's and the list's right-click menus, making,
+// opening, renaming and deleting a folder, and uploading, renaming and deleting a file in it.
+'use strict';
+const test = require('node:test');
+const assert = require('node:assert/strict');
+const fs = require('node:fs');
+const os = require('node:os');
+const path = require('node:path');
+const { startServer } = require('./tavelor');
+const { flow, closeBrowsers, expectNoErrors } = require('./driver');
+
+test.after(closeBrowsers);
+
+const TREE = 'detail/folder';
+const FILES = 'detail/files';
+
+async function login(page, base) {
+  await page.goto(base + '/login.asp');
+  await page.fill('', '#username', 'admin');
+  await page.fill('', '#password', 'admin');
+  await page.clickAndWait('', 'input[name=btnlogin]');
+  assert.equal(page.url(), base + '/');
+}
+
+// Right-click at the centre of an element of a frame; the page's own menu must come up there.
+async function rightClick(page, frame, selector) {
+  const { x, y } = await page.restingCentre(frame, selector);
+  await page.raw.mouse.move(x, y);
+  await page.raw.mouse.click(x, y, { button: 'right' });
+  await page.waitIn(frame, (w) => w.getComputedStyle(w.document.getElementById('ie5menu')).visibility === 'visible',
+    null, 'the right-click menu in ' + frame);
+}
+
+async function chooseFile(page, file) {
+  const frame = page.raw.frames().find((f) => /file_upload\.asp/.test(f.url()));
+  assert.ok(frame, 'the upload form in its frame');
+  if (page.engine === 'chromium') await frame.setInputFiles('input[name=File1]', file);
+  else await (await frame.$('input[name=File1]')).uploadFile(file);
+}
+
+// The tree's folders as [shown name, marked] in the order the page lists them.
+const treeOrder = (w) => Array.from(w.document.querySelectorAll('a[href^="folder.asp?folder="]'),
+  (a) => [a.textContent, !!a.querySelector('font')]);
+
+flow(test, 'folders and files of the own store through the right-click menus', async (browser, t) => {
+  const server = await startServer();
+  const page = await browser.newPage();
+  const upload = fs.mkdtempSync(path.join(os.tmpdir(), 'tavelor-up-'));
+  const report = path.join(upload, '\u62a5\u544a.txt');
+  fs.writeFileSync(report, 'quarterly figures\n');
+  t.after(async () => { await page.close(); await server.stop(); fs.rmSync(upload, { recursive: true, force: true }); });
+  await login(page, server.base);
+  const store = path.join(server.site, 'user', 'admin');
+  // siblings around a parent and its child, for the order of the tree
+  for (const d of ['a/b', 'a1', 'B']) fs.mkdirSync(path.join(store, d), { recursive: true });
+
+  // The store from its menu entry's address, in the working frame.
+  await page.in('detail', (w) => { w.location.href = 'Folder_list.asp'; });
+  await page.waitIn(FILES, (w) => /file\.asp\?Folder=/.test(w.location.href) && !!w.document.getElementById('ie5menu'), null, 'the root\'s file list');
+  assert.ok(await page.in(TREE, (w) => /images\/root\.gif$/.test(w.document.images[0].src)), 'the root is current');
+
+  // A new folder whose name has a blank.
+  await rightClick(page, TREE, 'a[href="folder.asp"]');
+  await page.screenshot('filestore-tree-menu');
+  await page.click(TREE, '#ie5menu a[href^="folder_create.asp"]');
+  await page.waitIn(FILES, (w) => /folder_create\.asp/i.test(w.location.href) && !!w.document.querySelector('input[name=Folder]'), null, 'the new folder form');
+  await page.fill(FILES, 'input[name=Folder]', 'my docs');
+  await page.click(FILES, 'input[type=submit]');
+  await page.waitIn(TREE, (w) => !!w.document.querySelector('a[href^="folder.asp?folder="][href$="my_docs"]'), null, 'the new folder in the tree');
+  assert.ok(fs.statSync(path.join(store, 'my_docs')).isDirectory());
+
+  // Open it: marked, the root no longer current, its files in the other frame.
+  await page.click(TREE, 'a[href^="folder.asp?folder="][href$="my_docs"]');
+  await page.waitIn(FILES, (w) => /\u5f53\u524d\u76ee\u5f55\uff1a\\my_docs/.test(w.document.body.innerText), null, 'the folder\'s file list');
+  assert.deepEqual(await page.in(TREE, treeOrder), [['B', false], ['a', false], ['a1', false], ['my_docs', true]]);
+  assert.ok(await page.in(TREE, (w) => /images\/root1\.gif$/.test(w.document.images[0].src)));
+
+  // Upload into it.
+  await rightClick(page, FILES, 'table');
+  await page.screenshot('filestore-files-menu');
+  await page.click(FILES, '#ie5menu a[href^="file_upload.asp"]');
+  await page.waitIn(FILES, (w) => !!w.document.querySelector('input[name=File1]'), null, 'the upload form');
+  await chooseFile(page, report);
+  await page.click(FILES, 'input[value="\u786e \u5b9a"]');
+  await page.waitIn(FILES, (w) => /Pop_OK\.asp/i.test(w.location.href) && /\u6587\u4ef6\u4e0a\u4f20\u6210\u529f/.test(w.document.body.innerText), null, 'the upload result');
+  await page.click(FILES, 'input[name=Submit2]');
+  await page.waitIn(FILES, (w) => !!w.document.querySelector('a[target=ff]'), null, 'the uploaded file in the list');
+  assert.equal(fs.readFileSync(path.join(store, 'my_docs', '\u62a5\u544a.txt'), 'utf8'), 'quarterly figures\n');
+  assert.equal(await page.in(FILES, (w) => w.document.querySelector('a[target=ff]').textContent), '\u62a5\u544a.txt');
+  await page.screenshot('filestore-uploaded');
+
+  // Rename it: the row under the pointer is the one the menu acts on.
+  await rightClick(page, FILES, 'a[target=ff]');
+  await page.click(FILES, '#ie5menu a[onclick*=rename]');
+  await page.waitIn(FILES, (w) => /file_rename\.asp/.test(w.location.href) && !!w.document.querySelector('input[name=new_name]'), null, 'the rename form');
+  await page.fill(FILES, 'input[name=new_name]', '\u5df2\u6539\u540d.txt');
+  await page.click(FILES, 'input[value="\u786e \u5b9a"]');
+  await page.waitIn(FILES, (w) => /file\.asp/.test(w.location.href) && (w.document.querySelector('a[target=ff]') || {}).textContent === '\u5df2\u6539\u540d.txt', null, 'the renamed file');
+  assert.deepEqual(fs.readdirSync(path.join(store, 'my_docs')), ['\u5df2\u6539\u540d.txt']);
+
+  // Delete it.
+  await rightClick(page, FILES, 'a[target=ff]');
+  await page.click(FILES, '#ie5menu a[onclick*=delete]');
+  await page.waitIn(FILES, (w) => /does=delete/.test(w.location.href) && !w.document.querySelector('a[target=ff]'), null, 'the list without the file');
+  assert.deepEqual(fs.readdirSync(path.join(store, 'my_docs')), []);
+  assert.ok(page.alerts.some((a) => a === '\u5220\u9664\u6587\u4ef6\uff1a\u5df2\u6539\u540d.txt\uff1f'), JSON.stringify(page.alerts));
+
+  // Rename the folder, with a blank again.
+  await rightClick(page, TREE, 'a[href^="folder.asp?folder="][href$="my_docs"]');
+  await page.click(TREE, '#ie5menu a[href^="folder_rename.asp"]');
+  await page.waitIn(FILES, (w) => /folder_rename\.asp/i.test(w.location.href) && !!w.document.querySelector('input[name=Folder]'), null, 'the folder rename form');
+  assert.equal(await page.in(FILES, (w) => w.document.querySelector('input[name=Folder]').value), '\\my_docs_new');
+  await page.fill(FILES, 'input[name=Folder]', '\\my papers');
+  await page.click(FILES, 'input[value="\u66f4 \u540d"]');
+  await page.waitIn(TREE, (w) => !!w.document.querySelector('a[href^="folder.asp?folder="][href$="my_papers"]'), null, 'the renamed folder in the tree');
+  assert.ok(fs.statSync(path.join(store, 'my_papers')).isDirectory());
+  assert.ok(!fs.existsSync(path.join(store, 'my_docs')));
+
+  // Open a, whose child follows it, and then delete the renamed folder.
+  await page.click(TREE, 'a[href^="folder.asp?folder="][href$="\\\\a"]');
+  await page.waitIn(TREE, (w) => w.document.querySelectorAll('a[href^="folder.asp?folder="]').length === 5, null, 'a\'s branch');
+  // a1 runs on from a with a digit, below the backslash: it sorts between a and a's child
+  assert.deepEqual(await page.in(TREE, treeOrder), [['B', false], ['a', true], ['a1', false], ['b', false], ['my_papers', false]]);
+  await page.click(TREE, 'a[href^="folder.asp?folder="][href$="my_papers"]');
+  await page.waitIn(FILES, (w) => /\u5f53\u524d\u76ee\u5f55\uff1a\\my_papers/.test(w.document.body.innerText), null, 'the renamed folder\'s list');
+  await rightClick(page, TREE, 'a[href^="folder.asp?folder="][href$="my_papers"]');
+  await page.click(TREE, '#ie5menu a[href^="folder_delete.asp"]');
+  await page.waitIn(FILES, (w) => /folder_delete\.asp/i.test(w.location.href) && !!w.document.querySelector('input[value="\u5220 \u9664"]'), null, 'the delete question');
+  await page.click(FILES, 'input[value="\u5220 \u9664"]');
+  await page.waitIn(TREE, (w) => !w.document.querySelector('a[href^="folder.asp?folder="][href$="my_papers"]'), null, 'the tree without the folder');
+  assert.ok(!fs.existsSync(path.join(store, 'my_papers')));
+  await page.screenshot('filestore-done');
+  expectNoErrors(page);
+});

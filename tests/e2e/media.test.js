@@ -1,0 +1,158 @@
+// The media library in both browsers: the admin adds a tone through the maintenance form (sent
+// with the upload progress bar), finds it by initial and by search, plays it and two selected
+// titles, seeks, reads its description, replaces its file and deletes it.
+'use strict';
+const test = require('node:test');
+const assert = require('node:assert/strict');
+const fs = require('node:fs');
+const path = require('node:path');
+const { startServer } = require('./tavelor');
+const { flow, closeBrowsers, expectNoErrors } = require('./driver');
+
+test.after(closeBrowsers);
+
+const fixture = (name) => fs.readFileSync(path.join(__dirname, 'fixtures', name)).toString('base64');
+
+async function login(page, base) {
+  await page.goto(base + '/login.asp');
+  await page.fill('', '#username', 'admin');
+  await page.fill('', '#password', 'admin');
+  await page.clickAndWait('', 'input[name=btnlogin]');
+  assert.equal(page.url(), base + '/');
+}
+
+// Puts a file into the form's file box as a user's choice would.
+async function chooseFile(page, name, base64) {
+  await page.in('', (w, a) => {
+    const bytes = Uint8Array.from(w.atob(a.data), (c) => c.charCodeAt(0));
+    const dt = new w.DataTransfer();
+    dt.items.add(new w.File([bytes], a.name, { type: 'audio/mpeg' }));
+    w.document.querySelector('input[name=Filename]').files = dt.files;
+  }, { name, data: base64 });
+}
+
+// Notes in the tab's session storage that an upload went by XMLHttpRequest.
+async function markUploads(page) {
+  await page.in('', (w) => {
+    const send = w.XMLHttpRequest.prototype.send;
+    w.XMLHttpRequest.prototype.send = function (b) { w.sessionStorage.setItem('tav-upload-xhr', '1'); return send.call(this, b); };
+  });
+}
+
+// The list opens players in a popup; here the same page goes there instead.
+async function openHere(page) {
+  await page.in('', (w) => { w.open = (u) => { w.location.href = u; }; });
+}
+
+// Waits for the player element to play and its time to advance.
+async function waitPlaying(page) {
+  await page.waitIn('', (w) => !!w.document.querySelector('[data-tav-player]'), null, 'the player element');
+  await page.in('', (w) => {
+    const a = w.document.querySelector('[data-tav-player]');
+    if (a.paused) { a.muted = true; a.play().catch(() => {}); }
+  });
+  return page.waitIn('', (w) => {
+    const a = w.document.querySelector('[data-tav-player]');
+    return !a.paused && a.currentTime > 0.2 ? { time: a.currentTime, entry: a.getAttribute('data-tav-entry'), tag: a.tagName } : null;
+  }, null, 'the audio playing');
+}
+
+flow(test, 'media: add, find, play, play several, seek, describe, replace and delete', async (browser, t) => {
+  const server = await startServer({ sql: ["insert into Medium(Title,Medium_text,Path,filename,file_type,Author,PY) values('second','x','/Medium/','second.mp3','audio_mp3','b','T')"] });
+  fs.copyFileSync(path.join(__dirname, 'fixtures', 'tone2.mp3'), path.join(server.site, 'Medium', 'second.mp3'));
+  const page = await browser.newPage();
+  t.after(async () => { await page.close(); await server.stop(); });
+  await login(page, server.base);
+
+  // Add: the upload goes by XMLHttpRequest and ends on the result page.
+  await page.goto(server.base + '/Sys_Medium_Modify.asp');
+  await page.fill('', 'input[name=Title]', 'Tone \u97f3\u8c03');
+  await chooseFile(page, 'tone.mp3', fixture('tone.mp3'));
+  await page.fill('', 'input[name=Author]', 'Tester');
+  await page.fill('', 'input[name=Py]', 'T');
+  await page.fill('', 'textarea[name=Text]', 'A sine of 440 Hz');
+  await markUploads(page);
+  await page.click('', 'input[name=btnOK]');
+  await page.waitUrl(/Pop_OK\.asp/, 20000);
+  assert.equal(await page.in('', (w) => w.sessionStorage.getItem('tav-upload-xhr')), '1', 'sent with progress');
+  const id = server.sql("select id from Medium where title like 'Tone%'").trim();
+  assert.equal(server.sql('select title from Medium where id=' + id).trim(), 'Tone \u97f3\u8c03');
+  assert.ok(id, 'row stored');
+  assert.equal(server.sql('select filename from Medium where id=' + id).trim(), 'tone.mp3');
+  assert.equal(fs.readFileSync(path.join(server.site, 'Medium', 'tone.mp3')).toString('base64'), fixture('tone.mp3'));
+
+  // Find by initial and by search.
+  await page.goto(server.base + '/Medium_list.asp');
+  await page.click('', 'a[href="Medium_list.asp?PY=T&file_type=audio_mp3"]');
+  await page.waitIn('', (w) => /PY=T/.test(w.location.href) && w.document.readyState === 'complete', null, 'the T list');
+  assert.equal(await page.in('', (w) => w.document.querySelectorAll('input[type=checkbox]').length), 2);
+  await page.fill('', 'input[name=sstr]', 'Tone');
+  await page.click('', 'input[name=find]');
+  await page.waitIn('', (w) => /sstr=Tone/.test(w.location.href) && w.document.readyState === 'complete', null, 'the search');
+  const titles = await page.in('', (w) => Array.from(w.document.querySelectorAll('a[onclick^=openWin]'), (a) => a.textContent));
+  assert.deepEqual(titles, ['Tone \u97f3\u8c03']);
+  await page.screenshot('media-list');
+
+  // Play the one title through its link.
+  await openHere(page);
+  await page.click('', 'a[onclick^=openWin]');
+  await page.waitUrl(/Medium_play_Audio\.asp\?id=/);
+  const one = await waitPlaying(page);
+  assert.equal(one.tag, 'AUDIO');
+  assert.equal(server.sql('select click_num from Medium where id=' + id).trim(), '1');
+  // Seek: the server answers the ranges the element asks for.
+  const seeked = await page.in('', (w) => new Promise((resolve) => {
+    const a = w.document.querySelector('[data-tav-player]');
+    a.addEventListener('seeked', () => resolve({ time: a.currentTime, seekable: a.seekable.length ? a.seekable.end(0) : 0 }), { once: true });
+    a.currentTime = 1.0;
+  }));
+  assert.ok(seeked.time >= 0.9 && seeked.seekable > 1.2, JSON.stringify(seeked));
+  await page.screenshot('media-player');
+
+  // Two titles picked on the list play one after the other.
+  await page.goto(server.base + '/Medium_list.asp');
+  await page.in('', (w) => w.document.querySelectorAll('input[type=checkbox]').forEach((c) => { c.checked = true; }));
+  await openHere(page);
+  await page.click('', 'input[name=play]');
+  await page.waitUrl(/Medium_play_Audio\.asp\?id=\d+\|\d+\|/);
+  const first = await waitPlaying(page);
+  assert.equal(first.entry, '0');
+  await page.waitIn('', (w) => w.document.querySelector('[data-tav-player]').getAttribute('data-tav-entry') === '1', null, 'the second title', 20000);
+  assert.equal(await page.in('', (w) => w.document.title), 'Tone \u97f3\u8c03 \u7b49\u5171 1 \u9996\u2026\u2026');
+
+  // The description.
+  await page.goto(server.base + '/Medium_Info.asp?id=' + id);
+  assert.match(await page.in('', (w) => w.document.body.innerText), /A sine of 440 Hz/);
+
+  // Replace the file: the confirm is accepted.
+  await page.goto(server.base + '/Sys_Medium_Modify.asp?ID=' + id);
+  await chooseFile(page, 'tone2.mp3', fixture('tone2.mp3'));
+  await page.click('', 'input[name=btnOK]');
+  await page.waitUrl(/Pop_OK\.asp/, 20000);
+  assert.equal(server.sql('select filename from Medium where id=' + id).trim(), 'tone2.mp3');
+  assert.ok(!fs.existsSync(path.join(server.site, 'Medium', 'tone.mp3')));
+  assert.ok(page.alerts.includes('\u7528\u65b0\u6587\u4ef6\u66ff\u6362\u539f\u6587\u4ef6\u5417\uff1f'), page.alerts.join('|'));
+
+  // Delete.
+  await page.goto(server.base + '/Sys_Medium_Modify.asp?ID=' + id);
+  await page.clickAndWait('', 'input[name=btnDel]');
+  await page.waitUrl(/Pop_OK\.asp/);
+  assert.equal(server.sql('select count(*) from Medium where id=' + id).trim(), '0');
+  assert.ok(!fs.existsSync(path.join(server.site, 'Medium', 'tone2.mp3')));
+  expectNoErrors(page);
+});
+
+flow(test, 'media: a format the browser cannot play is named in Chinese', async (browser, t) => {
+  const server = await startServer({ sql: ["insert into Medium(Title,Medium_text,Path,filename,file_type,Author,PY) values('real','x','/Medium/','x.rm','audio_rm','b','R')"] });
+  fs.writeFileSync(path.join(server.site, 'Medium', 'x.rm'), 'not media');
+  const page = await browser.newPage();
+  t.after(async () => { await page.close(); await server.stop(); });
+  await login(page, server.base);
+  await page.goto(server.base + '/Medium_play_Audio.asp?id=1');
+  const note = await page.waitIn('', (w) => {
+    const n = w.document.querySelector('[data-tav-player-note]');
+    return n && n.textContent ? n.textContent : null;
+  }, null, 'the message');
+  assert.match(note, /\u8fd9\u4e2a\u6d4f\u89c8\u5668\u4e0d\u80fd\u64ad\u653e.*RealMedia.*x\.rm/);
+  expectNoErrors(page);
+});

@@ -1,0 +1,161 @@
+// The file list of a folder, and deleting, renaming and uploading files.
+#include <gtest/gtest.h>
+
+#include <filesystem>
+#include <fstream>
+#include <sstream>
+
+#include "frame/encoding.h"
+#include "tests/filestore/store_site.h"
+#include "tests/support/text.h"
+
+namespace fs = std::filesystem;
+using tav::test::count;
+using tav::test::has;
+using tav::test::StoreSite;
+
+namespace {
+
+const char kSpacer[] = "<tr><td colspan=2>&nbsp;</td></tr>";
+
+std::string slurp(const fs::path& p) {
+    std::ifstream in(p, std::ios::binary);
+    std::stringstream ss;
+    ss << in.rdbuf();
+    return ss.str();
+}
+
+std::string upload_body(const std::string& folder, const std::string& filename, const std::string& content) {
+    const std::string b = "------TavelorBoundary";
+    std::string body = b + "\r\nContent-Disposition: form-data; name=\"File1\"; filename=\"" + tav::utf8_to_gb(filename) +
+                       "\"\r\nContent-Type: text/plain\r\n\r\n" + content + "\r\n";
+    body += b + "\r\nContent-Disposition: form-data; name=\"Folder\"\r\n\r\n" + tav::utf8_to_gb(folder) + "\r\n";
+    return body + b + "--\r\n";
+}
+
+}  // namespace
+
+TEST(FileList, TwoToARowPaddedByFilesCounted) {
+    StoreSite site;
+    site.mkdir("odd");
+    site.mkdir("ten");
+    site.mkdir("empty");
+    for (int i = 0; i < 3; ++i) site.touch("odd/f" + std::to_string(i) + ".txt");
+    for (int i = 0; i < 10; ++i) site.touch("ten/g" + std::to_string(i) + ".txt");
+    struct Case {
+        const char* folder;
+        int files, spacers, row_breaks;
+    } cases[] = {{"empty", 0, 15, 0}, {"odd", 3, 12, 1}, {"ten", 10, 5, 5}, {"gone", 0, 15, 0}};
+    for (auto& c : cases) {
+        auto b = site.open("file.asp", {{"Folder", std::string("\\user\\admin\\") + c.folder}}).body;
+        EXPECT_EQ(count(b, "<td nowrap>"), c.files) << c.folder;
+        EXPECT_EQ(count(b, kSpacer), c.spacers) << c.folder;
+        EXPECT_EQ(count(b, "</tr><tr>"), c.row_breaks) << c.folder;
+        EXPECT_TRUE(has(b, std::string("当前目录：\\") + c.folder)) << c.folder;
+        EXPECT_FALSE(has(b, " Error ")) << c.folder;
+    }
+    // an odd count leaves the last row with one cell before the spacers
+    auto odd = site.open("file.asp", {{"Folder", "\\user\\admin\\odd"}}).body;
+    EXPECT_TRUE(has(odd, "f2.txt</a></td>" + std::string(kSpacer))) << odd;
+    EXPECT_TRUE(has(odd, "<a href=\".\\user\\admin\\odd/f0.txt\" target=\"ff\" onmouseover=\"curr_file('f0.txt')\">"));
+}
+
+TEST(FileList, FolderShownBelowTheRootAndTheBareFrame) {
+    StoreSite site;
+    site.mkdir("a/b");
+    EXPECT_EQ(site.get("file.asp").body, "");
+    EXPECT_TRUE(has(site.open("file.asp", {{"Folder", "\\user\\admin"}}).body, "当前目录：\\</font>"));
+    auto b = site.open("file.asp", {{"Folder", "\\user\\admin\\a\\b"}}).body;
+    EXPECT_TRUE(has(b, "当前目录：\\a\\b</font>"));
+    EXPECT_TRUE(has(b, "file_upload.asp?Folder=\\user\\admin\\a\\b\""));
+    EXPECT_TRUE(has(b, "<input type=\"hidden\" name=\"menu\" value=\"0\">"));
+}
+
+TEST(FileActions, DeleteRenameAndSave) {
+    StoreSite site;
+    site.touch("a.txt", "A");
+    site.touch("b.txt", "B");
+    site.mkdir("sub");
+    auto del = site.open("file.asp", {{"Folder", "\\user\\admin"}, {"does", "delete"}, {"file_name", "a.txt"}});
+    EXPECT_FALSE(fs::exists(site.store("a.txt")));
+    EXPECT_FALSE(has(del.body, "a.txt"));
+    EXPECT_TRUE(has(del.body, "b.txt"));
+    // gone already: nothing said
+    EXPECT_FALSE(has(site.open("file.asp", {{"Folder", "\\user\\admin"}, {"does", "delete"}, {"file_name", "a.txt"}}).body,
+                     " Error "));
+
+    auto ren = site.open("file.asp", {{"Folder", "\\user\\admin"}, {"does", "rename"}, {"file_name", "b.txt"}});
+    EXPECT_EQ(ren.location(), "file_rename.asp?old_name=b.txt&Folder=\\user\\admin");
+    auto form = site.open("file_rename.asp", {{"old_name", "b.txt"}, {"Folder", "\\user\\admin"}}).body;
+    EXPECT_TRUE(has(form, "将文件：<font color=\"red\">b.txt</font>"));
+    EXPECT_TRUE(has(form, "name=\"new_name\" value=b.txt "));
+    EXPECT_TRUE(has(form, "name=\"old_name\" value=b.txt>"));
+
+    struct Case {
+        std::string old_name, new_name, lands;
+    } cases[] = {{"b.txt", "新 名.txt", "新 名.txt"}, {"新 名.txt", "sub\\in.txt", "sub/in.txt"}, {"nothere", "x", ""}};
+    for (auto& c : cases) {
+        auto r = site.open("file_rename_save.asp",
+                           {{"old_name", c.old_name}, {"new_name", c.new_name}, {"Folder", "\\user\\admin"}});
+        EXPECT_EQ(r.location(), "file.asp?Folder=\\user\\admin") << c.new_name;
+        if (!c.lands.empty()) {
+            EXPECT_EQ(slurp(site.store(c.lands)), "B") << c.lands;
+        }
+    }
+    EXPECT_FALSE(fs::exists(site.store("x")));
+    // a target that exists is a failure of the disk
+    site.touch("c.txt", "C");
+    site.touch("d.txt", "D");
+    auto clash = site.open("file_rename_save.asp", {{"old_name", "c.txt"}, {"new_name", "d.txt"}, {"Folder", "\\user\\admin"}});
+    EXPECT_TRUE(has(clash.body, "Routine : filerenamesave.I_init")) << clash.body;
+    EXPECT_EQ(slurp(site.store("d.txt")), "D");
+}
+
+TEST(FileActions, NameWithABlankArrivesCutFromTheRenameForm) {
+    StoreSite site;
+    auto form = site.open("file_rename.asp", {{"old_name", "my file.txt"}, {"Folder", "\\user\\admin"}}).body;
+    // the browser reads the unquoted values up to the blank
+    EXPECT_TRUE(has(form, "name=\"new_name\" value=my size=")) << form;
+    EXPECT_TRUE(has(form, "name=\"old_name\" value=my>"));
+    EXPECT_TRUE(has(form, "<font color=\"red\">my file.txt</font>"));
+}
+
+TEST(FileUpload, FormPostExistingNameAndLogin) {
+    StoreSite site;
+    site.mkdir("docs");
+    auto form = site.open("file_upload.asp", {{"Folder", "\\user\\admin\\docs"}}).body;
+    EXPECT_TRUE(has(form, "<input type=\"file\" name=\"File1\""));
+    EXPECT_TRUE(has(form, "name=\"Folder\" value=\"\\user\\admin\\docs\""));
+    EXPECT_TRUE(has(form, "你没有选择文件！\\n请通过浏览按钮从文件夹中选取某个文件"));
+
+    struct Case {
+        std::string name, content, stored;
+    } cases[] = {
+        {"C:\\fakepath\\报告 一.txt", "first", "first"},
+        // the same name again: the old file stays, and success is shown all the same
+        {"报告 一.txt", "second", "first"},
+        {"plain.bin", std::string("\0\x01\xff", 3), std::string("\0\x01\xff", 3)},
+    };
+    for (auto& c : cases) {
+        auto r = site.post_raw("file_upload.asp", "multipart/form-data; boundary=----TavelorBoundary",
+                               upload_body("\\user\\admin\\docs", c.name, c.content));
+        EXPECT_EQ(r.location(), "Pop_OK.asp?message=文件上传成功&next_href=file.asp?Folder=\\user\\admin\\docs") << c.name;
+        std::string base = c.name.substr(c.name.rfind('\\') == std::string::npos ? 0 : c.name.rfind('\\') + 1);
+        EXPECT_EQ(slurp(site.store("docs/" + base)), c.stored) << c.name;
+    }
+    // the Chinese name lists as it was typed
+    EXPECT_TRUE(has(site.open("file.asp", {{"Folder", "\\user\\admin\\docs"}}).body, ">报告 一.txt</a>"));
+    // no file chosen: nothing stored, success still reported
+    auto none = site.post_raw("file_upload.asp", "multipart/form-data; boundary=----TavelorBoundary",
+                              upload_body("\\user\\admin\\docs", "", ""));
+    EXPECT_TRUE(has(none.location(), "文件上传成功"));
+    EXPECT_EQ(std::distance(fs::directory_iterator(site.store("docs")), fs::directory_iterator{}), 2);
+    // into a folder that climbs out of the site: nothing written there
+    auto out = site.post_raw("file_upload.asp", "multipart/form-data; boundary=----TavelorBoundary",
+                             upload_body("\\..\\..", "C:\\x\\escaped.txt", "x"));
+    EXPECT_FALSE(fs::exists(fs::path(site.root()).parent_path().parent_path() / "escaped.txt"));
+    EXPECT_FALSE(fs::exists(fs::path(site.root()).parent_path() / "escaped.txt"));
+
+    site.forget_session();
+    EXPECT_EQ(site.get("file_upload.asp?Folder=%5Cuser").location(), "login.asp");
+}

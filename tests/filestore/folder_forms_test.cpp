@@ -1,0 +1,169 @@
+// Making, deleting and renaming folders through their forms and by direct
+// requests, as the disk sees it.
+#include <gtest/gtest.h>
+
+#include <filesystem>
+
+#include "tests/filestore/store_site.h"
+#include "tests/support/text.h"
+
+namespace fs = std::filesystem;
+using tav::test::has;
+using tav::test::StoreSite;
+
+namespace {
+const char kReload[] = " window.top.detail.folder.location.reload()";
+const char kRootText[] = "根目录 \\ 不可删除！<br>请先选择某个子文件夹……";
+}  // namespace
+
+TEST(FolderCreate, MenuLinkThenPostedNamesReachTheDisk) {
+    StoreSite site;
+    // the menu's link: the current folder becomes the hidden CURR_DIR
+    auto form = site.open("folder_create.asp", {{"Folder", "\\user\\admin"}}).body;
+    EXPECT_TRUE(has(form, "□ ::: 新建文件夹::: □"));
+    EXPECT_TRUE(has(form, "name=\"CURR_DIR\" value=\"\\user\\admin\\\""));
+    EXPECT_TRUE(has(form, "value=\"新文件夹\""));
+    EXPECT_FALSE(has(form, kReload));
+    EXPECT_TRUE(fs::is_empty(site.store()));
+
+    struct Case {
+        std::string typed, on_disk;
+    } cases[] = {{"my docs", "my_docs"}, {"中文 文件夹", "中文_文件夹"}, {"新文件夹", "新文件夹"}};
+    for (auto& c : cases) {
+        auto r = site.open("Folder_create.asp", {{"Folder", c.typed}, {"CURR_DIR", "\\user\\admin\\"}, {"FDO", "create"}});
+        EXPECT_TRUE(has(r.body, kReload)) << c.typed;
+        EXPECT_TRUE(has(r.body, "name=\"myform\"")) << "the form stays for the next one";
+        EXPECT_TRUE(fs::is_directory(site.store(c.on_disk))) << c.on_disk;
+        // the tree gives it back as typed, blanks aside
+        EXPECT_TRUE(has(site.get("folder.asp").body, ">" + c.on_disk + "</a>")) << c.on_disk;
+    }
+    // a second time, and an empty name (which names CURR_DIR itself)
+    for (std::string name : {"my docs", ""}) {
+        auto again = site.open("Folder_create.asp", {{"Folder", name}, {"CURR_DIR", "\\user\\admin\\"}, {"FDO", "create"}});
+        EXPECT_TRUE(has(again.body, "Folder Exist!")) << name;
+        EXPECT_FALSE(has(again.body, kReload));
+    }
+    // one level only: a missing parent is a failure of the disk, reported
+    auto deep = site.open("Folder_create.asp", {{"Folder", "x"}, {"CURR_DIR", "\\user\\admin\\no\\"}, {"FDO", "create"}});
+    EXPECT_TRUE(has(deep.body, " Error ")) << deep.body;
+    EXPECT_TRUE(has(deep.body, "Routine : foldercreate.I_init"));
+    EXPECT_FALSE(fs::exists(site.store("no")));
+}
+
+TEST(FolderDelete, RootRefusedByTheFormOnlyAndSubfoldersGoWithAllTheyHold) {
+    StoreSite site;
+    site.mkdir("a/b");
+    site.touch("a/b/f.txt");
+    // the root as current: message, no form, nothing deleted without FDO
+    auto root = site.open("folder_delete.asp", {{"Folder", "\\user\\admin"}}).body;
+    EXPECT_TRUE(has(root, kRootText)) << root;
+    EXPECT_FALSE(has(root, "name=\"myform\""));
+    EXPECT_TRUE(has(root, "返 回"));
+    EXPECT_TRUE(fs::exists(site.store("a")));
+
+    auto ask = site.open("folder_delete.asp", {{"Folder", "\\user\\admin\\a"}}).body;
+    EXPECT_TRUE(has(ask, "真的删除文件夹:<br>“ \\a ”<br>内的所有文件和子文件夹吗？")) << ask;
+    EXPECT_TRUE(has(ask, "name=\"CURR_DIR\" value=\"\\user\\admin\\a\""));
+    EXPECT_TRUE(has(ask, "name=\"Folder\" value=\"\\a\""));
+    auto done = site.open("Folder_delete.asp", {{"Folder", "\\a"}, {"CURR_DIR", "\\user\\admin\\a"}, {"FDO", "delete"}});
+    EXPECT_TRUE(has(done.body, kReload));
+    EXPECT_FALSE(fs::exists(site.store("a")));
+    // what is gone already: nothing done, nothing said
+    auto gone = site.open("Folder_delete.asp", {{"Folder", "\\a"}, {"CURR_DIR", "\\user\\admin\\a"}, {"FDO", "delete"}});
+    EXPECT_FALSE(has(gone.body, kReload));
+    EXPECT_FALSE(has(gone.body, " Error "));
+
+    // A direct request for the root with FDO=delete removes it: the test of
+    // the root comes after the deletion, and only withholds the form.
+    site.mkdir("keep");
+    auto r = site.open("Folder_delete.asp", {{"Folder", "\\user\\admin"}, {"FDO", "delete"}});
+    EXPECT_FALSE(fs::exists(site.store()));
+    EXPECT_TRUE(has(r.body, kReload));
+    EXPECT_TRUE(has(r.body, kRootText));
+    // the tree of a store that is gone lists nothing and still loads the files frame
+    auto tree = site.get("folder.asp").body;
+    EXPECT_FALSE(has(tree, " Error "));
+    EXPECT_TRUE(has(tree, "document.form1.submit();"));
+}
+
+TEST(FolderRename, FormNewNamesTargetsThatExistAndMoves) {
+    StoreSite site;
+    site.mkdir("a/inner");
+    site.mkdir("taken");
+    site.mkdir("dest");
+    auto root = site.open("folder_rename.asp", {{"Folder", "\\user\\admin"}}).body;
+    EXPECT_TRUE(has(root, kRootText));
+    EXPECT_TRUE(has(root, "□ ::: 重命名文件夹::: □"));
+    EXPECT_FALSE(has(root, "更 名"));
+
+    auto form = site.open("folder_rename.asp", {{"Folder", "\\user\\admin\\a"}}).body;
+    EXPECT_TRUE(has(form, "文件夹:“ \\a ”")) << form;
+    EXPECT_TRUE(has(form, "name=\"Folder\" value=\"\\a_new\""));
+    EXPECT_TRUE(has(form, "name=\"ROOT\" value=\"\\user\\admin\""));
+    EXPECT_TRUE(has(form, "name=\"CURR_DIR\" value=\"\\user\\admin\\a\""));
+
+    auto rename = [&](const std::string& typed, const std::string& curr) {
+        return site.open("Folder_rename.asp",
+                         {{"Folder", typed}, {"CURR_DIR", curr}, {"ROOT", "\\user\\admin"}, {"FDO", "rename"}});
+    };
+    // a target that exists: message only, nothing moves
+    auto taken = rename("\\taken", "\\user\\admin\\a");
+    EXPECT_EQ(taken.body, "目标文件夹已经存在！<br>");
+    EXPECT_TRUE(fs::exists(site.store("a/inner")));
+    // blanks become underscores; a name typed without backslash gets one
+    auto r = rename("新 名", "\\user\\admin\\a");
+    EXPECT_TRUE(has(r.body, kReload));
+    EXPECT_FALSE(has(r.body, "<html>")) << "no page follows";
+    EXPECT_TRUE(fs::exists(site.store("新_名/inner")));
+    EXPECT_FALSE(fs::exists(site.store("a")));
+    // the whole path below the root is the new name: the folder can move
+    rename("\\dest\\moved", "\\user\\admin\\新_名");
+    EXPECT_TRUE(fs::exists(site.store("dest/moved/inner")));
+    // an old path that does not exist: nothing, and no page
+    auto none = rename("\\x", "\\user\\admin\\nothere");
+    EXPECT_EQ(none.body, "");
+    EXPECT_FALSE(fs::exists(site.store("x")));
+}
+
+TEST(FolderPaths, NamesThatClimbOutOfTheSiteWriteNothingOutside) {
+    StoreSite site;
+    // the site's folder and the host's log are all that lie beside the site
+    fs::path outside = fs::path(site.root()).parent_path();
+    auto beside = [&] {
+        std::vector<std::string> names;
+        for (const auto& e : fs::directory_iterator(outside))
+            if (e.path().filename() != "app.log") names.push_back(e.path().filename().string());
+        return names;
+    };
+    site.mkdir("a");
+    struct Case {
+        std::string page;
+        std::vector<std::pair<std::string, std::string>> params;
+    } cases[] = {
+        {"Folder_create.asp", {{"Folder", "escaped"}, {"CURR_DIR", "\\..\\..\\"}, {"FDO", "create"}}},
+        {"Folder_create.asp", {{"Folder", "..\\..\\..\\escaped"}, {"CURR_DIR", "\\user\\admin\\"}, {"FDO", "create"}}},
+        {"Folder_rename.asp", {{"Folder", "\\..\\..\\..\\escaped"}, {"CURR_DIR", "\\user\\admin\\a"}, {"FDO", "rename"}}},
+        {"Folder_rename.asp", {{"Folder", "\\a"}, {"CURR_DIR", "\\user\\admin\\a"}, {"ROOT", "\\..\\.."}, {"FDO", "rename"}}},
+        {"Folder_delete.asp", {{"Folder", "\\x"}, {"CURR_DIR", "\\..\\.."}, {"FDO", "delete"}}},
+        // the site's own root and the database folder are not the store's to change
+        {"Folder_delete.asp", {{"Folder", "\\x"}, {"CURR_DIR", "\\"}, {"FDO", "delete"}}},
+        {"Folder_delete.asp", {{"Folder", "\\x"}, {"CURR_DIR", "\\datebase"}, {"FDO", "delete"}}},
+        {"Folder_rename.asp", {{"Folder", "\\db"}, {"CURR_DIR", "\\DATEBASE"}, {"ROOT", "\\user\\admin"}, {"FDO", "rename"}}},
+        {"file.asp", {{"Folder", "\\datebase"}, {"does", "delete"}, {"file_name", "office.mdb"}}},
+        {"file_rename_save.asp", {{"Folder", "\\datebase"}, {"old_name", "office.mdb"}, {"new_name", "..\\user\\admin\\db.txt"}}},
+        {"file_rename_save.asp", {{"Folder", "\\user\\admin"}, {"old_name", "..\\..\\datebase\\office.mdb"}, {"new_name", "db.txt"}}},
+    };
+    for (auto& c : cases) {
+        auto r = site.open(c.page, c.params);
+        EXPECT_TRUE(has(r.body, " Error ") || c.page == "file_rename_save.asp") << c.page << " " << c.params[0].second << "\n" << r.body;
+        EXPECT_FALSE(has(r.body, " window.top.detail.folder.location.reload()")) << c.page;
+    }
+    EXPECT_EQ(beside(), std::vector<std::string>{"site"});
+    EXPECT_FALSE(fs::exists(outside.parent_path() / "escaped"));
+    EXPECT_TRUE(fs::exists(site.disk("datebase/office.mdb")));
+    EXPECT_TRUE(fs::exists(site.store("a")));
+    EXPECT_FALSE(fs::exists(site.store("db.txt")));
+    EXPECT_TRUE(fs::exists(site.disk("images")));
+    // and the database still answers
+    EXPECT_EQ(site.scalar("select username from user where username='admin'", "username"), "admin");
+}

@@ -1,0 +1,165 @@
+// The folder tree: which folders it shows, in which order, which is marked,
+// and the walk for a folder outside the account ending at the time limit.
+#include <gtest/gtest.h>
+
+#include <chrono>
+
+#include "filestore/names.h"
+#include "filestore/walk.h"
+#include "frame/errors.h"
+#include "frame/host.h"
+#include "tests/filestore/store_site.h"
+#include "tests/support/page_runner.h"
+#include "tests/support/text.h"
+
+using tav::test::has;
+using tav::test::StoreSite;
+
+namespace {
+
+// The tree's lines in order: image and link target of each folder.
+std::vector<std::string> tree_lines(const std::string& body) {
+    std::vector<std::string> out;
+    for (std::size_t at = body.find("<img src=images/folder"); at != std::string::npos;
+         at = body.find("<img src=images/folder", at + 1)) {
+        std::size_t gif = body.find(".gif", at);
+        std::size_t href = body.find("folder.asp?folder=", gif);
+        std::size_t end = body.find('>', href);
+        out.push_back(body.substr(at + 22, gif - at - 22) + " " + body.substr(href + 18, end - href - 18));
+    }
+    return out;
+}
+
+}  // namespace
+
+TEST(FolderOrder, ExchangeSortByCharacterCode) {
+    struct Case {
+        std::vector<std::string> in, out;
+    } cases[] = {
+        {{"a\\b", "a1", "a"}, {"a", "a1", "a\\b"}},
+        // capitals and digits sit below the backslash, lower case and Chinese above it
+        {{"a\\b", "ab", "aB", "a", "a中"}, {"a", "aB", "a\\b", "ab", "a中"}},
+        {{"b", "a"}, {"a", "b"}},
+        {{"x"}, {"x"}},
+        {{}, {}},
+    };
+    for (auto& c : cases) {
+        std::vector<std::string> v = c.in;
+        tav::filestore::sort_dir(v);
+        EXPECT_EQ(v, c.out);
+    }
+}
+
+TEST(FolderOrder, ShownNamesOfTheForms) {
+    struct Case {
+        const char* folder;
+        const char* shown;
+    } cases[] = {
+        {"\\user\\me\\a\\b", "\\a\\b"}, {"\\user\\me", "\\"}, {"\\user\\me\\", "\\"},
+        {"\\a_new", "\\a_new"},         {"", "\\"},           {"\\user\\me\\文件", "\\文件"},
+    };
+    for (auto& c : cases) EXPECT_EQ(tav::filestore::shown_name(c.folder), c.shown) << c.folder;
+}
+
+TEST(FolderWalk, VisitsEachFolderUpToTheRootOnce) {
+    std::vector<std::string> seen;
+    auto get = [&](const std::string& p, std::string& list) {
+        seen.push_back(p);
+        list += p + "*";
+    };
+    auto probe = [&](const std::string&) { FAIL() << "no probe on a walk that ends"; };
+    EXPECT_EQ(tav::filestore::collect_folders("\\user\\me\\a\\b", "\\user\\me", get, probe),
+              "\\user\\me\\a\\b*\\user\\me\\a*\\user\\me*");
+    seen.clear();
+    tav::filestore::collect_folders("\\user\\me", "\\user\\me", get, probe);
+    EXPECT_EQ(seen, std::vector<std::string>{"\\user\\me"});
+}
+
+TEST(FolderWalk, WalkOutsideTheRootNeverEndsAndStopsGrowing) {
+    // Until the host's limit stops it (here: the 5000th round), the walk of a
+    // folder that never reaches the root keeps calling the disk, while the
+    // list it builds stays as it was after the walk came to rest.
+    for (std::string current : {"\\User\\me\\a", "\\Datas", "abc", ""}) {
+        std::size_t rounds = 0, longest = 0;
+        auto get = [&](const std::string& p, std::string& list) {
+            list += p + "\\sub*";
+            longest = std::max(longest, list.size());
+            if (++rounds > 5000) throw tav::ScriptTimeout{};
+        };
+        auto probe = [&](const std::string&) {
+            if (++rounds > 5000) throw tav::ScriptTimeout{};
+        };
+        EXPECT_THROW(tav::filestore::collect_folders(current, "\\user\\me", get, probe), tav::ScriptTimeout)
+            << current;
+        EXPECT_GT(rounds, 5000u);
+        EXPECT_LT(longest, 100u) << current;
+    }
+}
+
+TEST(FolderTree, RootAsCurrentWithoutSubfolders) {
+    StoreSite site;
+    auto b = site.get("folder.asp").body;
+    EXPECT_TRUE(has(b, "[单击右键弹出快捷菜单]<br>")) << b;
+    EXPECT_TRUE(has(b, "images/root.gif"));
+    EXPECT_FALSE(has(b, "root1.gif"));
+    EXPECT_TRUE(tree_lines(b).empty());
+    EXPECT_LT(b.find("[单击右键"), b.find("<html>"));
+    // the file list of the root follows at once
+    EXPECT_TRUE(has(b, "<input type=\"hidden\" name=\"Folder\" value=\"\\user\\admin\">"));
+    EXPECT_TRUE(has(b, "document.form1.submit();"));
+    EXPECT_TRUE(has(b, "folder_create.asp?Folder=\\user\\admin\""));
+    EXPECT_FALSE(has(b, " Error "));
+    // the same for the root named
+    EXPECT_TRUE(has(site.open("folder.asp", {{"Folder", "\\user\\admin"}}).body, "images/root.gif"));
+}
+
+TEST(FolderTree, OpensTheBranchOfTheCurrentFolderMarkedAndInOrder) {
+    StoreSite site;
+    for (const char* d : {"a/b/deep", "a/c", "a1", "B", "z", "中文"}) site.mkdir(d);
+    // the tree's own links write the parameter in lower case
+    auto b = site.open("folder.asp", {{"folder", "\\user\\admin\\a\\b"}}).body;
+    EXPECT_EQ(tree_lines(b), (std::vector<std::string>{
+                                 "1 \\user\\admin\\B", "1 \\user\\admin\\a", "1 \\user\\admin\\a1",
+                                 "21 \\user\\admin\\a\\b", "3 \\user\\admin\\a\\b\\deep",
+                                 "2 \\user\\admin\\a\\c", "1 \\user\\admin\\z", "1 \\user\\admin\\中文"}))
+        << b;
+    EXPECT_TRUE(has(b, "images/root1.gif"));
+    EXPECT_TRUE(has(b, "<img src=images/folder21.gif border=0 align=absmiddle><a href=folder.asp?folder=\\user\\admin\\a\\b>"
+                       "<font style='background-color:#336699;color:white'>b</font></a><br>"));
+    EXPECT_EQ(tav::test::count(b, "background-color:#336699"), 1);
+    // a folder that is gone shows the rest of its branch
+    auto gone = site.open("folder.asp", {{"Folder", "\\user\\admin\\a\\nothere"}}).body;
+    EXPECT_EQ(tree_lines(gone).size(), 7u) << gone;
+    EXPECT_FALSE(has(gone, " Error "));
+}
+
+TEST(FolderTree, WithoutLoginToTheLoginPage) {
+    tav::test::TestSite site;
+    EXPECT_EQ(site.get("folder.asp").location(), "login.asp");
+    EXPECT_EQ(site.get("file.asp?Folder=%5Cuser%5Cadmin").location(), "login.asp");
+}
+
+namespace {
+const bool registered = [] {
+    tav::register_page("foldershort", [] { return std::make_unique<tav::test::BodyPage>("Folder"); });
+    return true;
+}();
+}  // namespace
+
+TEST(FolderTree, FolderOutsideTheAccountEndsAtTheTimeLimit) {
+    StoreSite site;
+    for (const char* target : {"/t.asp?Folder=%5CDatas", "/t.asp?Folder=%5CUSER%5Cadmin", "/t.asp?Folder=abc"}) {
+        auto started = std::chrono::steady_clock::now();
+        auto r = tav::test::run_body(site, "foldershort", target, [](tav::test::BodyPage&) {
+            tav::Server.ScriptTimeOut(1);
+            tav::make_page("Folder")->I_init();
+        });
+        auto took = std::chrono::steady_clock::now() - started;
+        EXPECT_TRUE(has(r.body, "The script timed out")) << target << r.body;
+        EXPECT_FALSE(has(r.body, "<html>")) << target;
+        EXPECT_LT(took, std::chrono::seconds(4)) << target;
+        // no report repeated round after round
+        EXPECT_LE(tav::test::count(r.body, " Error "), 1) << target;
+        EXPECT_LT(r.body.size(), 4000u) << target;
+    }
+}

@@ -1,0 +1,178 @@
+// Hostile input against every parameter of the address book, staff
+// directory, ledger and meeting pages: statement payloads change no row but
+// the one the request names, and markup, whether sent or stored, comes back
+// as text.
+#include <gtest/gtest.h>
+
+#include <string>
+#include <vector>
+
+#include "collaboration/netmeetingcontrol.h"
+#include "frame/vb.h"
+#include "tests/support/accounts.h"
+#include "tests/support/payloads.h"
+#include "tests/support/test_site.h"
+#include "tests/support/text.h"
+
+using tav::test::expect_inert;
+using tav::test::form_encode;
+using tav::test::has;
+using tav::test::kMarkup;
+using tav::test::kSql;
+using tav::test::Reply;
+using tav::test::TestSite;
+
+namespace {
+
+using Fields = std::vector<std::pair<std::string, std::string>>;
+
+// Doubled quotes, for putting a payload into a row directly.
+std::string quoted(const std::string& s) {
+    std::string out;
+    for (char c : s) out += c == '\'' ? std::string("''") : std::string(1, c);
+    return out;
+}
+
+struct Site : TestSite {
+    std::string me, other, card, theirs_card, row, theirs_row;
+    Site() {
+        me = tav::test::add_user(*this, "owner");
+        other = tav::test::add_user(*this, "other");
+        for (const auto& uid : {me, other}) {
+            exec("insert into Address(User_id,Name,Work,Telphone,Mobile,Sex,Email) values (" + uid +
+                 ",'n','w','t','m','男','e')");
+            exec("insert into Record(user_id,Rec_title,Rec_text,Rec_money) values (" + uid + ",'s','x',1)");
+        }
+        card = scalar("select min(id) as m from Address", "m");
+        theirs_card = scalar("select max(id) as m from Address", "m");
+        row = scalar("select min(id) as m from Record", "m");
+        theirs_row = scalar("select max(id) as m from Record", "m");
+        EXPECT_TRUE(login("owner", "pw"));
+    }
+    std::string rows() {
+        return tav::test::rows_of(*this, "Address", "id,User_id,Name,Work,Telphone,Mobile,Sex,Email") +
+               tav::test::rows_of(*this, "Record", "id,user_id,Rec_title,Rec_text,Rec_money") +
+               tav::test::rows_of(*this, "user", "id,username,password,menu_idstr,online");
+    }
+};
+
+// The requests that take a number (an id, a page, an amount): a payload
+// there must fail before any statement runs.
+std::vector<std::pair<std::string, Reply>> number_requests(Site& s, const std::string& p) {
+    std::string v = form_encode(p);
+    return {
+        {"Address_list.asp p", s.get("Address_list.asp?p=" + v)},
+        {"Address_edit.asp id", s.get("Address_edit.asp?id=" + v)},
+        {"Address_delete.asp id", s.get("Address_delete.asp?id=" + v)},
+        {"Address_Del_True.asp id", s.post_form("Address_Del_True.asp", {{"id", p}})},
+        {"Address_EditDo.asp id", s.post_form("Address_EditDo.asp", {{"Append", "No"}, {"id", p}, {"Name", "n"},
+                                                                     {"Work", "w"}, {"Telphone", "t"}, {"Mobile", "m"},
+                                                                     {"Sex", "男"}, {"Email", "e"}})},
+        {"User_address.asp p", s.get("User_address.asp?p=" + v)},
+        {"Record_List.asp p", s.get("Record_List.asp?p=" + v)},
+        {"Record_write.asp id", s.get("Record_write.asp?id=" + v)},
+        {"Record_Save.asp id (change)", s.get("Record_Save.asp?id=" + v + "&Rec_Title=s&Rec_Text=x&Rec_money=1")},
+        {"Record_Save.asp id (delete)", s.get("Record_Save.asp?id=" + v + "&Rec_Title=del&Rec_Text=x&Rec_money=1")},
+        {"Record_Save.asp Rec_money (new)", s.get("Record_Save.asp?id=&Rec_Title=s&Rec_Text=x&Rec_money=" + v)},
+        {"Record_Save.asp Rec_money (change)",
+         s.get("Record_Save.asp?id=" + s.row + "&Rec_Title=s&Rec_Text=x&Rec_money=" + v)},
+    };
+}
+
+}  // namespace
+
+TEST(AddressRecordSecurity, StatementPayloadsInNumbersChangeNoRow) {
+    Site site;
+    const std::string before = site.rows();
+    for (const std::string& p : kSql) {
+        for (auto& [where, reply] : number_requests(site, p)) {
+            EXPECT_EQ(site.rows(), before) << where << ": " << p;
+            EXPECT_NE(reply.status, 302) << where << ": " << p;  // never a success
+            expect_inert(reply, where + " " + p);
+        }
+    }
+}
+
+TEST(AddressRecordSecurity, StatementPayloadsInTextsChangeOnlyTheNamedRowAndOnlyToThatText) {
+    const std::vector<std::string> text_fields = {"Name", "Work", "Telphone", "Mobile", "Sex", "Email"};
+    // Every other row as a fresh site has it, without the named card or ledger row.
+    std::string others_of_card, others_of_row;
+    {
+        Site base;
+        base.exec("delete from Address where id=" + base.card);
+        others_of_card = base.rows();
+    }
+    {
+        Site base;
+        base.exec("delete from Record where id=" + base.row);
+        others_of_row = base.rows();
+    }
+    for (const std::string& p : kSql) {
+        const std::string trimmed = tav::Trim(tav::Value(p)).str();
+        for (const std::string& field : text_fields) {
+            Site site;
+            Fields f = {{"Append", "No"}, {"id", site.card}};
+            for (const auto& name : text_fields) f.emplace_back(name, name == field ? p : "v");
+            site.post_form("Address_EditDo.asp", f);
+            // Changed to exactly the text sent, or not at all when a quote broke the statement.
+            std::string stored = site.scalar("select " + field + " from Address where id=" + site.card, field);
+            const std::string before = field == "Sex" ? "男" : std::string(1, tav::LCase(tav::Value(field))[0]);
+            EXPECT_TRUE(stored == trimmed || stored == before)
+                << field << ": " << p << " -> " << stored;
+            site.exec("delete from Address where id=" + site.card);
+            EXPECT_EQ(site.rows(), others_of_card) << field << ": " << p;
+        }
+        for (const std::string field : {"Rec_Title", "Rec_Text"}) {
+            Site site;
+            const bool title = field == "Rec_Title";
+            site.get("Record_Save.asp?id=" + site.row + "&Rec_Title=" + (title ? form_encode(p) : "s") +
+                     "&Rec_Text=" + (title ? "x" : form_encode(p)) + "&Rec_money=1");
+            const std::string col = title ? "Rec_title" : "Rec_text";
+            std::string stored = site.scalar("select " + col + " from Record where id=" + site.row, col);
+            EXPECT_TRUE(stored == trimmed || stored == (title ? "s" : "x")) << field << ": " << p << " -> " << stored;
+            site.exec("delete from Record where id=" + site.row);
+            EXPECT_EQ(site.rows(), others_of_row) << field << ": " << p;
+        }
+    }
+}
+
+TEST(AddressRecordSecurity, MarkupSentOrStoredComesBackAsText) {
+    for (const std::string& p : kMarkup) {
+        Site site;
+        std::string v = form_encode(p);
+        // Reflected parameters.
+        for (const auto& [where, reply] : number_requests(site, p)) expect_inert(reply, where + " " + p);
+
+        // Stored through the pages, then shown by every page that shows it.
+        Fields card = {{"Append", "No"}, {"id", site.card}};
+        for (const char* name : {"Name", "Work", "Telphone", "Mobile", "Sex", "Email"}) card.emplace_back(name, p);
+        expect_inert(site.post_form("Address_EditDo.asp", card), "Address_EditDo.asp " + p);
+        site.get("Record_Save.asp?id=" + site.row + "&Rec_Title=" + v + "&Rec_Text=" + v + "&Rec_money=2");
+        // Also in the rows directly: a quote stops the pages' own statements.
+        site.exec("update Address set Name='" + quoted(p) + "',Email='" + quoted(p) + "' where id=" + site.theirs_card);
+        site.exec("update Record set Rec_title='" + quoted(p) + "',Rec_text='" + quoted(p) + "',Rec_date='" +
+                  quoted(p) + "' where id=" + site.theirs_row);
+        site.exec("update Record set user_id=" + site.me + " where id=" + site.theirs_row);
+        site.exec("update Address set User_id=" + site.me + " where id=" + site.theirs_card);
+        site.exec("update user set TrueName='" + quoted(p) + "',IDCard='" + quoted(p) + "',sex='" + quoted(p) +
+                  "',Telphone='" + quoted(p) + "',Mobile='" + quoted(p) + "',Email='" + quoted(p) + "',ip='" +
+                  quoted(p) + "',online=1 where id=" + site.other);
+        site.exec("insert into DepartMent(name) values ('" + quoted(p) + "')");
+        site.exec("update user set DepartMentID=(select max(id) from DepartMent) where id=" + site.other);
+
+        for (const std::string& url :
+             {std::string("Address_list.asp"), "Address_edit.asp?id=" + site.card,
+              "Address_edit.asp?id=" + site.theirs_card, "Address_delete.asp?id=" + site.theirs_card,
+              std::string("User_address.asp"), std::string("Record_List.asp"), "Record_write.asp?id=" + site.row,
+              "Record_write.asp?id=" + site.theirs_row, std::string("Online_user.asp"),
+              std::string("start_netmeeting.asp")}) {
+            expect_inert(site.get(url), url + " " + p);
+        }
+        // The meeting page's own object is the one object allowed.
+        Reply meeting = site.get("Web_Meeting.asp");
+        ASSERT_EQ(tav::test::count(meeting.body, tav::pages::kNetMeetingObject), 1) << p;
+        meeting.body.replace(meeting.body.find(tav::pages::kNetMeetingObject),
+                             std::string(tav::pages::kNetMeetingObject).size(), "");
+        expect_inert(meeting, "Web_Meeting.asp " + p);
+    }
+}

@@ -1,0 +1,190 @@
+// Hostile input against every parameter of the administration pages: no
+// statement widened, no other account's row changed, nothing echoed or
+// stored comes back as markup or script, no file touched outside its folder.
+#include <filesystem>
+#include <fstream>
+#include <string>
+#include <vector>
+
+#include <gtest/gtest.h>
+
+#include "frame/encoding.h"
+#include "tests/support/accounts.h"
+#include "tests/support/payloads.h"
+#include "tests/support/test_site.h"
+#include "tests/support/text.h"
+
+using tav::test::expect_inert;
+using tav::test::form_encode;
+using tav::test::has;
+using tav::test::kMarkup;
+using tav::test::kSql;
+using tav::test::Reply;
+using tav::test::TestSite;
+
+namespace {
+
+const char kSecret[] = "Vict1mSecret";
+using Fields = std::vector<std::pair<std::string, std::string>>;
+
+struct Site : TestSite {
+    std::string victim;
+    Site() {
+        victim = tav::test::add_user(*this, "victim", "1101", kSecret, "受害者");
+        exec("insert into monitor(user_id,work_text) values (" + victim + ",'victim line')");
+    }
+    std::string rows() {
+        return tav::test::rows_of(*this, "user", "id,username,password,TrueName,menu_idstr,plays,record,pen_ok") +
+               tav::test::rows_of(*this, "monitor", "id,user_id,work_text") +
+               tav::test::rows_of(*this, "software", "id,softname,Hardserial");
+    }
+    std::string users() {
+        return tav::test::rows_of(*this, "user", "id,username,password,TrueName,menu_idstr,plays,record");
+    }
+    // The two accounts that were there before, whatever a registration adds.
+    std::string old_accounts() {
+        std::string all = users();
+        std::size_t second_end = all.find('\n', all.find('\n') + 1);
+        return all.substr(0, second_end + 1) + tav::test::rows_of(*this, "monitor", "id,user_id,work_text");
+    }
+};
+
+Fields registration(const std::string& field, const std::string& value) {
+    Fields f = {{"TureName", "t"}, {"UserName", "newbie"}, {"PassWord", "p"}, {"DepartMentID", "1"}, {"sex", "男"},
+                {"IDCard", ""},    {"Telphone", ""},       {"Mobile", ""},    {"Email", ""},          {"Duty", ""},
+                {"Address", ""},   {"SpeTech", ""},        {"Zip", ""},       {"UserRemark", ""}};
+    for (auto& [k, v] : f)
+        if (k == field) v = value;
+    if (field == "ID" || field == "record" || field == "start_meeting") f.push_back({field, value});
+    return f;
+}
+
+const std::string kB = "-----------------------------7d4e01";
+
+std::string multipart(const Fields& fields, const std::string& file_field = "", const std::string& file_name = "") {
+    std::string body;
+    for (const auto& [name, value] : fields)
+        body += kB + "\r\nContent-Disposition: form-data; name=\"" + name + "\"\r\n\r\n" + tav::utf8_to_gb(value) +
+                "\r\n";
+    if (!file_field.empty())
+        body += kB + "\r\nContent-Disposition: form-data; name=\"" + file_field + "\"; filename=\"" +
+                tav::utf8_to_gb(file_name) + "\"\r\nContent-Type: application/octet-stream\r\n\r\nDATA\r\n";
+    return body + kB + "--\r\n";
+}
+Reply post_multipart(TestSite& site, const std::string& url, const std::string& body) {
+    return site.post_raw(url, "multipart/form-data; boundary=" + kB.substr(2), body);
+}
+
+}  // namespace
+
+TEST(AdminSecurity, QueryParametersTakeNoStatementPayload) {
+    Site site;
+    ASSERT_TRUE(site.login());
+    const std::string before = site.rows();
+    for (const std::string& p : kSql) {
+        const std::string v = form_encode(p);
+        for (const std::string& url :
+             {"Sys_User.asp?p=" + v, "Sys_User_Menu.asp?p=" + v, "Sys_User_Active.asp?p=" + v,
+              "User_Info_Modify.asp?ID=" + v, "User_Info_Modify1.asp?id=" + v, "Sys_User_Menu_Modify.asp?ID=" + v,
+              "Sys_User_Active_List.asp?ID=" + v, "user_signe_upload.asp?OK_NO=" + v + "&ID=" + v}) {
+            Reply r = site.get(url);
+            EXPECT_FALSE(has(r.body, kSecret)) << url;
+            EXPECT_FALSE(has(r.body, "victim line")) << url;
+        }
+    }
+    EXPECT_EQ(site.rows(), before);
+}
+
+TEST(AdminSecurity, SavedFormsChangeOnlyWhatTheyNameAndStoreTextAsText) {
+    Site site;
+    ASSERT_TRUE(site.login());
+    const std::string before = site.old_accounts();
+    const std::pair<const char*, const char*> fields[] = {
+        {"TureName", "TrueName"}, {"UserName", "username"}, {"PassWord", "password"}, {"sex", "sex"},
+        {"IDCard", "IDCard"},     {"Telphone", "Telphone"}, {"Mobile", "Mobile"},     {"Email", "Email"},
+        {"Duty", "Duty"},         {"Address", "Address"},   {"SpeTech", "SpeTech"},   {"Zip", "Zip"},
+        {"UserRemark", "UserRemark"}, {"DepartMentID", "DepartMentID"}};
+    for (const std::string& p : kSql) {
+        for (const auto& [field, column] : fields) {
+            site.exec("delete from user where id>" + site.victim);
+            site.post_form("NewRegisterDo.asp", registration(field, p));
+            // A new row may hold the payload as its text; nothing else moves.
+            EXPECT_EQ(site.old_accounts(), before) << field << " " << p;
+            std::string stored = site.scalar("select " + std::string(column) + " from user where id>" + site.victim,
+                                             column);
+            if (!stored.empty() && std::string(field) != "DepartMentID") {
+                EXPECT_EQ(stored, p) << field;
+            }
+        }
+        site.exec("delete from user where id>" + site.victim);
+        // The id of an update, the record days and the meeting flag are numbers
+        // or nothing; the rights save and the password take theirs as values.
+        const std::string accounts = site.users();
+        for (const char* field : {"ID", "record", "start_meeting"}) {
+            Fields f = registration(field, p);
+            for (auto& [k, v] : f)
+                if (k == "TureName") v = "受害者";
+            if (std::string(field) != "ID") f.push_back({"ID", site.victim});
+            site.post_form("NewRegisterDo.asp", f);
+        }
+        site.post_form("Sys_User_menu_ModifyDO.asp", {{"id", p}, {"1101", "on"}, {"del", "on"}});
+        site.post_form("User_password_Modify.asp", {{"userpassword", p}, {"newpassword", "zz"}});
+        EXPECT_EQ(site.users(), accounts) << p;
+        EXPECT_EQ(site.scalar("select count(id) as num from user", "num"), "2");
+    }
+}
+
+TEST(AdminSecurity, MultipartFieldsAndNamesStayValuesAndInTheirFolders) {
+    Site site;
+    ASSERT_TRUE(site.login());
+    std::ofstream(site.root() + "/Datas/keep.txt") << "x";
+    for (const std::string& p : kSql) {
+        // The side of the signature names a column only when it is ok or no.
+        post_multipart(site, "user_signe.asp", multipart({{"OK_NO", p}}, "file1", "C:\\s" + std::to_string(p.size()) + ".gif"));
+        EXPECT_EQ(site.scalar("select count(id) as num from user where pen_ok is not null or pen_no is not null", "num"),
+                  "0")
+            << p;
+        post_multipart(site, "Sys_Modify.asp",
+                       multipart({{"work_time", p}, {"stat_time", "30"}, {"old_music", p}, {"logout", p}}, "mfile",
+                                 "C:\\" + p + ".mp3"));
+        EXPECT_EQ(site.scalar("select count(id) as num from software", "num"), "11") << p;
+        EXPECT_EQ(site.scalar("select Hardserial from software where softname='username'", "Hardserial"), "示范单位");
+    }
+    EXPECT_TRUE(std::filesystem::exists(site.root() + "/Datas/keep.txt"));
+    EXPECT_TRUE(std::filesystem::exists(site.root() + "/datebase/office.mdb"));
+    for (const auto& entry : std::filesystem::directory_iterator(site.root()))
+        EXPECT_FALSE(entry.path().extension() == ".mp3" || entry.path().extension() == ".gif") << entry.path();
+}
+
+TEST(AdminSecurity, ReflectedAndStoredValuesComeBackInert) {
+    for (const std::string& p : kMarkup) {
+        Site site;
+        std::string q = p;
+        for (std::size_t at = q.find('\''); at != std::string::npos; at = q.find('\'', at + 2)) q.insert(at, 1, '\'');
+        for (const char* column : {"TrueName", "sex", "Telphone", "Email", "IDCard", "Mobile", "Duty", "Address",
+                                   "SpeTech", "Zip", "UserRemark", "pen_ok", "pen_no"})
+            site.exec("update user set " + std::string(column) + "='" + q + "' where id=" + site.victim);
+        site.exec("insert into user(username,password,TrueName,DepartMentID) values ('" + q + "','x','" + q + "',1)");
+        site.exec("update DepartMent set name='" + q + "' where id=1");
+        site.exec("update word_type set name='" + q + "' where id=1");
+        site.exec("update menu set user_text='" + q + "' where menu_id in ('menu11','1101','3102')");
+        site.exec("update monitor set work_text='" + q + "'");
+        site.exec("update software set Hardserial='" + q + "' where softname in ('music','work_time','stat_time','username')");
+        site.get("login.asp");
+        ASSERT_TRUE(site.login("victim", kSecret));
+        const std::string& id = site.victim;
+        for (const std::string& page :
+             {std::string("Sys_User.asp"), std::string("Sys_User_Menu.asp"), std::string("Sys_User_Active.asp"),
+              "User_Info_Modify.asp?ID=" + id, "User_Info_Modify1.asp?id=" + id, "Sys_User_Menu_Modify.asp?ID=" + id,
+              "Sys_User_Active_List.asp?ID=" + id, std::string("user_signe.asp"), std::string("User_password_Modify.asp"),
+              std::string("Sys_Modify.asp"), std::string("NewRegister.asp"),
+              "user_signe_upload.asp?OK_NO=" + form_encode(p)})
+            expect_inert(site.get(page), page + " " + p);
+        // Echoed names and passwords of the save pages.
+        expect_inert(site.post_form("NewRegisterDo.asp", registration("UserName", p)), "taken or new name " + p);
+        expect_inert(site.post_form("User_password_Modify.asp", {{"userpassword", kSecret}, {"newpassword", p}}),
+                     "new password " + p);
+        Reply r = site.post_form("NewRegisterDo.asp", registration("ID", id));
+        EXPECT_EQ(r.status, 302) << p;
+    }
+}

@@ -1,0 +1,190 @@
+// Static media over the wire: byte ranges for seeking, their validators, and
+// the types players go by.
+#include <gtest/gtest.h>
+
+#include <chrono>
+#include <filesystem>
+#include <fstream>
+
+#include "server/http_server.h"
+#include "tests/support/http_client.h"
+#include "tests/support/test_site.h"
+
+using namespace tav;
+using test::Client;
+using test::TestSite;
+
+namespace {
+
+struct Served {
+    TestSite site;
+    HttpServer server;
+    Served()
+        : server(
+              [] {
+                  ServerOptions o;
+                  o.port = 0;
+                  o.workers = 2;
+                  o.header_timeout = std::chrono::seconds(3);
+                  o.idle_timeout = std::chrono::seconds(3);
+                  return o;
+              }(),
+              [this](const HttpRequest& r) { return site.site().handle(r); },
+              [this](const HttpRequest& r, HttpResponse& out) { return site.site().handle_quick(r, out); }) {
+        server.start();
+    }
+    ~Served() { server.stop(); }
+
+    // A file whose every offset holds a byte that tells where it is.
+    std::string put(const std::string& rel, std::size_t size) {
+        std::string bytes(size, '\0');
+        for (std::size_t i = 0; i < size; ++i) bytes[i] = static_cast<char>((i * 7 + i / 251) & 0xff);
+        std::filesystem::create_directories(std::filesystem::path(site.root() + "/" + rel).parent_path());
+        std::ofstream(site.root() + "/" + rel, std::ios::binary) << bytes;
+        return bytes;
+    }
+};
+
+std::string get(const std::string& path, const std::string& extra = "", const char* method = "GET") {
+    return std::string(method) + " " + path + " HTTP/1.1\r\nHost: 127.0.0.1\r\n" + extra + "\r\n";
+}
+
+}  // namespace
+
+// One small file (kept in the server's cache) and one large one (streamed
+// from disk) must answer every Range alike.
+TEST(StaticRanges, SingleRangesOnCachedAndStreamedFiles) {
+    Served s;
+    struct File {
+        std::string path;
+        std::string bytes;
+    } files[] = {{"/Medium/small.mp3", s.put("Medium/small.mp3", 1000)},
+                 {"/Medium/large.mp3", s.put("Medium/large.mp3", 3 * 1024 * 1024 + 17)}};
+    for (const auto& f : files) {
+        const std::uint64_t n = f.bytes.size();
+        struct Case {
+            std::string range;
+            int status;
+            std::uint64_t first, last;  // expected bytes for a 206
+        } cases[] = {
+            {"bytes=0-9", 206, 0, 9},
+            {"bytes=0-0", 206, 0, 0},
+            {"BYTES=5-5", 206, 5, 5},
+            {"bytes=100-", 206, 100, n - 1},
+            {"bytes=-5", 206, n - 5, n - 1},
+            {"bytes=-999999999", 206, 0, n - 1},                 // longer suffix than the file: all of it
+            {"bytes=10-99999999999999999999999", 206, 10, n - 1},  // past the end: cut there
+            {"bytes = 3-4", 200, 0, 0},   // blanks around "=" are no range syntax
+            {"bytes=" + std::to_string(n - 1) + "-", 206, n - 1, n - 1},
+            {"bytes=" + std::to_string(n) + "-", 416, 0, 0},
+            {"bytes=" + std::to_string(n + 100) + "-" + std::to_string(n + 200), 416, 0, 0},
+            {"bytes=-0", 416, 0, 0},
+            {"bytes=9-3", 200, 0, 0},       // not a range at all: ignored
+            {"bytes=0-1,5-6", 200, 0, 0},   // lists get the whole file
+            {"items=0-5", 200, 0, 0},
+            {"bytes=x-5", 200, 0, 0},
+        };
+        Client c(s.server.port());
+        for (const auto& k : cases) {
+            std::string where = f.path + " " + k.range;
+            c.send(get(f.path, "Range: " + k.range + "\r\n"));
+            auto r = c.read();
+            ASSERT_EQ(r.status, k.status) << where;
+            if (k.status != 416) {
+                EXPECT_EQ(r.headers["content-type"], "audio/mpeg") << where;
+            }
+            if (k.status == 206) {
+                EXPECT_EQ(r.headers["content-range"], "bytes " + std::to_string(k.first) + "-" +
+                                                          std::to_string(k.last) + "/" + std::to_string(n))
+                    << where;
+                EXPECT_TRUE(r.body == f.bytes.substr(k.first, k.last - k.first + 1)) << where;
+            } else if (k.status == 416) {
+                EXPECT_EQ(r.headers["content-range"], "bytes */" + std::to_string(n)) << where;
+            } else {
+                EXPECT_EQ(r.headers["accept-ranges"], "bytes") << where;
+                EXPECT_EQ(r.body.size(), n) << where;
+                EXPECT_TRUE(r.body == f.bytes) << where;
+            }
+        }
+        // The connection lived through every answer: their framing was right.
+        c.send(get(f.path, "Range: bytes=1-2\r\n"));
+        EXPECT_EQ(c.read().body, f.bytes.substr(1, 2)) << f.path;
+    }
+}
+
+TEST(StaticRanges, IfRangeServesThePartOnlyForTheSameFile) {
+    Served s;
+    for (std::size_t size : {std::size_t(4000), std::size_t(600 * 1024)}) {
+        std::string file = "Medium/tone" + std::to_string(size) + ".mp3";
+        std::string bytes = s.put(file, size);
+        Client c(s.server.port());
+        c.send(get("/" + file));
+        auto whole = c.read();
+        ASSERT_EQ(whole.status, 200);
+        std::string etag = whole.headers["etag"];
+        std::string date = whole.headers["last-modified"];
+        ASSERT_FALSE(etag.empty());
+        ASSERT_FALSE(date.empty());
+        struct Case {
+            std::string if_range;
+            int status;
+        } cases[] = {
+            {etag, 206},
+            {date, 206},
+            {"\"0-0\"", 200},                        // another version of the file
+            {"W/" + etag, 200},                      // weak tags never match here
+            {"Mon, 01 Jan 2001 00:00:00 GMT", 200},  // another date
+        };
+        for (const auto& k : cases) {
+            c.send(get("/" + file, "Range: bytes=10-19\r\nIf-Range: " + k.if_range + "\r\n"));
+            auto r = c.read();
+            EXPECT_EQ(r.status, k.status) << size << " " << k.if_range;
+            EXPECT_TRUE(r.body == (k.status == 206 ? bytes.substr(10, 10) : bytes)) << size << " " << k.if_range;
+        }
+        // A stale validator with a range past the end still gets the file, not an error.
+        c.send(get("/" + file, "Range: bytes=999999999-\r\nIf-Range: \"0-0\"\r\n"));
+        EXPECT_EQ(c.read().status, 200);
+    }
+}
+
+TEST(StaticRanges, HeadIgnoresTheRange) {
+    Served s;
+    std::string bytes = s.put("Medium/clip.mp4", 300 * 1024);
+    Client c(s.server.port());
+    c.send(get("/Medium/clip.mp4", "Range: bytes=0-9\r\n", "HEAD"));
+    auto head = c.read(true);
+    EXPECT_EQ(head.status, 200);
+    EXPECT_EQ(head.headers["content-length"], std::to_string(bytes.size()));
+    EXPECT_EQ(head.headers["accept-ranges"], "bytes");
+}
+
+TEST(StaticRanges, PlayersAndPlaylistsGetTheirTypes) {
+    Served s;
+    struct Case {
+        const char* file;
+        const char* type;
+    } cases[] = {
+        {"a.mp3", "audio/mpeg"},        {"a.wav", "audio/wav"},          {"a.ogg", "audio/ogg"},
+        {"a.MP4", "video/mp4"},         {"a.webm", "video/webm"},        {"a.asf", "video/x-ms-asf"},
+        {"a.wmv", "video/x-ms-wmv"},    {"a.wma", "audio/x-ms-wma"},     {"a.rm", "application/vnd.rn-realmedia"},
+        {"a.ram", "audio/x-pn-realaudio"}, {"a.m3u", "audio/x-mpegurl"}, {"a.asx", "video/x-ms-asf"},
+    };
+    Client c(s.server.port());
+    for (const auto& k : cases) {
+        s.put(std::string("Medium/temp/") + k.file, 64);
+        c.send(get(std::string("/Medium/temp/") + k.file, "Range: bytes=0-3\r\n"));
+        auto r = c.read();
+        EXPECT_EQ(r.status, 206) << k.file;
+        EXPECT_EQ(r.headers["content-type"], k.type) << k.file;
+    }
+}
+
+TEST(StaticRanges, PrivateFoldersAndTheDatabaseStayClosedToRanges) {
+    Served s;
+    s.put("Email/secret.mp3", 2000);
+    Client c(s.server.port());
+    c.send(get("/Email/secret.mp3", "Range: bytes=0-9\r\n"));
+    EXPECT_EQ(c.read().status, 404);
+    c.send(get("/datebase/office.mdb", "Range: bytes=0-9\r\n"));
+    EXPECT_EQ(c.read().status, 404);
+}
