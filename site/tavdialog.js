@@ -852,9 +852,25 @@
       win.location.href = final;
       return;
     }
+    // The browser would stand on the address the form was sent to, with the
+    // form one step back in the history.
+    var pushed = false;
+    try {
+      if (final) {
+        win.history.pushState({ tavUpload: 1 }, '', final);
+        pushed = true;
+      }
+    } catch (e) {
+      // another origin: keep the address
+    }
     doc.open();
     doc.write(xhr.responseText);
     doc.close();
+    if (pushed) {
+      // Back leaves the answer: show the page at that address again, as the
+      // browser would (opening the document dropped earlier listeners).
+      win.addEventListener('popstate', function () { win.location.reload(); }, { once: true });
+    }
   }
 
   function progressBox(doc, onCancel) {
