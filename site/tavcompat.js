@@ -2765,7 +2765,12 @@
     if (pushed) {
       // Back leaves the answer: show the page at that address again, as the
       // browser would (opening the document dropped earlier listeners).
-      win.addEventListener('popstate', function () { win.location.reload(); }, { once: true });
+      var onPop = function (ev) {
+        if (ev.state && ev.state.tavUpload) return;  // still on the answer
+        win.removeEventListener('popstate', onPop);
+        win.location.reload();
+      };
+      win.addEventListener('popstate', onPop);
     }
   }
 

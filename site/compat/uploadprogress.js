@@ -131,7 +131,12 @@ function showAnswer(win, xhr, action) {
   if (pushed) {
     // Back leaves the answer: show the page at that address again, as the
     // browser would (opening the document dropped earlier listeners).
-    win.addEventListener('popstate', function () { win.location.reload(); }, { once: true });
+    var onPop = function (ev) {
+      if (ev.state && ev.state.tavUpload) return;  // still on the answer
+      win.removeEventListener('popstate', onPop);
+      win.location.reload();
+    };
+    win.addEventListener('popstate', onPop);
   }
 }
 

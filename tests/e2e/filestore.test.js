@@ -32,7 +32,12 @@ async function rightClick(page, frame, selector) {
 }
 
 async function chooseFile(page, file) {
-  const frame = page.raw.frames().find((f) => /file_upload\.asp/.test(f.url()));
+  // The driver learns of a frame's new address a little after it loads.
+  let frame;
+  for (let i = 0; i < 100 && !frame; i++) {
+    frame = page.raw.frames().find((f) => /file_upload\.asp/.test(f.url()));
+    if (!frame) await new Promise((r) => setTimeout(r, 100));
+  }
   assert.ok(frame, 'the upload form in its frame');
   if (page.engine === 'chromium') await frame.setInputFiles('input[name=File1]', file);
   else await (await frame.$('input[name=File1]')).uploadFile(file);
