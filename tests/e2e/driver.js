@@ -37,7 +37,8 @@ async function launchFirefox() {
 // A page of either engine. Uncaught exceptions in any frame, console errors and alert texts
 // collect in `errors`, `console` and `alerts`; alerts and confirms are accepted.
 class Page {
-  constructor(engine, raw) {
+  // ownDialogs: the test answers dialogs itself (prompts that need a text).
+  constructor(engine, raw, { ownDialogs = false } = {}) {
     this.engine = engine;
     this.raw = raw;
     this.errors = [];
@@ -46,10 +47,12 @@ class Page {
     raw.on('pageerror', (e) => this.errors.push(String(e && e.message || e)));
     // errors the scripts report themselves (the compat script names bad VBScript lines)
     raw.on('console', (m) => { if (m.type() === 'error') this.console.push(m.text()); });
-    raw.on('dialog', async (d) => {
-      this.alerts.push(d.message());
-      try { await d.accept(); } catch (_) { /* closed with its page */ }
-    });
+    if (!ownDialogs) {
+      raw.on('dialog', async (d) => {
+        this.alerts.push(d.message());
+        try { await d.accept(); } catch (_) { /* closed with its page */ }
+      });
+    }
   }
 
   // Uncaught exceptions and console errors, but for resources that failed to load (a page of
@@ -182,7 +185,7 @@ class Page {
 class Browser {
   constructor(engine, raw) { this.engine = engine; this.raw = raw; }
 
-  async newPage({ width = 1024, height = 768 } = {}) {
+  async newPage({ width = 1024, height = 768, ownDialogs = false } = {}) {
     let raw;
     if (this.engine === 'chromium') {
       // a context of its own: cookies and history start empty
@@ -195,7 +198,7 @@ class Browser {
       await raw.setViewport({ width, height });
       raw.close = ((close) => async () => { await close.call(raw); await ctx.close(); })(raw.close);
     }
-    return new Page(this.engine, raw);
+    return new Page(this.engine, raw, { ownDialogs });
   }
 
   async close() { await this.raw.close(); }

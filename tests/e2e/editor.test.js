@@ -1,14 +1,14 @@
 'use strict';
 // The rich text editor in real browsers: a host page written the IE way (toolbar markup as the
 // server writes it, the `mytext` frame, the start script with its JScript event binding, then
-// edit.js), served as gb2312 by a small server of our own. Chromium through playwright-core;
-// Firefox ESR through puppeteer-core when that package is installed.
+// edit.js), served as gb2312 by a small server of our own, in both engines of driver.js.
 const test = require('node:test');
 const assert = require('node:assert/strict');
 const http = require('node:http');
 const fs = require('node:fs');
 const path = require('node:path');
 const { execFileSync } = require('node:child_process');
+const { flow, closeBrowsers } = require('./driver');
 
 const FIXTURES = path.join(__dirname, 'fixtures');
 const SITE = path.join(__dirname, '..', '..', 'site');
@@ -86,45 +86,17 @@ function startServer() {
   }));
 }
 
-// ---- one small surface over both drivers
+// ---- the flows' driver, with the dialogs left to these checks (prompts take texts)
 
-async function chromiumDriver() {
-  const { chromium } = require('playwright-core');
-  const browser = await chromium.launch({
-    executablePath: process.env.CHROMIUM || '/usr/bin/chromium',
-    args: ['--no-sandbox', '--disable-gpu', '--no-first-run', '--disable-background-networking',
-      '--disable-component-update', '--disable-sync'],
-  });
+function editorDriver(browser) {
   return {
-    name: 'chromium',
-    close: () => browser.close(),
+    name: browser.engine,
     newPage: async () => {
-      const page = await browser.newPage({ viewport: { width: 1000, height: 720 } });
-      return { page, select: (sel, value) => page.selectOption(sel, value) };
-    },
-  };
-}
-
-function firefoxAvailable() {
-  if (!fs.existsSync(process.env.FIREFOX || '/usr/bin/firefox-esr')) return false;
-  try { require.resolve('puppeteer-core'); return true; } catch (_) { return false; }
-}
-
-async function firefoxDriver() {
-  const puppeteer = require('puppeteer-core');
-  const browser = await puppeteer.launch({
-    browser: 'firefox', protocol: 'webDriverBiDi', headless: true,
-    executablePath: process.env.FIREFOX || '/usr/bin/firefox-esr',
-    defaultViewport: { width: 1000, height: 720 },
-    extraPrefsFirefox: { 'intl.accept_languages': 'zh-CN' },
-  });
-  return {
-    name: 'firefox',
-    close: () => browser.close(),
-    newPage: async () => {
-      const page = await browser.newPage();
-      await page.setViewport({ width: 1000, height: 720 });
-      return { page, select: (sel, value) => page.select(sel, value) };
+      const { raw } = await browser.newPage({ width: 1000, height: 720, ownDialogs: true });
+      const select = browser.engine === 'chromium'
+        ? (sel, value) => raw.selectOption(sel, value)
+        : (sel, value) => raw.select(sel, value);
+      return { page: raw, select };
     },
   };
 }
@@ -408,14 +380,6 @@ test.before(async () => {
 });
 test.after(() => { if (server) server.close(); });
 
-test('editor in chromium', async (t) => {
-  const driver = await chromiumDriver();
-  t.after(() => driver.close());
-  await editorChecks(t, driver);
-});
+test.after(closeBrowsers);
 
-test('editor in firefox', { skip: firefoxAvailable() ? false : 'puppeteer-core or firefox-esr not installed' }, async (t) => {
-  const driver = await firefoxDriver();
-  t.after(() => driver.close());
-  await editorChecks(t, driver);
-});
+flow(test, 'rich text editor', async (browser, t) => editorChecks(t, editorDriver(browser)));
