@@ -82,22 +82,7 @@ public:
         // The start text is written into the editor's document: only the
         // formatting subset, and as a script literal that cannot end early.
         Response.line("else note_body = '" + js_string(allow_markup(body)) + "';");
-        Response.line("function document.onreadystatechange() {");
-        Response.line("  var i, curr;");
-        Response.line("  YInitialized = true;");
-        Response.line("  for (i = 0; i < document.body.all.length; i++) {");
-        Response.line("    curr = document.body.all[i];");
-        Response.line("    if (curr.className == \"yToolbar\") {");
-        Response.line("      if (!InitTB(curr)) alert(\"工具条: \" + curr.id + \" 初始化失败\");");
-        Response.line("      yToolbars[yToolbars.length] = curr;");
-        Response.line("    }");
-        Response.line("  }");
-        Response.line("  mytext.document.open();");
-        Response.line("  mytext.document.write('<BODY MONOSPACE STYLE=\"font:10pt arial,sans-serif\">' + note_body + "
-                      "'</BODY>');");
-        Response.line("  mytext.document.close();");
-        Response.line("  mytext.document.designMode = 'On';");
-        Response.line("}");
+        box.write_ready_routine("10pt arial,sans-serif");
         Response.line("</script>");
         Response.line("<script language=\"javascript\" src=\"edit.js\"></script>");
         Response.line("</body>");

@@ -82,7 +82,7 @@ public:
         Response.line("<input type=\"hidden\" name=\"body\" value=\"\">");
         Response.line("</form>");
         Response.line("</div>");
-        write_start_script(initial);
+        write_start_script(box, initial);
         Response.line("<script src=\"edit.js\"></script>");
         Response.line("</body>");
         Response.line("</html>");
@@ -95,28 +95,13 @@ private:
     // The block is therefore typed text/x-jscript: browsers leave it alone
     // (no syntax error on the console) and edit.js, which reads the page's
     // JScript blocks, binds and runs it.
-    void write_start_script(const std::string& initial) {
+    void write_start_script(InputBox& box, const std::string& initial) {
         Response.line("<script type=\"text/x-jscript\">");
         Response.line("var note_body;");
         Response.line("if (parent.m_body + '1' != 'undefined1') note_body = parent.m_body;");
         Response.line("else note_body = '" + js_string(allow_markup(initial)) + "';");
         Response.line("");
-        Response.line("function document.onreadystatechange() {");
-        Response.line("  var i, curr;");
-        Response.line("  YInitialized = true;");
-        Response.line("  for (i = 0; i < document.body.all.length; i++) {");
-        Response.line("    curr = document.body.all[i];");
-        Response.line("    if (curr.className == \"yToolbar\") {");
-        Response.line("      if (!InitTB(curr)) alert(\"工具条: \" + curr.id + \" 初始化失败\");");
-        Response.line("      yToolbars[yToolbars.length] = curr;");
-        Response.line("    }");
-        Response.line("  }");
-        Response.line("  mytext.document.open();");
-        Response.line("  mytext.document.write('<BODY MONOSPACE STYLE=\"font:10pt 宋体,arial,sans-serif\">' + note_body + "
-                      "'</BODY>');");
-        Response.line("  mytext.document.close();");
-        Response.line("  mytext.document.designMode = 'On';");
-        Response.line("}");
+        box.write_ready_routine("10pt 宋体,arial,sans-serif");
         Response.line("");
         Response.line("function editinfo() {");
         Response.line("  if (bTextMode) postform.body.value = mytext.document.body.innerText;");

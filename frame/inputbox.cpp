@@ -105,4 +105,23 @@ void InputBox::inputboxI_init() {
     });
 }
 
+void InputBox::write_ready_routine(std::string_view font) {
+    Response.line("function document.onreadystatechange() {");
+    Response.line("  var i, curr;");
+    Response.line("  YInitialized = true;");
+    Response.line("  for (i = 0; i < document.body.all.length; i++) {");
+    Response.line("    curr = document.body.all[i];");
+    Response.line("    if (curr.className == \"yToolbar\") {");
+    Response.line("      if (!InitTB(curr)) alert(\"工具条: \" + curr.id + \" 初始化失败\");");
+    Response.line("      yToolbars[yToolbars.length] = curr;");
+    Response.line("    }");
+    Response.line("  }");
+    Response.line("  mytext.document.open();");
+    Response.line("  mytext.document.write('<BODY MONOSPACE STYLE=\"font:" + std::string(font) +
+                  "\">' + note_body + '</BODY>');");
+    Response.line("  mytext.document.close();");
+    Response.line("  mytext.document.designMode = 'On';");
+    Response.line("}");
+}
+
 }  // namespace tav
