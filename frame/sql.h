@@ -66,15 +66,32 @@ public:
     std::string joined() const;
 
     // Found only through an Sql operand, so "text" + value stays a string.
-    friend Sql operator+(Sql a, const char* program) { return a += program; }
-    friend Sql operator+(Sql a, const Value& value) { return a += value; }
-    friend Sql operator+(Sql a, const std::string& value) { return a += value; }
-    friend Sql operator+(Sql a, const SqlName& name) { return a += name; }
-    friend Sql operator+(Sql a, const Sql& b) { return a += b; }
+    // `a` is returned by name so that a chain of + moves its parts along.
+    friend Sql operator+(Sql a, const char* program) {
+        a += program;
+        return a;
+    }
+    friend Sql operator+(Sql a, const Value& value) {
+        a += value;
+        return a;
+    }
+    friend Sql operator+(Sql a, const std::string& value) {
+        a += value;
+        return a;
+    }
+    friend Sql operator+(Sql a, const SqlName& name) {
+        a += name;
+        return a;
+    }
+    friend Sql operator+(Sql a, const Sql& b) {
+        a += b;
+        return a;
+    }
     template <class T>
         requires std::is_arithmetic_v<T>
     friend Sql operator+(Sql a, T number) {
-        return a += number;
+        a += number;
+        return a;
     }
     friend Sql operator""_sql(const char* s, std::size_t n);
 

@@ -146,6 +146,9 @@ struct StoreHandle {
     // Set while the store itself begins or ends that snapshot: the engine
     // may prepare those two again, and the authorizer must let them pass.
     bool own_transaction = false;
+    // Names from requests already looked up in the schema, which pages
+    // cannot change. Bounded: the names come from users.
+    std::unordered_map<std::string, bool> schema_names;
 
     ~StoreHandle() {
         for (auto& c : lru) sqlite3_finalize(c.st);
@@ -463,7 +466,7 @@ void Connection::Open(const std::string& connection_string, std::source_location
     impl_ = std::move(impl);
 }
 // Whether a name from a request is one of the schema's tables or columns.
-static bool schema_name(sqlite3* db, const std::string& name) {
+static bool lookup_schema_name(sqlite3* db, const std::string& name) {
     if (name.size() >= 7 && iequals(std::string_view(name).substr(0, 7), "sqlite_")) return false;
     if (sqlite3_table_column_metadata(db, "main", name.c_str(), nullptr, nullptr, nullptr, nullptr, nullptr,
                                       nullptr) == SQLITE_OK)
@@ -479,6 +482,14 @@ static bool schema_name(sqlite3* db, const std::string& name) {
                                                        nullptr, nullptr) == SQLITE_OK;
     }
     sqlite3_finalize(st);
+    return found;
+}
+
+static bool schema_name(StoreHandle& h, const std::string& name) {
+    if (auto it = h.schema_names.find(name); it != h.schema_names.end()) return it->second;
+    bool found = lookup_schema_name(h.db, name);
+    if (h.schema_names.size() >= 512) h.schema_names.clear();
+    h.schema_names.emplace(name, found);
     return found;
 }
 
@@ -528,7 +539,7 @@ Recordset Connection::run(const Sql& sql, std::size_t window_rows, long long win
     StoreHandle& h = *impl_->h;
     sqlite3* db = h.db;
     BoundSql bound;
-    std::string error = bind_sql(sql, bound, [db](const std::string& n) { return schema_name(db, n); });
+    std::string error = bind_sql(sql, bound, [&h](const std::string& n) { return schema_name(h, n); });
     if (!error.empty()) raise_error(err::sql_failure, error);
     if (bound.text.size() > max_program_bytes) raise_error(err::sql_failure, "statement too long");
 

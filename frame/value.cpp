@@ -5,6 +5,8 @@
 #include <cstdlib>
 #include <strings.h>
 
+#include <utility>
+
 #include "frame/errors.h"
 
 namespace tav {
@@ -116,6 +118,10 @@ bool operator>=(const Value& a, const Value& b) {
 }
 
 std::string operator+(const std::string& a, const Value& b) { return a + b.str(); }
+std::string operator+(std::string&& a, const Value& b) {
+    a += b.str();
+    return std::move(a);
+}
 std::string operator+(const Value& a, const std::string& b) { return a.str() + b; }
 std::string operator+(const char* a, const Value& b) { return std::string(a) + b.str(); }
 std::string operator+(const Value& a, const char* b) { return a.str() + b; }

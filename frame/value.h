@@ -71,6 +71,7 @@ private:
 
 // Concatenation, the `&` of the pages: every operand joins as its str().
 std::string operator+(const std::string& a, const Value& b);
+std::string operator+(std::string&& a, const Value& b);  // a chain grows one string
 std::string operator+(const Value& a, const std::string& b);
 std::string operator+(const char* a, const Value& b);
 std::string operator+(const Value& a, const char* b);

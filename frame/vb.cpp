@@ -10,13 +10,20 @@ namespace tav {
 namespace {
 
 // Byte offsets of the characters of a UTF-8 text, with the end appended.
-std::vector<std::size_t> char_offsets(const std::string& s) {
-    std::vector<std::size_t> off;
-    off.reserve(s.size() + 1);
+bool lead_byte(char c) { return (static_cast<unsigned char>(c) & 0xC0) != 0x80; }
+
+// Characters in s[0, end).
+std::size_t chars_before(const std::string& s, std::size_t end) {
+    std::size_t n = 0;
+    for (std::size_t i = 0; i < end; ++i) n += lead_byte(s[i]);
+    return n;
+}
+
+// Byte offset of character n (0-based); s.size() when there are n or fewer.
+std::size_t byte_of_char(const std::string& s, std::size_t n) {
     for (std::size_t i = 0; i < s.size(); ++i)
-        if ((static_cast<unsigned char>(s[i]) & 0xC0) != 0x80) off.push_back(i);
-    off.push_back(s.size());
-    return off;
+        if (lead_byte(s[i]) && n-- == 0) return i;
+    return s.size();
 }
 
 bool is_blank(char c) { return c == ' '; }
@@ -34,50 +41,45 @@ Value Trim(const Value& v) {
 
 long Len(const Value& v) {
     std::string s = v.str();
-    return static_cast<long>(char_offsets(s).size() - 1);
+    return static_cast<long>(chars_before(s, s.size()));
 }
 
 std::string Left(const Value& v, long n) {
     if (n < 0) raise_error(err::invalid_call);
     std::string s = v.str();
-    auto off = char_offsets(s);
-    std::size_t count = off.size() - 1;
-    if (static_cast<std::size_t>(n) >= count) return s;
-    return s.substr(0, off[n]);
+    return s.substr(0, byte_of_char(s, static_cast<std::size_t>(n)));
 }
 
 std::string Right(const Value& v, long n) {
     if (n < 0) raise_error(err::invalid_call);
     std::string s = v.str();
-    auto off = char_offsets(s);
-    std::size_t count = off.size() - 1;
+    std::size_t count = chars_before(s, s.size());
     if (static_cast<std::size_t>(n) >= count) return s;
-    return s.substr(off[count - n]);
+    return s.substr(byte_of_char(s, count - static_cast<std::size_t>(n)));
 }
 
 std::string Mid(const Value& v, long start, long len) {
     if (start < 1) raise_error(err::invalid_call);
     std::string s = v.str();
-    auto off = char_offsets(s);
-    std::size_t count = off.size() - 1;
-    if (static_cast<std::size_t>(start) > count) return {};
-    std::size_t from = off[start - 1];
-    if (len < 0 || static_cast<std::size_t>(start - 1 + len) >= count) return s.substr(from);
-    return s.substr(from, off[start - 1 + len] - from);
+    std::size_t from = byte_of_char(s, static_cast<std::size_t>(start - 1));
+    if (from >= s.size()) return {};
+    if (len < 0) return s.substr(from);
+    std::size_t to = from;
+    for (long k = 0; to < s.size() && k <= len; ++to)
+        if (lead_byte(s[to]) && k++ == len) break;
+    return s.substr(from, to - from);
 }
 
 long InStr(long start, const Value& s, const Value& part) {
     if (start < 1) raise_error(err::invalid_call);
     if (s.is_null() || part.is_null()) return 0;
     std::string hay = s.str(), needle = part.str();
-    auto off = char_offsets(hay);
-    std::size_t count = off.size() - 1;
-    if (static_cast<std::size_t>(start) > count) return needle.empty() && start == 1 ? 1 : 0;
+    std::size_t from = byte_of_char(hay, static_cast<std::size_t>(start - 1));
+    if (from >= hay.size()) return needle.empty() && start == 1 ? 1 : 0;
     if (needle.empty()) return start;
-    std::size_t at = hay.find(needle, off[start - 1]);
-    if (at == std::string::npos) return 0;
-    for (std::size_t k = 0; k < off.size(); ++k)
-        if (off[k] == at) return static_cast<long>(k + 1);
+    // A match must begin on a character, not inside one.
+    for (std::size_t at = hay.find(needle, from); at != std::string::npos; at = hay.find(needle, at + 1))
+        if (lead_byte(hay[at])) return static_cast<long>(chars_before(hay, at) + 1);
     return 0;
 }
 
@@ -86,11 +88,8 @@ long InStr(const Value& s, const Value& part) { return InStr(1, s, part); }
 long InStrRev(const Value& s, const Value& part) {
     if (s.is_null() || part.is_null()) return 0;
     std::string hay = s.str(), needle = part.str();
-    std::size_t at = hay.rfind(needle);
-    if (at == std::string::npos) return 0;
-    auto off = char_offsets(hay);
-    for (std::size_t k = 0; k < off.size(); ++k)
-        if (off[k] == at) return static_cast<long>(k + 1);
+    for (std::size_t at = hay.rfind(needle); at != std::string::npos; at = at ? hay.rfind(needle, at - 1) : std::string::npos)
+        if (lead_byte(hay[at])) return static_cast<long>(chars_before(hay, at) + 1);
     return 0;
 }
 

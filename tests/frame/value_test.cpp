@@ -65,6 +65,11 @@ TEST(Vb, TrimKeepsNullAndCountsCharacters) {
     EXPECT_EQ(Right(Value("审计系统"), 1), "统");
     EXPECT_EQ(Mid(Value("审计系统"), 2, 2), "计系");
     EXPECT_EQ(Mid(Value("abc"), 5), "");
+    EXPECT_EQ(Mid(Value("审计系统"), 3), "系统");
+    EXPECT_EQ(Mid(Value("审计系统"), 4, 9), "统");
+    EXPECT_EQ(Mid(Value("审计系统"), 2, 0), "");
+    EXPECT_EQ(Left(Value("审计"), 5), "审计");
+    EXPECT_EQ(Right(Value("审计"), 5), "审计");
     EXPECT_THROW(Left(Value("abc"), -1), PageError);
 }
 
@@ -77,6 +82,10 @@ TEST(Vb, InStrIsOneBasedBinaryAndCharacterCounted) {
     EXPECT_EQ(InStr(Value("model"), Value("del")), 3);
     EXPECT_EQ(InStr(Value::null(), Value("x")), 0);
     EXPECT_EQ(InStrRev(Value("C:\\a\\b.gif"), Value("\\")), 5);
+    EXPECT_EQ(InStr(3, Value("审|计|"), Value("|")), 4);
+    EXPECT_EQ(InStr(9, Value("审计"), Value("计")), 0);
+    EXPECT_EQ(InStrRev(Value("审|计|统"), Value("|")), 4);
+    EXPECT_EQ(InStr(Value("审"), Value("\xae")), 0);  // a byte inside a character is no match
 }
 
 TEST(Vb, ReplaceFailsOnNullAndSplitKeepsEmptyParts) {
