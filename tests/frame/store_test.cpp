@@ -647,7 +647,7 @@ TEST_F(StoreTest, ReusedStatementsTakeTheirNewValues) {
     for (int round = 0; round < 2; ++round)
         for (int i = 1; i <= 80; ++i) {
             Sql sql = Sql::trusted("select Name from Address where id=" + std::to_string(i % 70 + 1) + " and 1=") + 1;
-            ASSERT_EQ(conn.execute(sql)("name").str(), "n" + std::to_string(i % 70 + 1));
+            ASSERT_EQ(conn.execute(sql)("name").str(), std::string("n").append(std::to_string(i % 70 + 1)));
             ASSERT_EQ(num("select count(id) as num from Address where User_id="_sql + i % 3), i % 3 == 0 ? 26 : 27);
         }
     // A statement that failed half-way is at rest and runs again.
