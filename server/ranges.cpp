@@ -47,12 +47,12 @@ RangeAnswer choose_range(std::string_view range, std::string_view if_range, std:
     std::string unit;
     for (char c : range.substr(0, 6)) unit += static_cast<char>(std::tolower(static_cast<unsigned char>(c)));
     if (unit != "bytes=") return RangeAnswer::Whole;
-    std::string_view spec = trim(range.substr(6));
-    if (spec.find(',') != std::string_view::npos) return RangeAnswer::Whole;
-    std::size_t dash = spec.find('-');
+    std::string_view bounds = trim(range.substr(6));
+    if (bounds.find(',') != std::string_view::npos) return RangeAnswer::Whole;
+    std::size_t dash = bounds.find('-');
     if (dash == std::string_view::npos) return RangeAnswer::Whole;
-    std::string_view a = trim(spec.substr(0, dash));
-    std::string_view b = trim(spec.substr(dash + 1));
+    std::string_view a = trim(bounds.substr(0, dash));
+    std::string_view b = trim(bounds.substr(dash + 1));
     std::uint64_t first = 0, last = 0;
     bool satisfiable;
     if (a.empty()) {

@@ -3,6 +3,7 @@
 #include <sqlite3.h>
 #include <sys/stat.h>
 
+#include <cctype>
 #include <chrono>
 #include <cstdio>
 #include <ctime>
@@ -418,6 +419,50 @@ void unsatisfiable(HttpResponse& out, std::uint64_t size) {
 
 }  // namespace
 
+namespace {
+
+// A file name as one segment of a relative address.
+std::string segment_escape(const std::string& name) {
+    static const char hex[] = "0123456789ABCDEF";
+    std::string out;
+    for (unsigned char c : name) {
+        if (std::isalnum(c) || c == '-' || c == '_' || c == '.' || c == '~') {
+            out += static_cast<char>(c);
+        } else {
+            out += '%';
+            out += hex[c >> 4];
+            out += hex[c & 15];
+        }
+    }
+    return out;
+}
+
+bool is_playlist(const std::string& low) {
+    return low.ends_with(".asx") || low.ends_with(".m3u") || low.ends_with(".ram");
+}
+
+// Windows took a playlist opened in a window to its media player; a browser
+// today would save it. Opened as a page, the list gets one that plays it
+// (the dialog bundle turns the player object into an audio element that
+// reads the list); the player's own request for the list gets the file.
+HttpResponse playlist_page(const std::string& norm) {
+    std::string name = norm.substr(norm.rfind('/') + 1);
+    HttpResponse out;
+    out.set_header("Content-Type", "text/html; charset=utf-8");
+    out.set_header("Cache-Control", "no-cache");
+    out.set_header("Vary", "Sec-Fetch-Dest");
+    out.body =
+        "<!DOCTYPE html>\n<html>\n<head>\n<meta charset=\"utf-8\">\n<title>" + html_text(name) +
+        "</title>\n<link rel=\"stylesheet\" href=\"/style.css\">\n<script src=\"/tavdialog.js\"></script>\n</head>\n"
+        "<body background=\"/images/login_bj.gif\" leftmargin=\"0\" topmargin=\"0\">\n<center>\n"
+        "<object classid=\"clsid:22D6F312-B0F6-11D0-94AB-0080C74C7E95\" width=\"275\" height=\"45\">"
+        "<param name=\"FileName\" value=\"" + segment_escape(name) + "\"></object>\n"
+        "</center>\n</body>\n</html>\n";
+    return out;
+}
+
+}  // namespace
+
 HttpResponse Site::serve_static(const std::string& norm, const HttpRequest& req) {
     // The database folder, database files and hidden files are never served.
     std::size_t slash = norm.find('/', 1);
@@ -429,6 +474,13 @@ HttpResponse Site::serve_static(const std::string& norm, const HttpRequest& req)
         low.ends_with("-journal"))
         return not_found();
     const bool guarded = slash != std::string::npos && is_guarded(first);
+    if (is_playlist(low) && iequals(req.header("Sec-Fetch-Dest"), "document")) {
+        if (guarded && !may_read(norm, req)) return not_found();
+        std::string full = resolve_without_case(root_ + norm);
+        struct stat st;
+        if (!path_inside(root_, full) || ::stat(full.c_str(), &st) != 0 || !S_ISREG(st.st_mode)) return not_found();
+        return playlist_page(norm);
+    }
     std::string inm = req.header("If-None-Match");
 
     if (!guarded) {

@@ -188,3 +188,30 @@ TEST(StaticRanges, PrivateFoldersAndTheDatabaseStayClosedToRanges) {
     c.send(get("/datebase/office.mdb", "Range: bytes=0-9\r\n"));
     EXPECT_EQ(c.read().status, 404);
 }
+
+// A list opened as a page gets a page that plays it; the player's own
+// request for the list, and a list that is not there, do not.
+TEST(StaticRanges, APlaylistOpenedAsAPageGetsAPlayer) {
+    Served s;
+    s.put("Medium/temp/Audio1712.asx", 40);
+    Client c(s.server.port());
+    c.send(get("/medium/temp/audio1712.ASX", "Sec-Fetch-Dest: document\r\n"));
+    auto page = c.read();
+    EXPECT_EQ(page.status, 200);
+    EXPECT_EQ(page.headers["content-type"], "text/html; charset=utf-8");
+    EXPECT_NE(page.body.find("<param name=\"FileName\" value=\"audio1712.ASX\">"), std::string::npos) << page.body;
+    EXPECT_NE(page.body.find("22D6F312-B0F6-11D0-94AB-0080C74C7E95"), std::string::npos);
+    EXPECT_NE(page.body.find("<script src=\"/tavdialog.js\">"), std::string::npos);
+
+    c.send(get("/Medium/temp/Audio1712.asx", "Sec-Fetch-Dest: empty\r\n"));
+    auto list = c.read();
+    EXPECT_EQ(list.status, 200);
+    EXPECT_EQ(list.headers["content-type"], "video/x-ms-asf");
+    EXPECT_EQ(list.body.size(), 40u);
+
+    c.send(get("/Medium/temp/Audio9.asx", "Sec-Fetch-Dest: document\r\n"));
+    EXPECT_EQ(c.read().status, 404);
+    s.put("Email/1/secret.asx", 10);
+    c.send(get("/Email/1/secret.asx", "Sec-Fetch-Dest: document\r\n"));
+    EXPECT_EQ(c.read().status, 404);
+}
