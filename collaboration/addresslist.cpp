@@ -14,7 +14,8 @@ public:
         Value uid = Session("USER_ID");
         PageBar bar(*this, {.url = "Address_list.asp", .size = 10, .limit = 10, .row_height = 26});
         bar.read_p();
-        bar.count("select count(id) as num from Address where user_id="_sql + uid);
+        // The store keeps each account's number of cards (address_tally).
+        bar.count("select coalesce(sum(num),0) as num from address_tally where user_id="_sql + uid);
         rs = bar.fetch("select * from Address where user_id="_sql + uid);
 
         write_head({});

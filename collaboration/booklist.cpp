@@ -19,7 +19,8 @@ public:
         [[maybe_unused]] Value type = Trim(Request.querystring("type"));  // read, and nothing uses it
         const bool manager = GL == "1";
 
-        bar.count("select count(id) as num from Book where Reply_id=0");
+        // The store keeps the number of threads (book_tally).
+        bar.count("select num from book_tally");
         rs = bar.fetch("select * from Book where Reply_id=0 order by Book_date DESC");
 
         write_head({.title = "GuestBook List", .no_cache_days = 5});

@@ -1,6 +1,7 @@
 #include "frame/pagebar.h"
 
 #include <algorithm>
+#include <charconv>
 #include <limits>
 
 #include "frame/page.h"
@@ -86,11 +87,23 @@ void PageBar::write_nav(std::source_location loc) {
 
     // the selection box; its form field P comes back as p
     Response.write(" 第<select name=\"P\" style=\"font-size:9pt\" Onchange=\"change_sort()\">", loc);
+    // One option a page: a long list has thousands, so they are made in
+    // one piece rather than a write each.
+    std::string options;
+    options.reserve(static_cast<std::size_t>(last_ + 1) * 40);
+    char digits[24];
+    auto number = [&](long long n) {
+        auto end = std::to_chars(digits, digits + sizeof digits, n).ptr;
+        options.append(digits, static_cast<std::size_t>(end - digits));
+    };
     for (long long i = 0; i <= last_; ++i) {
-        Response.write("<option value=\"" + std::to_string(i) + "\"" + (i == p_ ? " selected" : "") + ">" +
-                           std::to_string(i + 1) + "</option>",
-                       loc);
+        options += "<option value=\"";
+        number(i);
+        options += i == p_ ? "\" selected>" : "\">";
+        number(i + 1);
+        options += "</option>";
     }
+    Response.write(options, loc);
     Response.line("</select>页/共" + std::to_string(last_ + 1) + "页", loc);
 
     // next and last

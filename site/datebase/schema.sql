@@ -207,9 +207,80 @@ END;
 CREATE INDEX email_inbox ON Email(to_user_id, To_del, id);
 CREATE INDEX email_sent ON Email(send_user_id, Send_del, id);
 CREATE INDEX email_doc ON Email(Email_doc);
+-- The size of each mailbox folder, kept on every change of a mail: the
+-- list's page count without counting a long inbox on every view. Folder 0
+-- the inbox (to_user_id, To_del=0), 1 its read mails (read=1), 2 the
+-- deleted mails (To_del=1), 3 the sent mails (send_user_id, Send_del=0).
+CREATE TABLE email_tally (
+  user_id INTEGER NOT NULL,
+  folder INTEGER NOT NULL,
+  num INTEGER NOT NULL DEFAULT 0,
+  PRIMARY KEY (user_id, folder)
+);
+CREATE TRIGGER email_tally_insert AFTER INSERT ON Email BEGIN
+  INSERT OR IGNORE INTO email_tally(user_id, folder) SELECT NEW.to_user_id, 0 WHERE NEW.to_user_id IS NOT NULL
+    UNION ALL SELECT NEW.to_user_id, 1 WHERE NEW.to_user_id IS NOT NULL
+    UNION ALL SELECT NEW.to_user_id, 2 WHERE NEW.to_user_id IS NOT NULL
+    UNION ALL SELECT NEW.send_user_id, 3 WHERE NEW.send_user_id IS NOT NULL;
+  UPDATE email_tally SET num = num + 1 WHERE user_id = NEW.to_user_id AND ((folder = 0 AND NEW.To_del = 0)
+    OR (folder = 1 AND NEW.read = 1 AND NEW.To_del = 0) OR (folder = 2 AND NEW.To_del = 1));
+  UPDATE email_tally SET num = num + 1 WHERE user_id = NEW.send_user_id AND folder = 3 AND NEW.Send_del = 0;
+END;
+CREATE TRIGGER email_tally_delete AFTER DELETE ON Email BEGIN
+  UPDATE email_tally SET num = num - 1 WHERE user_id = OLD.to_user_id AND ((folder = 0 AND OLD.To_del = 0)
+    OR (folder = 1 AND OLD.read = 1 AND OLD.To_del = 0) OR (folder = 2 AND OLD.To_del = 1));
+  UPDATE email_tally SET num = num - 1 WHERE user_id = OLD.send_user_id AND folder = 3 AND OLD.Send_del = 0;
+END;
+CREATE TRIGGER email_tally_update AFTER UPDATE OF to_user_id, send_user_id, read, To_del, Send_del ON Email BEGIN
+  UPDATE email_tally SET num = num - 1 WHERE user_id = OLD.to_user_id AND ((folder = 0 AND OLD.To_del = 0)
+    OR (folder = 1 AND OLD.read = 1 AND OLD.To_del = 0) OR (folder = 2 AND OLD.To_del = 1));
+  UPDATE email_tally SET num = num - 1 WHERE user_id = OLD.send_user_id AND folder = 3 AND OLD.Send_del = 0;
+  INSERT OR IGNORE INTO email_tally(user_id, folder) SELECT NEW.to_user_id, 0 WHERE NEW.to_user_id IS NOT NULL
+    UNION ALL SELECT NEW.to_user_id, 1 WHERE NEW.to_user_id IS NOT NULL
+    UNION ALL SELECT NEW.to_user_id, 2 WHERE NEW.to_user_id IS NOT NULL
+    UNION ALL SELECT NEW.send_user_id, 3 WHERE NEW.send_user_id IS NOT NULL;
+  UPDATE email_tally SET num = num + 1 WHERE user_id = NEW.to_user_id AND ((folder = 0 AND NEW.To_del = 0)
+    OR (folder = 1 AND NEW.read = 1 AND NEW.To_del = 0) OR (folder = 2 AND NEW.To_del = 1));
+  UPDATE email_tally SET num = num + 1 WHERE user_id = NEW.send_user_id AND folder = 3 AND NEW.Send_del = 0;
+END;
 
 -- Collaboration: guest book, chat, address book, ledger.
 CREATE INDEX book_reply_date ON Book(Reply_id, Book_date);
+CREATE INDEX book_unread ON Book(reply_read, Reply_id);
+-- The number of threads (messages that are no reply), kept on every
+-- change: the guest book's page count without counting every thread.
+CREATE TABLE book_tally (
+  id INTEGER PRIMARY KEY CHECK (id = 1),
+  num INTEGER NOT NULL DEFAULT 0
+);
+INSERT INTO book_tally(id, num) VALUES (1, 0);
+CREATE TRIGGER book_tally_insert AFTER INSERT ON Book WHEN NEW.Reply_id = 0 BEGIN
+  UPDATE book_tally SET num = num + 1;
+END;
+CREATE TRIGGER book_tally_delete AFTER DELETE ON Book WHEN OLD.Reply_id = 0 BEGIN
+  UPDATE book_tally SET num = num - 1;
+END;
+CREATE TRIGGER book_tally_move AFTER UPDATE OF Reply_id ON Book BEGIN
+  UPDATE book_tally SET num = num - (OLD.Reply_id IS 0) + (NEW.Reply_id IS 0);
+END;
+-- The number of cards of each account, kept on every change: the card
+-- list's page count without counting a long card case on every view.
+CREATE TABLE address_tally (
+  User_id INTEGER PRIMARY KEY,
+  num INTEGER NOT NULL DEFAULT 0
+);
+CREATE TRIGGER address_tally_insert AFTER INSERT ON Address WHEN NEW.User_id IS NOT NULL BEGIN
+  INSERT OR IGNORE INTO address_tally(User_id, num) VALUES (NEW.User_id, 0);
+  UPDATE address_tally SET num = num + 1 WHERE User_id = NEW.User_id;
+END;
+CREATE TRIGGER address_tally_delete AFTER DELETE ON Address WHEN OLD.User_id IS NOT NULL BEGIN
+  UPDATE address_tally SET num = num - 1 WHERE User_id = OLD.User_id;
+END;
+CREATE TRIGGER address_tally_move AFTER UPDATE OF User_id ON Address BEGIN
+  UPDATE address_tally SET num = num - 1 WHERE OLD.User_id IS NOT NULL AND User_id = OLD.User_id;
+  INSERT OR IGNORE INTO address_tally(User_id, num) SELECT NEW.User_id, 0 WHERE NEW.User_id IS NOT NULL;
+  UPDATE address_tally SET num = num + 1 WHERE NEW.User_id IS NOT NULL AND User_id = NEW.User_id;
+END;
 CREATE INDEX record_user_id_date ON Record(user_id, Rec_date);
 
 -- File store.

@@ -124,6 +124,33 @@ TEST(AddressBook, ListsOnlyTheOwnCardsTenToAPageWithIntArithmetic) {
     }
 }
 
+// The kept numbers of cards equal the counts after adding, moving and
+// deleting cards, through the pages and directly.
+TEST(AddressBook, KeptCardCountsFollowEveryChange) {
+    Cards c;
+    std::string other = add_user(c.site, "stranger");
+    auto agree = [&](const char* when) {
+        for (const std::string& u : {c.me, other}) {
+            std::string counted = c.site.scalar("select count(id) as n from Address where User_id=" + u, "n");
+            std::string kept = c.site.scalar("select coalesce(sum(num),0) as n from address_tally where User_id=" + u, "n");
+            EXPECT_EQ(kept, counted) << when << ": user " << u;
+        }
+    };
+    c.add_rows(c.me, 12);
+    c.add_rows(other, 2);
+    c.add({{"Name", "王五"}});
+    agree("after adding");
+    c.site.post_form("Address_Del_True.asp", {{"ID", c.last_id()}});
+    c.site.exec("update Address set User_id=" + other + " where id in (select id from Address limit 3)");
+    c.site.exec("update Address set Name='x'");
+    c.site.exec("update Address set User_id=null where id=(select max(id) from Address)");
+    agree("after moves and a delete");
+    // Twelve less the three moved: nine cards, one page.
+    EXPECT_TRUE(has(c.site.get("Address_list.asp").body, "页/共1页"));
+    c.site.exec("delete from Address");
+    agree("after deleting all");
+}
+
 TEST(AddressBook, TheDeleteQuestionNamesTheCardAndTheDeletionAlwaysReportsSuccess) {
     Cards c;
     c.add({{"Name", "王五"}});

@@ -45,6 +45,33 @@ TEST(BookList, PagesRunFromZeroToIntOfCountOverTen) {
     }
 }
 
+// The kept number of threads equals the count after writing threads and
+// replies, deleting them and turning a reply into a thread.
+TEST(BookList, KeptThreadCountFollowsEveryChange) {
+    BookSite site;
+    auto agree = [&](const char* when) {
+        EXPECT_EQ(site.scalar("select num from book_tally", "num"),
+                  site.scalar("select count(id) as n from Book where Reply_id=0", "n"))
+            << when;
+    };
+    std::string first = site.message("1", "一");
+    site.message("1", "二");
+    std::string reply = site.message("1", "回", std::stol(first));
+    site.login("admin", "admin");
+    site.save("三", "0", "<p>正文</p>");
+    EXPECT_EQ(site.scalar("select num from book_tally", "num"), "3");
+    agree("after writing");
+    site.exec("update Book set Reply_id=0 where id=" + reply);
+    agree("after a reply became a thread");
+    site.exec("update Book set Reply_id=" + first + " where id=" + reply);
+    site.exec("update Book set Book_title='x'");
+    site.exec("delete from Book where id=" + first);
+    agree("after deleting a thread");
+    site.exec("delete from Book");
+    agree("after deleting all");
+    EXPECT_TRUE(has(site.get("Book_list.asp").body, "页/共1页"));
+}
+
 TEST(BookList, NewestFirstNumberedAcrossPagesAndRepliesNotListed) {
     BookSite site;
     for (int i = 0; i < 12; ++i)

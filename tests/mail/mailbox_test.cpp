@@ -127,6 +127,47 @@ TEST(MailList, PagesOfTen) {
     EXPECT_TRUE(has(found, "<input type=\"hidden\" name=\"sstr\" value=\"封\">"));
 }
 
+// The kept folder sizes equal the folders' counts after every way a mail
+// changes: sending, reading, each step of deleting, direct changes.
+TEST(MailList, KeptFolderSizesFollowEveryChangeOfTheMails) {
+    MailSite m;
+    std::string a = m.user("ann");
+    std::string b = m.user("bob");
+    const char* conds[] = {"to_user_id=%u and To_del=0", "to_user_id=%u and read=1 and To_del=0",
+                           "to_user_id=%u and To_del=1", "send_user_id=%u and Send_del=0"};
+    auto agree = [&](const char* when) {
+        for (const std::string& u : {std::string("1"), a, b})
+            for (int f = 0; f < 4; ++f) {
+                std::string cond = conds[f];
+                cond.replace(cond.find("%u"), 2, u);
+                std::string kept = m.scalar("select coalesce(sum(num),0) as v from email_tally where user_id=" + u +
+                                            " and folder=" + std::to_string(f));
+                EXPECT_EQ(kept, std::to_string(m.rows(cond))) << when << ": user " << u << " folder " << f;
+            }
+    };
+    m.as("admin", "admin");
+    for (int i = 0; i < 3; ++i) EXPECT_EQ(m.send(a + "@" + b + "@", "群发" + std::to_string(i)).status, 302);
+    insert_mail(m, a, "1", "回信");
+    ASSERT_EQ(m.rows(), 7);
+    agree("after sending");
+    m.as("ann");
+    std::string first = m.scalar("select min(id) as v from Email where to_user_id=" + a);
+    m.site.get("/Email_read.asp?id=" + first);
+    ASSERT_EQ(m.rows("read=1"), 1);
+    agree("after reading");
+    m.del(first, "0");
+    agree("after a delete from the inbox");
+    m.del(first, "2");
+    m.del(m.scalar("select max(id) as v from Email where send_user_id=" + a), "3");
+    agree("after deletes from the deleted and sent folders");
+    m.site.exec("update Email set to_user_id=" + b + ", read=1 where id=(select max(id) from Email)");
+    m.site.exec("update Email set send_user_id=null where id=(select min(id) from Email)");
+    m.site.exec("delete from Email where to_user_id=" + b + " and read=0");
+    agree("after direct changes");
+    // The inbox's bar counts from the kept size: ann has no mail left in it.
+    EXPECT_TRUE(has(m.list("type=0"), "页/共1页"));
+}
+
 TEST(MailList, SearchIsBySubjectWithoutApostrophes) {
     MailSite m;
     std::string a = m.user("ann");
