@@ -90,7 +90,12 @@ flow(test, 'data centre: categories, entry with the editor, list, search, read, 
   assert.equal(row[1], '0note.txt');
   assert.match(row.slice(2).join('|'), /<b>Bold words<\/b>/i);
   assert.match(row.slice(2).join('|'), /<img [^>]*src="\.\/Datas\/menu33\/pic\.gif"/i);
-  assert.equal(fs.readFileSync(path.join(server.site, 'Datas', 'menu33', 'pic.gif')).length, GIF.length);
+  // The dialog hands back its tag when it submits; its upload may still be on the way.
+  const pic = path.join(server.site, 'Datas', 'menu33', 'pic.gif');
+  for (const end = Date.now() + 10000; !(fs.existsSync(pic) && fs.statSync(pic).size === GIF.length) && Date.now() < end;) {
+    await new Promise((r) => setTimeout(r, 100));
+  }
+  assert.equal(fs.readFileSync(pic).length, GIF.length);
   assert.equal(fs.readFileSync(path.join(server.site, 'Datas', '3302', '0note.txt'), 'utf8'), 'first attachment');
 
   // The list, and the search box.
