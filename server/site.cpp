@@ -1,6 +1,5 @@
 #include "server/site.h"
 
-#include <sqlite3.h>
 #include <sys/stat.h>
 
 #include <cctype>
@@ -12,10 +11,12 @@
 #include <sstream>
 
 #include "frame/encoding.h"
+#include "frame/errors.h"
 #include "frame/html.h"
 #include "frame/page.h"
 #include "frame/paths.h"
 #include "frame/request_scope.h"
+#include "frame/store.h"
 #include "server/page_table.h"
 #include "server/ranges.h"
 
@@ -138,26 +139,21 @@ bool text_type(const std::string& ctype) {
     return ctype.starts_with("text/") || ctype.starts_with("application/javascript");
 }
 
-// The account name of a row of user, "" when there is none.
+// The account name of a row of user, "" when there is none. Goes through
+// the store like any page, so it shares its handles and knows no engine.
 std::string account_name(const std::string& db_path, const Value& id) {
     double n = 0;
     if (!parse_number(id.str(), n)) return {};
-    sqlite3* db = nullptr;
-    std::string name;
-    if (sqlite3_open_v2(db_path.c_str(), &db, SQLITE_OPEN_READONLY | SQLITE_OPEN_NOMUTEX, nullptr) == SQLITE_OK) {
-        sqlite3_busy_timeout(db, 2000);
-        sqlite3_stmt* st = nullptr;
-        if (sqlite3_prepare_v2(db, "select username from user where id=?1", -1, &st, nullptr) == SQLITE_OK) {
-            sqlite3_bind_int64(st, 1, static_cast<sqlite3_int64>(n));
-            if (sqlite3_step(st) == SQLITE_ROW) {
-                auto text = sqlite3_column_text(st, 0);
-                if (text) name = reinterpret_cast<const char*>(text);
-            }
-        }
-        sqlite3_finalize(st);
+    try {
+        Connection conn;
+        conn.Open("driver={Microsoft Access Driver (*.mdb)};dbq=" + db_path);
+        Recordset rs = conn.execute("select username from user where id="_sql + Value(n));
+        std::string name = rs.eof() ? std::string() : rs("username").str();
+        conn.close();
+        return name;
+    } catch (const PageError&) {
+        return {};
     }
-    sqlite3_close(db);
-    return name;
 }
 
 const std::string kCompatScriptTag = "<script src=\"tavcompat.js\"></script>\r\n";

@@ -46,15 +46,22 @@ async function openHere(page) {
 
 // Waits for the player element to play and its time to advance.
 async function waitPlaying(page) {
-  await page.waitIn('', (w) => !!w.document.querySelector('[data-tav-player]'), null, 'the player element');
-  await page.in('', (w) => {
-    const a = w.document.querySelector('[data-tav-player]');
-    if (a.paused) { a.muted = true; a.play().catch(() => {}); }
-  });
-  return page.waitIn('', (w) => {
-    const a = w.document.querySelector('[data-tav-player]');
-    return !a.paused && a.currentTime > 0.2 ? { time: a.currentTime, entry: a.getAttribute('data-tav-entry'), tag: a.tagName } : null;
-  }, null, 'the audio playing');
+  // The player may get its source only after its list is read, and a play()
+  // before that is refused: ask again on every poll until it runs (muted, so
+  // no autoplay rule stands in the way).
+  try {
+    return await page.waitIn('', (w) => {
+      const a = w.document.querySelector('[data-tav-player]');
+      if (!a) return null;
+      w.__tavPlayerState = JSON.stringify({ src: a.currentSrc, paused: a.paused, ended: a.ended, t: a.currentTime,
+        ready: a.readyState, net: a.networkState, err: a.error && a.error.code, entry: a.getAttribute('data-tav-entry') });
+      if (a.paused && !a.ended && a.currentSrc) { a.muted = true; a.play().catch((e) => { w.__tavPlayError = String(e); }); }
+      return !a.paused && a.currentTime > 0.2 ? { time: a.currentTime, entry: a.getAttribute('data-tav-entry'), tag: a.tagName } : null;
+    }, null, 'the audio playing');
+  } catch (e) {
+    const state = await page.in('', (w) => w.__tavPlayerState + ' ' + (w.__tavPlayError || '')).catch(() => '');
+    throw new Error(e.message + ' ' + state);
+  }
 }
 
 flow(test, 'media: add, find, play, play several, seek, describe, replace and delete', async (browser, t) => {
@@ -118,6 +125,7 @@ flow(test, 'media: add, find, play, play several, seek, describe, replace and de
   const first = await waitPlaying(page);
   assert.equal(first.entry, '0');
   await page.screenshot('media-asx');
+  await page.in('', (w) => { const a = w.document.querySelector('[data-tav-player]'); a.currentTime = Math.max(0, a.duration - 0.3); });
   await page.waitIn('', (w) => w.document.querySelector('[data-tav-player]').getAttribute('data-tav-entry') === '1', null, 'the second title', 20000);
   assert.equal(await page.in('', (w) => w.document.title), 'Tone \u97f3\u8c03 \u7b49\u5171 1 \u9996\u2026\u2026');
 
