@@ -144,15 +144,15 @@
       state.done = true;
       var rv = w ? readReturnValue(w) : undefined;
       resolve(rv);
-      if (state.pending) {
-        // a form was sent from the dialog (upload_img): let the request finish out of sight
-        try { dlg.close(); } catch (e) { /* ignore */ }
-        dlg.style.display = 'none';
-        win.setTimeout(remove, 60000);
-      } else {
-        remove();
-      }
+      // A form was sent from the dialog (upload_img): the caller has its value
+      // now, but the dialog stays, modal and showing the upload's progress, until
+      // the answer comes. Hidden, it would die with a host page that the user
+      // leaves at once, and the upload with it. Its close button still ends it.
+      if (!state.pending) remove();
     }
+    function sent() { state.pending = true; }
+    // The page in the dialog reports its own submissions as soon as its script
+    // binds (it may submit before its load event); this covers pages without it.
     function hook() {
       var w;
       try { w = frame.contentWindow; } catch (e) { return; }
@@ -160,18 +160,10 @@
       try {
         w.dialogArguments = args;
         w.close = function () { finish(w); };
-        if (w.HTMLFormElement && !w.HTMLFormElement.prototype.__tavWatched) {
-          var proto = w.HTMLFormElement.prototype, orig = proto.submit;
-          proto.submit = function () { state.pending = true; return orig.apply(this, arguments); };
-          proto.__tavWatched = true;
-        }
-        if (!w.document.__tavWatched) {
-          w.document.__tavWatched = true;
-          w.document.addEventListener('submit', function () { state.pending = true; }, true);
-        }
+        watchSubmits(w, sent);
       } catch (e) { /* another origin */ }
     }
-    frame.__tavDialog = { args: args, close: function (w) { finish(w); } };
+    frame.__tavDialog = { args: args, close: function (w) { finish(w); }, sent: sent };
     frame.addEventListener('load', function () {
       if (state.done) {
         if (state.pending) remove();
@@ -201,6 +193,22 @@
       dlg.setAttribute('open', '');
     }
     return promise;
+  }
+
+  // Calls `sent` when a form of `w` really goes: by script, or by a submit
+  // event that no handler refused (an upload sent by XHR says so itself).
+  function watchSubmits(w, sent) {
+    if (w.__tavWatched) return;
+    w.__tavWatched = true;
+    var proto = w.HTMLFormElement && w.HTMLFormElement.prototype;
+    if (proto) {
+      var orig = proto.submit;
+      proto.submit = function () {
+        if (this.ownerDocument && this.ownerDocument.defaultView === w) sent();
+        return orig.apply(this, arguments);
+      };
+    }
+    w.addEventListener('submit', function (ev) { if (!ev.defaultPrevented) sent(); });
   }
 
   // Absolute URL of `url` as the caller's document reads it (its charset encodes the query).
@@ -365,6 +373,7 @@
     if (dlgState) {
       win.dialogArguments = dlgState.args;
       win.close = function () { dlgState.close(win); };
+      if (dlgState.sent) watchSubmits(win, dlgState.sent);
     } else if (win !== win.top) {
       // IE closed the browser window when a frame asked; a frame of ours asks its top.
       win.close = function () { try { win.top.close(); } catch (e) { /* nothing to close */ } };
@@ -707,14 +716,30 @@
         say(msg);
       }
       if (at >= entries.length) return;
+      retried = false;
+      start();
+    }
+    function start() {
       el.setAttribute('data-tav-entry', String(at));
       el.src = entries[at];
       var p = el.play();
       if (p && p.catch) p.catch(function () { /* autoplay refused: the controls are there */ });
     }
+    var retried = false;
     el.addEventListener('ended', next);
     el.addEventListener('error', function () {
       if (at < 0 || at >= entries.length) return;
+      // what failed where, for whoever looks at the page
+      el.setAttribute('data-tav-error', at + ':' + (el.error ? el.error.code + ' ' + (el.error.message || '') : '?') + '@' + el.currentTime);
+      // A dropped connection or an audio output that failed to start passes on a
+      // second try; a file the browser cannot decode fails again.
+      if (!retried) {
+        retried = true;
+        var t = el.currentTime;
+        start();
+        if (t > 0) { try { el.currentTime = t; } catch (e) { /* not seekable yet */ } }
+        return;
+      }
       say(MSG_CANNOT[0] + extensionOf(entries[at]).toUpperCase() + MSG_CANNOT[1]);
       next();
     });
@@ -917,6 +942,11 @@
       form.__tavSending = false;
     });
     form.__tavSending = true;
+    // Inside a dialog: it stays until this answer comes.
+    try {
+      var dlg = win.frameElement && win.frameElement.__tavDialog;
+      if (dlg && dlg.sent) dlg.sent();
+    } catch (e) { /* another origin */ }
     xhr.upload.onprogress = function (ev) {
       var total = ev.lengthComputable ? ev.total : body.size;
       ui.bar.style.width = (total ? Math.min(100, ev.loaded * 100 / total) : 0) + '%';

@@ -26,6 +26,7 @@ function install(win) {
   if (dlgState) {
     win.dialogArguments = dlgState.args;
     win.close = function () { dlgState.close(win); };
+    if (dlgState.sent) watchSubmits(win, dlgState.sent);
   } else if (win !== win.top) {
     // IE closed the browser window when a frame asked; a frame of ours asks its top.
     win.close = function () { try { win.top.close(); } catch (e) { /* nothing to close */ } };

@@ -130,15 +130,15 @@ function openDialogHere(win, url, args, features, modal) {
     state.done = true;
     var rv = w ? readReturnValue(w) : undefined;
     resolve(rv);
-    if (state.pending) {
-      // a form was sent from the dialog (upload_img): let the request finish out of sight
-      try { dlg.close(); } catch (e) { /* ignore */ }
-      dlg.style.display = 'none';
-      win.setTimeout(remove, 60000);
-    } else {
-      remove();
-    }
+    // A form was sent from the dialog (upload_img): the caller has its value
+    // now, but the dialog stays, modal and showing the upload's progress, until
+    // the answer comes. Hidden, it would die with a host page that the user
+    // leaves at once, and the upload with it. Its close button still ends it.
+    if (!state.pending) remove();
   }
+  function sent() { state.pending = true; }
+  // The page in the dialog reports its own submissions as soon as its script
+  // binds (it may submit before its load event); this covers pages without it.
   function hook() {
     var w;
     try { w = frame.contentWindow; } catch (e) { return; }
@@ -146,18 +146,10 @@ function openDialogHere(win, url, args, features, modal) {
     try {
       w.dialogArguments = args;
       w.close = function () { finish(w); };
-      if (w.HTMLFormElement && !w.HTMLFormElement.prototype.__tavWatched) {
-        var proto = w.HTMLFormElement.prototype, orig = proto.submit;
-        proto.submit = function () { state.pending = true; return orig.apply(this, arguments); };
-        proto.__tavWatched = true;
-      }
-      if (!w.document.__tavWatched) {
-        w.document.__tavWatched = true;
-        w.document.addEventListener('submit', function () { state.pending = true; }, true);
-      }
+      watchSubmits(w, sent);
     } catch (e) { /* another origin */ }
   }
-  frame.__tavDialog = { args: args, close: function (w) { finish(w); } };
+  frame.__tavDialog = { args: args, close: function (w) { finish(w); }, sent: sent };
   frame.addEventListener('load', function () {
     if (state.done) {
       if (state.pending) remove();
@@ -187,6 +179,22 @@ function openDialogHere(win, url, args, features, modal) {
     dlg.setAttribute('open', '');
   }
   return promise;
+}
+
+// Calls `sent` when a form of `w` really goes: by script, or by a submit
+// event that no handler refused (an upload sent by XHR says so itself).
+function watchSubmits(w, sent) {
+  if (w.__tavWatched) return;
+  w.__tavWatched = true;
+  var proto = w.HTMLFormElement && w.HTMLFormElement.prototype;
+  if (proto) {
+    var orig = proto.submit;
+    proto.submit = function () {
+      if (this.ownerDocument && this.ownerDocument.defaultView === w) sent();
+      return orig.apply(this, arguments);
+    };
+  }
+  w.addEventListener('submit', function (ev) { if (!ev.defaultPrevented) sent(); });
 }
 
 // Absolute URL of `url` as the caller's document reads it (its charset encodes the query).

@@ -100,14 +100,30 @@ function playAll(win, el, note, address) {
       say(msg);
     }
     if (at >= entries.length) return;
+    retried = false;
+    start();
+  }
+  function start() {
     el.setAttribute('data-tav-entry', String(at));
     el.src = entries[at];
     var p = el.play();
     if (p && p.catch) p.catch(function () { /* autoplay refused: the controls are there */ });
   }
+  var retried = false;
   el.addEventListener('ended', next);
   el.addEventListener('error', function () {
     if (at < 0 || at >= entries.length) return;
+    // what failed where, for whoever looks at the page
+    el.setAttribute('data-tav-error', at + ':' + (el.error ? el.error.code + ' ' + (el.error.message || '') : '?') + '@' + el.currentTime);
+    // A dropped connection or an audio output that failed to start passes on a
+    // second try; a file the browser cannot decode fails again.
+    if (!retried) {
+      retried = true;
+      var t = el.currentTime;
+      start();
+      if (t > 0) { try { el.currentTime = t; } catch (e) { /* not seekable yet */ } }
+      return;
+    }
     say(MSG_CANNOT[0] + extensionOf(entries[at]).toUpperCase() + MSG_CANNOT[1]);
     next();
   });

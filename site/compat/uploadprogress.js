@@ -179,6 +179,11 @@ function sendWithProgress(win, form, submitter) {
     form.__tavSending = false;
   });
   form.__tavSending = true;
+  // Inside a dialog: it stays until this answer comes.
+  try {
+    var dlg = win.frameElement && win.frameElement.__tavDialog;
+    if (dlg && dlg.sent) dlg.sent();
+  } catch (e) { /* another origin */ }
   xhr.upload.onprogress = function (ev) {
     var total = ev.lengthComputable ? ev.total : body.size;
     ui.bar.style.width = (total ? Math.min(100, ev.loaded * 100 / total) : 0) + '%';

@@ -14,6 +14,8 @@ const { flow, closeBrowsers } = require('./driver');
 
 const requests = [];
 let server, base;
+// Upload answers held back until a test lets them go.
+let held = null;
 
 // Fixtures are kept in UTF-8 and sent as GBK bytes, as the host sends its pages.
 function gbk(text) { return execFileSync('iconv', ['-f', 'UTF-8', '-t', 'GBK'], { input: text }); }
@@ -33,12 +35,22 @@ function startServer() {
       res.end('<html><body id="echo">' + url.search.replace(/</g, '&lt;') + '</body></html>');
       return;
     }
+    if (url.pathname === '/slowpic') {
+      // an image of the dialog page that keeps its load event back while answers are held
+      const answer = () => {
+        res.writeHead(200, { 'Content-Type': 'image/gif' });
+        res.end(Buffer.from('R0lGODlhAQABAIAAAAAAAP///yH5BAEAAAAALAAAAAABAAEAAAIBRAA7', 'base64'));
+      };
+      if (held) held.push(answer); else answer();
+      return;
+    }
     if (url.pathname === '/uploaded') {
       // the upload answer comes late and closes its window, as upload_img.asp does
-      setTimeout(() => {
+      const answer = () => {
         res.writeHead(200, { 'Content-Type': 'text/html; charset=gb2312' });
         res.end('<html><body>stored<script>window.close(1)</script></body></html>');
-      }, 400);
+      };
+      if (held) held.push(answer); else setTimeout(answer, 400);
       return;
     }
     const file = path.join(FIXTURES, path.basename(url.pathname));
@@ -171,18 +183,27 @@ flow(test, 'returnValue of a VBScript dialog comes back to an awaiting caller, w
   assert.deepEqual([page.errors, page.console], [[], []]);
 });
 
-flow(test, 'a dialog that submits and closes returns at once and lets its request finish; one that closes while loading', async (browser, t) => {
+flow(test, 'a dialog that submits and closes returns at once and stays until its request is answered; one that closes while loading', async (browser, t) => {
   const page = await browser.newPage({ width: 1024, height: 700 });
-  t.after(() => page.close());
+  t.after(() => { held = null; return page.close(); });
   await page.goto(base + '/caller.html');
+  const before = requests.length;
+  // the dialog's own load event waits for an image: the page submits before it
+  held = [];
   await page.click('', '#img');
   await page.fill('@dialog', 'input[name=file_name]', 'C:\\pics\\cat.gif');
-  const before = requests.length;
   await page.click('@dialog', '#up');
   await waitText(page, '#out', /^<IMG border=0 SRC=\.\/Datas\/email\/cat\.gif ALIGN=left>$/);
-  assert.equal(await page.in('', (w) => w.getComputedStyle(w.document.querySelector('dialog')).display), 'none', 'hidden at once');
+  const uploaded = () => requests.slice(before).some((u) => u.startsWith('/uploaded?filepath='));
+  for (const end = Date.now() + 10000; !uploaded() && Date.now() < end;) await new Promise((r) => setTimeout(r, 50));
+  assert.ok(uploaded(), 'the upload reached the server');
+  // the host page cannot be left while the upload is on its way
+  assert.ok(await page.in('', (w) => { const d = w.document.querySelector('dialog'); return !!d && d.open && w.getComputedStyle(d).display !== 'none'; }),
+    'the dialog stays open until the answer');
+  const answers = held;
+  held = null;
+  answers.forEach((a) => a());
   await page.waitIn('', (w) => !w.document.querySelector('dialog'), null, 'the dialog removed after the upload');
-  assert.ok(requests.slice(before).some((u) => u.startsWith('/uploaded?filepath=')), 'the upload reached the server');
 
   // script-level VBScript that closes its dialog while the page loads (the close page)
   await page.click('', '#shut');

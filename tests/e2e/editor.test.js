@@ -60,7 +60,7 @@ function startServer() {
       return;
     }
     // the toolbar images, and the stored picture (any gif will do)
-    if (p.startsWith('/img/') || p.startsWith('/Datas/')) {
+    if (p.startsWith('/img/') || p.startsWith('/Datas/') || p === '/slowpic') {
       const file = p.startsWith('/img/') ? path.join(SITE, 'img', path.basename(p)) : path.join(SITE, 'img', 'img.gif');
       if (!fs.existsSync(file)) { res.writeHead(404); res.end(); return; }
       res.writeHead(200, { 'Content-Type': 'image/gif' });

@@ -123,7 +123,7 @@ flow(test, 'media: add, find, play, play several, seek, describe, replace and de
   await page.click('', 'input[name=play]');
   await page.waitUrl(/Medium_play_Audio\.asp\?id=\d+\|\d+\|/);
   const first = await waitPlaying(page);
-  assert.equal(first.entry, '0');
+  assert.equal(first.entry, '0', await page.in('', (w) => w.document.querySelector('[data-tav-player]').getAttribute('data-tav-error')));
   await page.screenshot('media-asx');
   await page.in('', (w) => { const a = w.document.querySelector('[data-tav-player]'); a.currentTime = Math.max(0, a.duration - 0.3); });
   await page.waitIn('', (w) => w.document.querySelector('[data-tav-player]').getAttribute('data-tav-entry') === '1', null, 'the second title', 20000);
@@ -163,6 +163,16 @@ flow(test, 'media: a format the browser cannot play is named in Chinese', async 
     return n && n.textContent ? n.textContent : null;
   }, null, 'the message');
   assert.match(note, /\u8fd9\u4e2a\u6d4f\u89c8\u5668\u4e0d\u80fd\u64ad\u653e.*RealMedia.*x\.rm/);
+  // An mp3 that does not decode is tried twice, then named once.
+  fs.writeFileSync(path.join(server.site, 'Medium', 'bad.mp3'), 'not media either');
+  server.sql("insert into Medium(Title,Medium_text,Path,filename,file_type,Author,PY) values('bad','x','/Medium/','bad.mp3','audio_mp3','b','B')");
+  await page.goto(server.base + '/Medium_play_Audio.asp?id=2');
+  const bad = await page.waitIn('', (w) => {
+    const n = w.document.querySelector('[data-tav-player-note]');
+    return n && n.textContent ? { text: n.textContent, lines: n.querySelectorAll('br').length } : null;
+  }, null, 'the message for the broken file');
+  assert.match(bad.text, /MP3/);
+  assert.equal(bad.lines, 1);
   expectNoErrors(page);
 });
 
@@ -179,7 +189,7 @@ flow(test, 'media: several Windows Media titles play from their list', async (br
   await page.goto(server.base + '/Medium_play_Audio.asp?id=1|2|');
   assert.match(page.url(), /\/Medium\/temp\/Audio\d+\.asx$/);
   const first = await waitPlaying(page);
-  assert.equal(first.entry, '0');
+  assert.equal(first.entry, '0', await page.in('', (w) => w.document.querySelector('[data-tav-player]').getAttribute('data-tav-error')));
   await page.screenshot('media-asx');
   await page.in('', (w) => { const a = w.document.querySelector('[data-tav-player]'); a.currentTime = Math.max(0, a.duration - 0.3); });
   await page.waitIn('', (w) => w.document.querySelector('[data-tav-player]').getAttribute('data-tav-entry') === '1', null, 'the second title', 20000);
