@@ -152,12 +152,12 @@ row() {
   fi
   chmod a+r "$www/$file"
   read -r t_rate t_p99 t_bad < <(measure "$base$path" "${extra[@]}")
-  if [ "$withcookie" = one ]; then
+  if [ "$withcookie" = one ] && [ "$file" = "${prev_file:-}" ]; then
     n_rate="$prev_rate"; n_p99="$prev_p99"
   else
     read -r n_rate n_p99 _ < <(measure "http://127.0.0.1:$nport/$file")
   fi
-  prev_rate="$n_rate"; prev_p99="$n_p99"
+  prev_rate="$n_rate"; prev_p99="$n_p99"; prev_file="$file"
   ratio="$(awk -v a="$t_rate" -v b="$n_rate" 'BEGIN { printf "%.2f", (b > 0 ? a / b : 0) }')"
   printf '%-26s %12s %12s %7s %12s %12s' "$name" "$t_rate" "$n_rate" "$ratio" "$t_p99" "$n_p99"
   [ "$t_bad" != "0" ] && printf '  (%s non-2xx!)' "$t_bad"
