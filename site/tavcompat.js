@@ -1976,7 +1976,7 @@
   }
 
   // Shows `url` in a <dialog> of this window's document; resolves with the returnValue.
-  function openDialogHere(win, url, args, features, modal) {
+  function openDialogHere(win, url, args, features, modal, onAnswered) {
     var doc = win.document;
     var f = parseFeatures(features);
     var vw = win.innerWidth || 800, vh = win.innerHeight || 600;
@@ -2032,9 +2032,13 @@
       try { if (dlg.open) dlg.close(); } catch (e) { /* already closed */ }
       if (dlg.parentNode) dlg.parentNode.removeChild(dlg);
     }
+    function answered() {
+      remove();
+      if (onAnswered) { try { onAnswered(); } catch (e) { /* the caller went away */ } }
+    }
     function finish(w) {
       if (state.done) {
-        if (state.pending) remove();
+        if (state.pending) answered();
         return;
       }
       state.done = true;
@@ -2062,7 +2066,7 @@
     frame.__tavDialog = { args: args, close: function (w) { finish(w); }, sent: sent };
     frame.addEventListener('load', function () {
       if (state.done) {
-        if (state.pending) remove();
+        if (state.pending) answered();
         return;
       }
       state.pending = false;
@@ -2131,7 +2135,25 @@
       hostApi = null;
     }
     if (!hostApi) { host = win; hostApi = win.__tavApi; }
-    return hostApi.openDialogHere(host, abs, args, features, modal);
+    return hostApi.openDialogHere(host, abs, args, features, modal, function () { reaskBrokenImages(win); });
+  }
+
+  // The picture dialog hands back its tag before its upload is stored, so the
+  // caller's copy of the picture failed to load: ask for it again.
+  function reaskBrokenImages(win) {
+    function walk(d, depth) {
+      if (!d || depth > 4) return;
+      var imgs = d.images || [];
+      for (var i = 0; i < imgs.length; i++) {
+        var im = imgs[i];
+        if (im.complete && im.naturalWidth === 0 && im.getAttribute('src')) im.src = im.src;
+      }
+      var frames = d.querySelectorAll('iframe,frame');
+      for (var j = 0; j < frames.length; j++) {
+        try { walk(frames[j].contentDocument, depth + 1); } catch (e) { /* another origin */ }
+      }
+    }
+    try { walk(win.document, 0); } catch (e) { /* gone */ }
   }
 
   // ==== netmeeting

@@ -85,6 +85,11 @@ flow(test, 'data centre: categories, entry with the editor, list, search, read, 
   await page.waitIn('', (w) => !w.document.querySelector('dialog[open]'), null, 'the dialog to close');
   t.diagnostic(`picture dialog open ${Date.now() - tagged} ms after handing back its tag`);
   assert.ok(fs.existsSync(path.join(server.site, 'Datas', 'menu33', 'pic.gif')), 'the picture stored when its dialog closes');
+  // asked for before it was stored, it is asked for again once it is
+  await page.waitIn('', (w) => {
+    const img = w.document.getElementById('mytext').contentDocument.querySelector('img');
+    return img && img.complete && img.naturalWidth > 0;
+  }, null, 'the picture to show in the editor');
   await chooseFile(page, /Data_Input\.asp/i, 'input[name=Afile]', note);
   await page.screenshot('datacentre-entry');
   await page.clickAndWait('', 'input[onclick="editinfo()"]');
