@@ -27,6 +27,6 @@ public:
     }
 };
 
-TAVELOR_PAGE(newregister, "NewRegister.asp")
+TAVELOR_PAGE(newregister, "NewRegister.asp", access::open())
 
 }  // namespace tav::pages

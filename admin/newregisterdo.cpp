@@ -100,6 +100,6 @@ private:
     }
 };
 
-TAVELOR_PAGE(newregisterdo, "NewRegisterDo.asp")
+TAVELOR_PAGE(newregisterdo, "NewRegisterDo.asp", access::open())
 
 }  // namespace tav::pages

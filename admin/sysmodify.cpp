@@ -174,6 +174,6 @@ private:
     UploadGroup up{*this};
 };
 
-TAVELOR_PAGE(sysmodify, "Sys_Modify.asp")
+TAVELOR_PAGE(sysmodify, "Sys_Modify.asp", access::right("1901"))
 
 }  // namespace tav::pages

@@ -66,6 +66,6 @@ public:
     }
 };
 
-TAVELOR_PAGE(sysuser, "Sys_User.asp")
+TAVELOR_PAGE(sysuser, "Sys_User.asp", access::right("1904"))
 
 }  // namespace tav::pages

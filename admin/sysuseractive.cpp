@@ -44,6 +44,6 @@ public:
     }
 };
 
-TAVELOR_PAGE(sysuseractive, "Sys_User_Active.asp")
+TAVELOR_PAGE(sysuseractive, "Sys_User_Active.asp", access::right("1903"))
 
 }  // namespace tav::pages

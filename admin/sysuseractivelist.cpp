@@ -50,6 +50,6 @@ public:
     }
 };
 
-TAVELOR_PAGE(sysuseractivelist, "Sys_User_Active_List.asp")
+TAVELOR_PAGE(sysuseractivelist, "Sys_User_Active_List.asp", access::right("1903"))
 
 }  // namespace tav::pages

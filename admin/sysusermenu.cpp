@@ -43,6 +43,6 @@ public:
     }
 };
 
-TAVELOR_PAGE(sysusermenu, "Sys_User_Menu.asp")
+TAVELOR_PAGE(sysusermenu, "Sys_User_Menu.asp", access::right("1902"))
 
 }  // namespace tav::pages

@@ -115,6 +115,6 @@ private:
     Value rights_;
 };
 
-TAVELOR_PAGE(sysusermenumodify, "Sys_User_Menu_Modify.asp")
+TAVELOR_PAGE(sysusermenumodify, "Sys_User_Menu_Modify.asp", access::right("1902"))
 
 }  // namespace tav::pages

@@ -33,6 +33,6 @@ public:
     }
 };
 
-TAVELOR_PAGE(sysusermenumodify2, "Sys_User_menu_ModifyDO.asp")
+TAVELOR_PAGE(sysusermenumodify2, "Sys_User_menu_ModifyDO.asp", access::right("1902"))
 
 }  // namespace tav::pages

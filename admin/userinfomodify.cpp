@@ -34,6 +34,6 @@ public:
     }
 };
 
-TAVELOR_PAGE(userinfomodify, "User_Info_Modify.asp")
+TAVELOR_PAGE(userinfomodify, "User_Info_Modify.asp", access::signed_in())
 
 }  // namespace tav::pages

@@ -34,6 +34,6 @@ public:
     }
 };
 
-TAVELOR_PAGE(userinfomodify1, "User_Info_Modify1.asp")
+TAVELOR_PAGE(userinfomodify1, "User_Info_Modify1.asp", access::right("1904"))
 
 }  // namespace tav::pages

@@ -67,6 +67,6 @@ public:
     }
 };
 
-TAVELOR_PAGE(userpasswordmodif, "User_password_Modify.asp")
+TAVELOR_PAGE(userpasswordmodif, "User_password_Modify.asp", access::signed_in())
 
 }  // namespace tav::pages

@@ -92,6 +92,6 @@ private:
     UploadGroup up{*this};
 };
 
-TAVELOR_PAGE(usersigne, "user_signe.asp")
+TAVELOR_PAGE(usersigne, "user_signe.asp", access::signed_in())
 
 }  // namespace tav::pages

@@ -42,6 +42,6 @@ public:
     }
 };
 
-TAVELOR_PAGE(usersigneupload, "user_signe_upload.asp")
+TAVELOR_PAGE(usersigneupload, "user_signe_upload.asp", access::signed_in())
 
 }  // namespace tav::pages

@@ -34,6 +34,6 @@ public:
     }
 };
 
-TAVELOR_PAGE(addressdelete, "Address_delete.asp")
+TAVELOR_PAGE(addressdelete, "Address_delete.asp", access::signed_in())
 
 }  // namespace tav::pages

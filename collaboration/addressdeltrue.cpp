@@ -15,6 +15,6 @@ public:
     }
 };
 
-TAVELOR_PAGE(addressdeltrue, "Address_Del_True.asp")
+TAVELOR_PAGE(addressdeltrue, "Address_Del_True.asp", access::signed_in())
 
 }  // namespace tav::pages

@@ -84,6 +84,6 @@ private:
     }
 };
 
-TAVELOR_PAGE(addressedit, "Address_Edit.asp")
+TAVELOR_PAGE(addressedit, "Address_Edit.asp", access::signed_in())
 
 }  // namespace tav::pages

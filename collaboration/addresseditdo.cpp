@@ -46,6 +46,6 @@ public:
     }
 };
 
-TAVELOR_PAGE(addresseditdo, "Address_EditDo.asp")
+TAVELOR_PAGE(addresseditdo, "Address_EditDo.asp", access::signed_in())
 
 }  // namespace tav::pages

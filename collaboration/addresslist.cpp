@@ -56,6 +56,6 @@ public:
     }
 };
 
-TAVELOR_PAGE(addresslist, "Address_List.asp")
+TAVELOR_PAGE(addresslist, "Address_List.asp", access::signed_in())
 
 }  // namespace tav::pages

@@ -69,6 +69,6 @@ public:
     }
 };
 
-TAVELOR_PAGE(booklist, "Book_list.asp")
+TAVELOR_PAGE(booklist, "Book_list.asp", access::right("1201|1204"))
 
 }  // namespace tav::pages

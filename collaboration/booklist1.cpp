@@ -55,6 +55,6 @@ public:
     }
 };
 
-TAVELOR_PAGE(booklist1, "book_list1.asp")
+TAVELOR_PAGE(booklist1, "book_list1.asp", access::right("1202"))
 
 }  // namespace tav::pages

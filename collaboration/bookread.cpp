@@ -66,6 +66,6 @@ public:
     }
 };
 
-TAVELOR_PAGE(bookread, "Book_read.asp")
+TAVELOR_PAGE(bookread, "Book_read.asp", access::right("1201|1202|1204"))
 
 }  // namespace tav::pages

@@ -43,6 +43,6 @@ private:
     UploadGroup up{*this};
 };
 
-TAVELOR_PAGE(booksave, "Book_Save.asp")
+TAVELOR_PAGE(booksave, "Book_Save.asp", access::right("1201|1202|1204"))
 
 }  // namespace tav::pages

@@ -91,6 +91,6 @@ public:
     }
 };
 
-TAVELOR_PAGE(bookwrite, "Book_Write.asp")
+TAVELOR_PAGE(bookwrite, "Book_Write.asp", access::right("1201|1202|1204"))
 
 }  // namespace tav::pages

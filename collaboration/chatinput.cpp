@@ -64,6 +64,6 @@ public:
     }
 };
 
-TAVELOR_PAGE(chatinput, "Chat_Input.asp")
+TAVELOR_PAGE(chatinput, "Chat_Input.asp", access::right("1203"))
 
 }  // namespace tav::pages

@@ -25,6 +25,6 @@ public:
     }
 };
 
-TAVELOR_PAGE(chatmain, "Chat_Main.asp")
+TAVELOR_PAGE(chatmain, "Chat_Main.asp", access::right("1203"))
 
 }  // namespace tav::pages

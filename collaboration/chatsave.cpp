@@ -27,6 +27,6 @@ public:
     }
 };
 
-TAVELOR_PAGE(chatsave, "Chat_Save.asp")
+TAVELOR_PAGE(chatsave, "Chat_Save.asp", access::right("1203"))
 
 }  // namespace tav::pages

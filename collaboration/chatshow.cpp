@@ -64,6 +64,6 @@ public:
     }
 };
 
-TAVELOR_PAGE(chatshow, "Chat_Show.asp")
+TAVELOR_PAGE(chatshow, "Chat_Show.asp", access::right("1203"))
 
 }  // namespace tav::pages

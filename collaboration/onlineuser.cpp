@@ -46,6 +46,6 @@ public:
     }
 };
 
-TAVELOR_PAGE(onlineuser, "Online_user.asp")
+TAVELOR_PAGE(onlineuser, "Online_user.asp", access::right("1401"))
 
 }  // namespace tav::pages

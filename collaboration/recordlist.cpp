@@ -54,6 +54,6 @@ public:
     }
 };
 
-TAVELOR_PAGE(recordlist, "Record_List.asp")
+TAVELOR_PAGE(recordlist, "Record_List.asp", access::signed_in())
 
 }  // namespace tav::pages

@@ -38,6 +38,6 @@ public:
     }
 };
 
-TAVELOR_PAGE(recordsave, "Record_Save.asp")
+TAVELOR_PAGE(recordsave, "Record_Save.asp", access::signed_in())
 
 }  // namespace tav::pages

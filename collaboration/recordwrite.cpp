@@ -71,6 +71,6 @@ public:
     }
 };
 
-TAVELOR_PAGE(recordwrite, "Record_Write.asp")
+TAVELOR_PAGE(recordwrite, "Record_Write.asp", access::signed_in())
 
 }  // namespace tav::pages

@@ -31,6 +31,6 @@ public:
     }
 };
 
-TAVELOR_PAGE(startnetmeeting, "start_netmeeting.asp")
+TAVELOR_PAGE(startnetmeeting, "start_netmeeting.asp", access::signed_in())
 
 }  // namespace tav::pages

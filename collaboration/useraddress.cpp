@@ -45,6 +45,6 @@ public:
     }
 };
 
-TAVELOR_PAGE(useraddress, "User_address.asp")
+TAVELOR_PAGE(useraddress, "User_address.asp", access::right("1502"))
 
 }  // namespace tav::pages

@@ -59,6 +59,6 @@ public:
     }
 };
 
-TAVELOR_PAGE(webmeeting, "Web_Meeting.asp")
+TAVELOR_PAGE(webmeeting, "Web_Meeting.asp", access::right("1408"))
 
 }  // namespace tav::pages

@@ -36,6 +36,6 @@ public:
     }
 };
 
-TAVELOR_PAGE(datadel, "Data_Del.asp")
+TAVELOR_PAGE(datadel, "Data_Del.asp", access::signed_in())
 
 }  // namespace tav::pages

@@ -78,6 +78,6 @@ private:
     }
 };
 
-TAVELOR_PAGE(datahome, "data_home.asp")
+TAVELOR_PAGE(datahome, "data_home.asp", access::signed_in())
 
 }  // namespace tav::pages

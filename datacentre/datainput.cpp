@@ -129,6 +129,6 @@ private:
     }
 };
 
-TAVELOR_PAGE(datainput, "Data_Input.asp")
+TAVELOR_PAGE(datainput, "Data_Input.asp", access::signed_in())
 
 }  // namespace tav::pages

@@ -84,6 +84,6 @@ private:
     UploadGroup up{*this};
 };
 
-TAVELOR_PAGE(datainputdo, "Data_InputDo.asp")
+TAVELOR_PAGE(datainputdo, "Data_InputDo.asp", access::signed_in())
 
 }  // namespace tav::pages

@@ -102,6 +102,6 @@ public:
     }
 };
 
-TAVELOR_PAGE(datalist, "Data_list.asp")
+TAVELOR_PAGE(datalist, "Data_list.asp", access::signed_in())
 
 }  // namespace tav::pages

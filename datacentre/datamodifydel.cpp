@@ -17,6 +17,6 @@ public:
     }
 };
 
-TAVELOR_PAGE(datamodifydel, "Data_ModifyDel.asp")
+TAVELOR_PAGE(datamodifydel, "Data_ModifyDel.asp", access::right("A8"))
 
 }  // namespace tav::pages

@@ -81,6 +81,6 @@ private:
     }
 };
 
-TAVELOR_PAGE(dataread, "Data_read.asp")
+TAVELOR_PAGE(dataread, "Data_read.asp", access::signed_in())
 
 }  // namespace tav::pages

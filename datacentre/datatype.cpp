@@ -117,6 +117,6 @@ public:
     }
 };
 
-TAVELOR_PAGE(datatype, "Data_type.asp")
+TAVELOR_PAGE(datatype, "Data_type.asp", access::right("A9"))
 
 }  // namespace tav::pages

@@ -25,6 +25,6 @@ public:
     }
 };
 
-TAVELOR_PAGE(lock, "Lock.asp")
+TAVELOR_PAGE(lock, "Lock.asp", access::right("del"))
 
 }  // namespace tav::pages

@@ -133,6 +133,6 @@ private:
     }
 };
 
-TAVELOR_PAGE(menu, "Menu.asp")
+TAVELOR_PAGE(menu, "Menu.asp", access::right("1908"))
 
 }  // namespace tav::pages

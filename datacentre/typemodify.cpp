@@ -93,6 +93,6 @@ public:
     }
 };
 
-TAVELOR_PAGE(typemodify, "type_modify.asp")
+TAVELOR_PAGE(typemodify, "type_modify.asp", access::right("1906|1907"))
 
 }  // namespace tav::pages

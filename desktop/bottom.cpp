@@ -57,6 +57,6 @@ private:
     }
 };
 
-TAVELOR_PAGE(bottom, "bottom.asp")
+TAVELOR_PAGE(bottom, "bottom.asp", access::signed_in())
 
 }  // namespace tav::pages

@@ -54,6 +54,6 @@ public:
     }
 };
 
-TAVELOR_PAGE(default_, "default.asp")
+TAVELOR_PAGE(default_, "default.asp", access::signed_in())
 
 }  // namespace tav::pages

@@ -165,6 +165,6 @@ private:
     }
 };
 
-TAVELOR_PAGE(left, "left.asp")
+TAVELOR_PAGE(left, "left.asp", access::signed_in())
 
 }  // namespace tav::pages

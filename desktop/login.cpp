@@ -129,6 +129,6 @@ public:
     }
 };
 
-TAVELOR_PAGE(login, "login.asp")
+TAVELOR_PAGE(login, "login.asp", access::open())
 
 }  // namespace tav::pages

@@ -68,6 +68,6 @@ private:
     }
 };
 
-TAVELOR_PAGE(loginverify, "loginverify.asp")
+TAVELOR_PAGE(loginverify, "loginverify.asp", access::open())
 
 }  // namespace tav::pages

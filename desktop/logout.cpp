@@ -29,6 +29,6 @@ public:
     }
 };
 
-TAVELOR_PAGE(logout, "logout.asp")
+TAVELOR_PAGE(logout, "logout.asp", access::open())
 
 }  // namespace tav::pages

@@ -25,6 +25,6 @@ public:
     }
 };
 
-TAVELOR_PAGE(logoutclose, "logout_close.asp")
+TAVELOR_PAGE(logoutclose, "logout_close.asp", access::open())
 
 }  // namespace tav::pages

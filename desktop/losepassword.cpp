@@ -66,6 +66,6 @@ public:
     }
 };
 
-TAVELOR_PAGE(losepassword, "losepassword.asp")
+TAVELOR_PAGE(losepassword, "losepassword.asp", access::open())
 
 }  // namespace tav::pages

@@ -84,6 +84,6 @@ private:
     WordStrGroup words{*this};
 };
 
-TAVELOR_PAGE(message, "message.asp")
+TAVELOR_PAGE(message, "message.asp", access::signed_in())
 
 }  // namespace tav::pages

@@ -42,6 +42,6 @@ public:
     }
 };
 
-TAVELOR_PAGE(messagepop, "message_pop.asp")
+TAVELOR_PAGE(messagepop, "message_pop.asp", access::signed_in())
 
 }  // namespace tav::pages

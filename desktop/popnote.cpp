@@ -51,6 +51,6 @@ public:
     }
 };
 
-TAVELOR_PAGE(popnote, "pop_note.asp")
+TAVELOR_PAGE(popnote, "pop_note.asp", access::signed_in())
 
 }  // namespace tav::pages

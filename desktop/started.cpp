@@ -33,6 +33,6 @@ public:
     }
 };
 
-TAVELOR_PAGE(started, "started.asp")
+TAVELOR_PAGE(started, "started.asp", access::signed_in())
 
 }  // namespace tav::pages

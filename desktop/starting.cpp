@@ -17,6 +17,6 @@ public:
     }
 };
 
-TAVELOR_PAGE(starting, "starting.asp")
+TAVELOR_PAGE(starting, "starting.asp", access::signed_in())
 
 }  // namespace tav::pages

@@ -50,6 +50,6 @@ public:
     }
 };
 
-TAVELOR_PAGE(syslosepassword, "sys_losepassword.asp")
+TAVELOR_PAGE(syslosepassword, "sys_losepassword.asp", access::right("1905"))
 
 }  // namespace tav::pages

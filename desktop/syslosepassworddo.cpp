@@ -15,6 +15,6 @@ public:
     }
 };
 
-TAVELOR_PAGE(syslosepassworddo, "sys_losepasswordDO.asp")
+TAVELOR_PAGE(syslosepassworddo, "sys_losepasswordDO.asp", access::right("1905"))
 
 }  // namespace tav::pages

@@ -86,6 +86,6 @@ private:
     }
 };
 
-TAVELOR_PAGE(sysmonitor, "sysmonitor.asp")
+TAVELOR_PAGE(sysmonitor, "sysmonitor.asp", access::signed_in())
 
 }  // namespace tav::pages

@@ -17,6 +17,6 @@ public:
     }
 };
 
-TAVELOR_PAGE(sysuserload, "sys_user_load.asp")
+TAVELOR_PAGE(sysuserload, "sys_user_load.asp", access::signed_in())
 
 }  // namespace tav::pages

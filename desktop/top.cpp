@@ -62,6 +62,6 @@ private:
     }
 };
 
-TAVELOR_PAGE(top, "top.asp")
+TAVELOR_PAGE(top, "top.asp", access::signed_in())
 
 }  // namespace tav::pages

@@ -108,6 +108,6 @@ private:
     std::string folder_;
 };
 
-TAVELOR_PAGE(File, "file.asp")
+TAVELOR_PAGE(File, "file.asp", access::signed_in())
 
 }  // namespace tav::pages

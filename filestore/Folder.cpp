@@ -120,6 +120,6 @@ private:
     std::string current_;
 };
 
-TAVELOR_PAGE(Folder, "folder.asp")
+TAVELOR_PAGE(Folder, "folder.asp", access::signed_in())
 
 }  // namespace tav::pages

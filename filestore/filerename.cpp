@@ -53,6 +53,6 @@ public:
     }
 };
 
-TAVELOR_PAGE(filerename, "file_rename.asp")
+TAVELOR_PAGE(filerename, "file_rename.asp", access::signed_in())
 
 }  // namespace tav::pages

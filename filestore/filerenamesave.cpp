@@ -20,6 +20,6 @@ public:
     }
 };
 
-TAVELOR_PAGE(filerenamesave, "file_rename_save.asp")
+TAVELOR_PAGE(filerenamesave, "file_rename_save.asp", access::signed_in())
 
 }  // namespace tav::pages

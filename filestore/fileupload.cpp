@@ -67,6 +67,6 @@ private:
     UploadGroup up{*this};
 };
 
-TAVELOR_PAGE(fileupload, "file_upload.asp")
+TAVELOR_PAGE(fileupload, "file_upload.asp", access::signed_in())
 
 }  // namespace tav::pages

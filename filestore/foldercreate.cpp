@@ -47,6 +47,6 @@ public:
     }
 };
 
-TAVELOR_PAGE(foldercreate, "Folder_create.asp")
+TAVELOR_PAGE(foldercreate, "Folder_create.asp", access::signed_in())
 
 }  // namespace tav::pages

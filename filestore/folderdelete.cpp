@@ -53,6 +53,6 @@ public:
     }
 };
 
-TAVELOR_PAGE(folderdelete, "Folder_delete.asp")
+TAVELOR_PAGE(folderdelete, "Folder_delete.asp", access::signed_in())
 
 }  // namespace tav::pages

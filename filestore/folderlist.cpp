@@ -22,6 +22,6 @@ public:
     }
 };
 
-TAVELOR_PAGE(folderlist, "Folder_list.asp")
+TAVELOR_PAGE(folderlist, "Folder_list.asp", access::signed_in())
 
 }  // namespace tav::pages

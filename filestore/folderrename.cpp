@@ -69,6 +69,6 @@ public:
     }
 };
 
-TAVELOR_PAGE(folderrename, "Folder_rename.asp")
+TAVELOR_PAGE(folderrename, "Folder_rename.asp", access::signed_in())
 
 }  // namespace tav::pages

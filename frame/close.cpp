@@ -23,6 +23,6 @@ public:
     }
 };
 
-TAVELOR_PAGE(close, "close.asp")
+TAVELOR_PAGE(close, "close.asp", access::open())
 
 }  // namespace tav::pages

@@ -12,6 +12,6 @@ public:
     }
 };
 
-TAVELOR_PAGE(closepop, "closepop.asp")
+TAVELOR_PAGE(closepop, "closepop.asp", access::open())
 
 }  // namespace tav::pages

@@ -21,6 +21,6 @@ public:
     }
 };
 
-TAVELOR_PAGE(delrecord, "Del_Record.asp")
+TAVELOR_PAGE(delrecord, "Del_Record.asp", access::signed_in())
 
 }  // namespace tav::pages

@@ -58,6 +58,8 @@ public:
         headers_.emplace_back(std::move(name), std::move(value));
     }
     void need_client_compat(unsigned bits) { compat_ |= bits; }
+    void set_status(int status) { status_ = status; }
+    int status() const { return status_; }
     unsigned client_compat() const { return compat_; }
     // Asks the host to send the answer only after this delay; the host waits
     // without holding a worker.
@@ -78,6 +80,7 @@ private:
     std::vector<std::pair<std::string, std::string>> headers_;
     std::chrono::milliseconds hold_back_{0};
     unsigned compat_ = 0;
+    int status_ = 200;
     bool buffer_ = false;
 };
 
@@ -119,6 +122,8 @@ public:
     // resolves outside the site root.
     std::string MapPath(std::string_view path) const;
     const std::string& root() const { return root_; }
+    // The site's database file; the one place that spells its path.
+    std::string database_path() const { return root_ + "/datebase/office.mdb"; }
     void set_script_timeout(long seconds) { timeout_ = seconds; }
     long script_timeout() const { return timeout_; }
 

@@ -75,6 +75,7 @@ namespace {
 struct Entry {
     std::string cls;
     std::string url;
+    Access access;
     PageFactory factory;
 };
 
@@ -96,7 +97,7 @@ std::string report_name(const char* class_name) {
 
 }  // namespace
 
-bool register_page(const char* class_name, const char* url, PageFactory factory) {
+bool register_page(const char* class_name, const char* url, Access access, PageFactory factory) {
     std::string name = report_name(class_name);
     if (url && *url) {
         auto [it, fresh] = url_index().emplace(lower(url), name);
@@ -105,12 +106,12 @@ bool register_page(const char* class_name, const char* url, PageFactory factory)
             std::abort();
         }
     }
-    registry()[name] = Entry{name, url ? url : "", std::move(factory)};
+    registry()[name] = Entry{name, url ? url : "", std::move(access), std::move(factory)};
     return true;
 }
 
 bool register_page(const char* class_name, PageFactory factory) {
-    return register_page(class_name, nullptr, std::move(factory));
+    return register_page(class_name, nullptr, access::open(), std::move(factory));
 }
 
 std::unique_ptr<Page> make_page(const std::string& class_name) {
@@ -129,8 +130,13 @@ std::string registered_class(std::string_view url) {
 
 std::vector<PageRegistration> registered_pages() {
     std::vector<PageRegistration> out;
-    for (const auto& [url, cls] : url_index()) out.push_back({registry()[cls].url, cls});
+    for (const auto& [url, cls] : url_index()) out.push_back({registry()[cls].url, cls, registry()[cls].access});
     return out;
+}
+
+Access registered_access(const std::string& class_name) {
+    auto it = registry().find(lower(class_name));
+    return it == registry().end() ? Access{} : it->second.access;
 }
 
 }  // namespace tav

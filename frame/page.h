@@ -13,6 +13,7 @@
 #include <type_traits>
 #include <vector>
 
+#include "frame/access.h"
 #include "frame/errors.h"
 #include "frame/host.h"
 #include "frame/store.h"
@@ -114,7 +115,7 @@ private:
     std::map<std::string, Recordset> settings_memo_;
 };
 
-// ---- Registration. Each page file ends with TAVELOR_PAGE(cls, "Url.asp"):
+// ---- Registration. Each page file ends with TAVELOR_PAGE(cls, "Url.asp", rule):
 // the class is made for that URL (looked up without case) and reports under
 // the class name, lower case, a trailing underscore dropped (`default_`
 // stands for the class `default`).
@@ -123,24 +124,29 @@ using PageFactory = std::function<std::unique_ptr<Page>()>;
 struct PageRegistration {
     std::string url;  // as the page file names it; "" for a class without URL
     std::string cls;  // class name as reports write it
+    Access access;    // who may run it
 };
 
 // Registers a class under a URL. A second class for the same URL (in any
 // case) is a programming error and stops the program at start.
-bool register_page(const char* class_name, const char* url, PageFactory factory);
+bool register_page(const char* class_name, const char* url, Access access, PageFactory factory);
 // A class without URL, run by name (tests, shared pieces).
 bool register_page(const char* class_name, PageFactory factory);
 // A new object of the class, named; null for an unknown class.
 std::unique_ptr<Page> make_page(const std::string& class_name);
 // The class registered for a URL ("Data_List.asp"), "" when none.
 std::string registered_class(std::string_view url);
+// The rule a registered class declared; Unset for a class without one.
+Access registered_access(const std::string& class_name);
 // Every registration with a URL, ordered by URL without case.
 std::vector<PageRegistration> registered_pages();
 
-#define TAVELOR_PAGE(cls, url)                                                                     \
-    namespace {                                                                                    \
-    [[maybe_unused]] const bool tavelor_registered_##cls =                                         \
-        ::tav::register_page(#cls, url, [] { return std::unique_ptr<::tav::Page>(new cls()); }); \
+// rule is who may run it: access::open(), access::signed_in() or
+// access::right("1904"); the dispatcher checks it before the page starts.
+#define TAVELOR_PAGE(cls, url, rule)                                                     \
+    namespace {                                                                          \
+    [[maybe_unused]] const bool tavelor_registered_##cls = ::tav::register_page(         \
+        #cls, url, ::tav::rule, [] { return std::unique_ptr<::tav::Page>(new cls()); }); \
     }
 
 }  // namespace tav

@@ -31,6 +31,6 @@ public:
     }
 };
 
-TAVELOR_PAGE(popdel, "Pop_Del.asp")
+TAVELOR_PAGE(popdel, "Pop_Del.asp", access::open())
 
 }  // namespace tav::pages

@@ -36,6 +36,6 @@ public:
     }
 };
 
-TAVELOR_PAGE(popok, "Pop_OK.asp")
+TAVELOR_PAGE(popok, "Pop_OK.asp", access::open())
 
 }  // namespace tav::pages

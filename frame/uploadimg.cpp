@@ -110,6 +110,6 @@ private:
     UploadGroup up{*this, UploadGroup::Variant::UploadImg};
 };
 
-TAVELOR_PAGE(uploadimg, "upload_img.asp")
+TAVELOR_PAGE(uploadimg, "upload_img.asp", access::signed_in())
 
 }  // namespace tav::pages

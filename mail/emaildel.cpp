@@ -91,6 +91,6 @@ private:
     }
 };
 
-TAVELOR_PAGE(emaildel, "Email_Del.asp")
+TAVELOR_PAGE(emaildel, "Email_Del.asp", access::signed_in())
 
 }  // namespace tav::pages

@@ -205,6 +205,6 @@ private:
     }
 };
 
-TAVELOR_PAGE(emaillist, "Email_list.asp")
+TAVELOR_PAGE(emaillist, "Email_list.asp", access::signed_in())
 
 }  // namespace tav::pages

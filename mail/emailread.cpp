@@ -63,6 +63,6 @@ public:
     }
 };
 
-TAVELOR_PAGE(emailread, "Email_read.asp")
+TAVELOR_PAGE(emailread, "Email_read.asp", access::signed_in())
 
 }  // namespace tav::pages

@@ -27,6 +27,6 @@ public:
     }
 };
 
-TAVELOR_PAGE(emailreply, "Email_Reply.asp")
+TAVELOR_PAGE(emailreply, "Email_Reply.asp", access::signed_in())
 
 }  // namespace tav::pages

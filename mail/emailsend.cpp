@@ -153,6 +153,6 @@ private:
     InputBox box{*this};
 };
 
-TAVELOR_PAGE(emailsend, "Email_send.asp")
+TAVELOR_PAGE(emailsend, "Email_send.asp", access::signed_in())
 
 }  // namespace tav::pages

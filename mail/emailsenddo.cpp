@@ -71,6 +71,6 @@ private:
     UploadGroup up{*this};
 };
 
-TAVELOR_PAGE(emailsenddo, "Email_sendDo.asp")
+TAVELOR_PAGE(emailsenddo, "Email_sendDo.asp", access::signed_in())
 
 }  // namespace tav::pages

@@ -71,6 +71,6 @@ private:
     }
 };
 
-TAVELOR_PAGE(selectuser, "Select_user.asp")
+TAVELOR_PAGE(selectuser, "Select_user.asp", access::signed_in())
 
 }  // namespace tav::pages

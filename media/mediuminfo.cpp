@@ -34,6 +34,6 @@ public:
     }
 };
 
-TAVELOR_PAGE(mediuminfo, "Medium_Info.asp")
+TAVELOR_PAGE(mediuminfo, "Medium_Info.asp", access::right("1301|1311"))
 
 }  // namespace tav::pages

@@ -148,6 +148,6 @@ private:
     std::string kind_;
 };
 
-TAVELOR_PAGE(mediumlist, "Medium_list.asp")
+TAVELOR_PAGE(mediumlist, "Medium_list.asp", access::right("1301|1311"))
 
 }  // namespace tav::pages

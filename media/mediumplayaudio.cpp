@@ -104,6 +104,6 @@ public:
     }
 };
 
-TAVELOR_PAGE(mediumplayaudio, "Medium_play_Audio.asp")
+TAVELOR_PAGE(mediumplayaudio, "Medium_play_Audio.asp", access::right("1301|1311"))
 
 }  // namespace tav::pages

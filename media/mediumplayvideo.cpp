@@ -69,6 +69,6 @@ public:
     }
 };
 
-TAVELOR_PAGE(mediumplayvideo, "Medium_play_Video.asp")
+TAVELOR_PAGE(mediumplayvideo, "Medium_play_Video.asp", access::right("1301|1311"))
 
 }  // namespace tav::pages

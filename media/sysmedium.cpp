@@ -87,6 +87,6 @@ public:
     }
 };
 
-TAVELOR_PAGE(sysmedium, "Sys_Medium.asp")
+TAVELOR_PAGE(sysmedium, "Sys_Medium.asp", access::right("1311"))
 
 }  // namespace tav::pages

@@ -123,6 +123,6 @@ private:
     }
 };
 
-TAVELOR_PAGE(sysmediummodify, "Sys_Medium_Modify.asp")
+TAVELOR_PAGE(sysmediummodify, "Sys_Medium_Modify.asp", access::right("1311"))
 
 }  // namespace tav::pages

@@ -8,6 +8,7 @@
 #include <string>
 
 #include "server/http_server.h"
+#include "server/page_table.h"
 #include "server/site.h"
 
 namespace {
@@ -15,6 +16,7 @@ namespace {
 int usage() {
     std::cerr << "usage:\n"
                  "  tavelor init DIR [--template DIR]\n"
+                 "  tavelor access-table            (prints docs/access.md)\n"
                  "  tavelor serve DIR [--port 8080] [--bind 127.0.0.1] [--workers N] [--log FILE]\n"
                  "                    [--body-limit BYTES] [--template DIR]\n";
     return 2;
@@ -23,6 +25,10 @@ int usage() {
 }  // namespace
 
 int main(int argc, char** argv) {
+    if (argc == 2 && std::string(argv[1]) == "access-table") {
+        std::cout << tav::access_table();
+        return 0;
+    }
     if (argc < 3) return usage();
     // Every request builds and frees answers of tens of kilobytes. With the
     // allocator's defaults the heap grew and was given back on each one, and

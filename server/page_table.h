@@ -17,4 +17,7 @@ std::vector<PageRegistration> page_table();
 // without case; "" when no page answers there.
 std::string page_class_for(std::string_view file_name);
 
+// docs/access.md: every URL with its class and rule, as a Markdown table.
+std::string access_table();
+
 }  // namespace tav

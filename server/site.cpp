@@ -243,7 +243,11 @@ HttpResponse Site::run_page(const std::string& cls, const HttpRequest& req, std:
     std::string cookie;
     {
         RequestScope scope(request_data(req, std::move(path)), lease.data(), root_, log_, &throttle_);
-        scope.run(*page);
+        // The page's declared rule first: a request it refuses never reaches the page.
+        const Access rule = registered_access(cls);
+        scope.run(*page, [&] {
+            if (admit(rule)) page->I_init();
+        });
         page.reset();  // the page's connection and objects end with the request
         const SessionObject& session = scope.session;
         const std::string attrs = "; Path=/; HttpOnly; SameSite=Lax";
@@ -259,6 +263,7 @@ HttpResponse Site::run_page(const std::string& cls, const HttpRequest& req, std:
     }
 
     HttpResponse out;
+    out.status = response.status();
     if (!cookie.empty()) out.set_header("Set-Cookie", cookie);
     // Never kept: Back after logout must ask again and get the login page.
     out.set_header("Cache-Control", "no-store");

@@ -23,7 +23,7 @@ public:
         tav::Response.write("");
     }
 };
-TAVELOR_PAGE(statusgate, "")
+TAVELOR_PAGE(statusgate, "", access::open())
 
 // The cell script line of sysmonitor for a cell id.
 std::string cell_line(const std::string& body, const std::string& id) {
