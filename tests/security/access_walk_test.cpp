@@ -1,0 +1,155 @@
+// Every registered URL, walked as three people: nobody, an account without
+// rights, and the administrator. Whom a page's rule refuses gets the login
+// page or the refusal, and no row and no file changes; nobody but its owner
+// ever sees another account's rows.
+#include <gtest/gtest.h>
+
+#include <sqlite3.h>
+
+#include <filesystem>
+#include <fstream>
+#include <map>
+#include <string>
+#include <vector>
+
+#include "server/page_table.h"
+#include "tests/support/accounts.h"
+#include "tests/support/test_site.h"
+
+namespace fs = std::filesystem;
+using tav::Access;
+using tav::test::Reply;
+using tav::test::TestSite;
+
+namespace {
+
+// Marks text that only the victim's own pages may show.
+const char kMark[] = "Vx7Own";
+
+// Every row of every table, and every file of the instance but the database:
+// equal snapshots mean nothing changed.
+std::string snapshot(const TestSite& site) {
+    std::string out;
+    sqlite3* db = nullptr;
+    sqlite3_open_v2((site.root() + "/datebase/office.mdb").c_str(), &db, SQLITE_OPEN_READONLY, nullptr);
+    std::vector<std::string> tables;
+    sqlite3_exec(
+        db, "select name from sqlite_master where type='table' order by name",
+        [](void* t, int, char** v, char**) {
+            static_cast<std::vector<std::string>*>(t)->push_back(v[0]);
+            return 0;
+        },
+        &tables, nullptr);
+    for (const auto& t : tables) {
+        out += "#" + t + "\n";
+        sqlite3_exec(
+            db, ("select * from \"" + t + "\"").c_str(),
+            [](void* o, int n, char** v, char**) {
+                auto& s = *static_cast<std::string*>(o);
+                for (int i = 0; i < n; ++i) s += (v[i] ? v[i] : "NULL") + std::string("|");
+                s += "\n";
+                return 0;
+            },
+            &out, nullptr);
+    }
+    sqlite3_close(db);
+    for (auto it = fs::recursive_directory_iterator(site.root()); it != fs::recursive_directory_iterator(); ++it) {
+        std::string rel = fs::relative(it->path(), site.root()).string();
+        if (rel.rfind("datebase", 0) == 0) continue;
+        out += rel;
+        if (it->is_regular_file()) {
+            out.append(" ").append(std::to_string(it->file_size())).append(" ");
+            out.append(std::to_string(fs::last_write_time(it->path()).time_since_epoch().count()));
+        }
+        out += "\n";
+    }
+    return out;
+}
+
+struct Walk : TestSite {
+    std::string victim, mail, address, record;
+    Walk() {
+        victim = tav::test::add_user(*this, "victim", "", "pw", "受害者");
+        tav::test::add_user(*this, "plain", "", "pw", "普通");
+        exec("update software set hardserial='0' where softname='regnewuser'");
+        // Rows of others first, so that no id sent below is the administrator's own (1).
+        exec("insert into Email(send_user_id,to_user_id,Email_title) values (1,1,'first')");
+        exec("insert into Address(User_id,Name) values (1,'first')");
+        exec("insert into Record(user_id,Rec_title) values (1,'first')");
+        exec("insert into Email(send_user_id,to_user_id,Email_title,Email_text) values (" + victim + "," + victim +
+             ",'" + kMark + "m','" + kMark + "b')");
+        mail = scalar("select max(id) as n from Email", "n");
+        exec("insert into Address(User_id,Name,Telphone) values (" + victim + ",'" + kMark + "a','1')");
+        address = scalar("select max(id) as n from Address", "n");
+        exec("insert into Record(user_id,Rec_title,Rec_text,Rec_money) values (" + victim + ",'" + kMark + "r','" +
+             kMark + "t',1)");
+        record = scalar("select max(id) as n from Record", "n");
+        fs::create_directories(root() + "/user/victim");
+        std::ofstream(root() + "/user/victim/" + kMark + ".txt") << kMark;
+        site().throttle().set_schedule({.free_failures = 1000000});
+    }
+    // The requests made of each URL: plain, and with the victim's row ids in
+    // every name a page reads an id from, as GET and as a form post.
+    std::vector<Reply> hit(const std::string& url) {
+        std::vector<Reply> out;
+        for (const std::string& id : {mail, address, record}) {
+            std::string q = "?id=" + id + "&ID=" + id + "&Folder=%5Cuser%5Cvictim&folder=..%2Fuser%2Fvictim";
+            out.push_back(get(url + q));
+            out.push_back(post_form(url + q, {{"id", id}, {"ID", id}, {"title", "x"}, {"UserName", "victim"}}));
+        }
+        return out;
+    }
+};
+
+bool to_login(const Reply& r) { return r.status == 302 && r.location().find("login.asp") != std::string::npos; }
+
+}  // namespace
+
+TEST(AccessWalk, EveryPageAsNobodyAsAnAccountWithoutRightsAndAsTheAdministrator) {
+    Walk site;
+    const auto pages = tav::page_table();
+    ASSERT_EQ(pages.size(), 93u);
+
+    struct Who {
+        const char* name;
+        const char* user;  // "" = no session
+    };
+    for (const Who who : {Who{"nobody", ""}, Who{"plain", "plain"}, Who{"admin", "admin"}}) {
+        for (const auto& p : pages) {
+            // Logout ends the session: sign in again for every page.
+            site.forget_session();
+            if (*who.user) {
+                ASSERT_TRUE(site.login(who.user, who.user == std::string("admin") ? "admin" : "pw"));
+            }
+            const Access& rule = p.access;
+            const bool refused = (rule.kind != Access::Kind::Public && !*who.user) ||
+                                 (rule.kind == Access::Kind::Right && who.user == std::string("plain"));
+            const std::string before = snapshot(site);
+            for (const Reply& r : site.hit(p.url)) {
+                std::string ctx = who.name;
+                ctx.append(" ").append(p.url);
+                EXPECT_LT(r.status, 500) << ctx;
+                // Only the victim may see the victim's rows and files.
+                EXPECT_EQ(r.body.find(kMark), std::string::npos) << ctx;
+                if (refused && !*who.user) {
+                    EXPECT_TRUE(to_login(r)) << ctx << " " << r.status;
+                }
+                if (refused && *who.user) {
+                    EXPECT_EQ(r.status, 403) << ctx;
+                }
+                // The administrator holds every right: no rule turns it away.
+                if (who.user == std::string("admin")) {
+                    EXPECT_NE(r.status, 403) << ctx;
+                    EXPECT_FALSE(to_login(r) && p.url != "logout.asp" && p.url != "loginverify.asp") << ctx;
+                }
+            }
+            if (refused) {
+                EXPECT_EQ(snapshot(site), before) << who.name << " changed something through " << p.url;
+            }
+        }
+    }
+    // The victim's own rows are still all there.
+    EXPECT_EQ(site.scalar("select count(id) as n from Address where Name='" + std::string(kMark) + "a'", "n"), "1");
+    EXPECT_EQ(site.scalar("select count(id) as n from Record where Rec_title='" + std::string(kMark) + "r'", "n"), "1");
+    EXPECT_TRUE(fs::exists(site.root() + "/user/victim/" + std::string(kMark) + ".txt"));
+}
