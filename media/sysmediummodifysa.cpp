@@ -89,6 +89,6 @@ private:
     UploadGroup up{*this};
 };
 
-TAVELOR_PAGE(sysmediummodifysa, "Sys_Medium_Modify_Save.asp", access::right("1311"))
+TAVELOR_PAGE(sysmediummodifysa, "Sys_Medium_Modify_Save.asp", access::right("1311").with("deletes only for 1311"))
 
 }  // namespace tav::pages

@@ -91,23 +91,28 @@ TEST(FileActions, DeleteRenameAndSave) {
     EXPECT_TRUE(has(form, "name=\"new_name\" value=b.txt "));
     EXPECT_TRUE(has(form, "name=\"old_name\" value=b.txt>"));
 
+    // A name with a folder part, or one that exists, is refused with its reason.
+    site.touch("d.txt", "D");
     struct Case {
-        std::string old_name, new_name, lands;
-    } cases[] = {{"b.txt", "新 名.txt", "新 名.txt"}, {"新 名.txt", "sub\\in.txt", "sub/in.txt"}, {"nothere", "x", ""}};
+        std::string old_name, new_name, lands, refusal;
+    } cases[] = {{"b.txt", "新 名.txt", "新 名.txt", ""},
+                 {"新 名.txt", "sub\\in.txt", "新 名.txt", "不能含有“/”或“\\”"},
+                 {"新 名.txt", "d.txt", "新 名.txt", "已经有名为“d.txt”"},
+                 {"nothere", "x", "", ""}};
     for (auto& c : cases) {
         auto r = site.open("file_rename_save.asp",
                            {{"old_name", c.old_name}, {"new_name", c.new_name}, {"Folder", "\\user\\admin"}});
-        EXPECT_EQ(r.location(), "file.asp?Folder=\\user\\admin") << c.new_name;
+        if (c.refusal.empty()) {
+            EXPECT_EQ(r.location(), "file.asp?Folder=\\user\\admin") << c.new_name;
+        } else {
+            EXPECT_TRUE(has(r.body, c.refusal)) << c.new_name << r.body;
+        }
         if (!c.lands.empty()) {
             EXPECT_EQ(slurp(site.store(c.lands)), "B") << c.lands;
         }
     }
     EXPECT_FALSE(fs::exists(site.store("x")));
-    // a target that exists is a failure of the disk
-    site.touch("c.txt", "C");
-    site.touch("d.txt", "D");
-    auto clash = site.open("file_rename_save.asp", {{"old_name", "c.txt"}, {"new_name", "d.txt"}, {"Folder", "\\user\\admin"}});
-    EXPECT_TRUE(has(clash.body, "Routine : filerenamesave.I_init")) << clash.body;
+    EXPECT_FALSE(fs::exists(site.store("sub/in.txt")));
     EXPECT_EQ(slurp(site.store("d.txt")), "D");
 }
 
