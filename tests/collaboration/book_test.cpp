@@ -242,6 +242,15 @@ TEST(BookSave, MessageAndReplyRowsAndTheParentsCounter) {
     EXPECT_EQ(site.field(reply, "reply_read"), "0");
     EXPECT_EQ(site.field(m, "Reply_num"), "1");
     EXPECT_EQ(site.field(reply, "Reply_num"), "0");
+
+    // Beyond the caps nothing is stored, and the answer names the cap.
+    const std::string before = site.scalar("select count(id) as n from Book", "n");
+    Reply title = site.save(std::string(200, 'x') + "字", "", "b");
+    EXPECT_TRUE(has(title.body, "留言主题太长：最多200个字符")) << title.body;
+    Reply body = site.save("t", "", std::string(19999, 'x') + "字字");
+    EXPECT_TRUE(has(body.body, "留言内容太长：最多20000个字符")) << body.body;
+    EXPECT_EQ(site.scalar("select count(id) as n from Book", "n"), before);
+    EXPECT_EQ(site.save("t", "", std::string(19999, 'x') + "字").status, 302);
 }
 
 TEST(BookSave, AFailedReplyInsertLeavesTheParentCountingOneTooMany) {

@@ -161,6 +161,20 @@ TEST(FileUpload, FormPostExistingNameAndLogin) {
     EXPECT_FALSE(fs::exists(fs::path(site.root()).parent_path().parent_path() / "escaped.txt"));
     EXPECT_FALSE(fs::exists(fs::path(site.root()).parent_path() / "escaped.txt"));
 
+    // The quota counts the whole store plus the upload: a file that fits is
+    // stored, one byte more is refused with the numbers, and nothing is kept.
+    site.exec("insert into software(softname,Hardserial) values ('quota_store','1')");
+    site.touch("fill.bin", std::string(1024 * 1024 - 20 - 8, 'x'));  // the store holds 28 bytes already
+    auto quota = [&](const std::string& name, std::size_t bytes) {
+        return site.post_raw("file_upload.asp", "multipart/form-data; boundary=----TavelorBoundary",
+                             upload_body("\\user\\admin\\docs", name, std::string(bytes, 'q')));
+    };
+    auto over = quota("over.txt", 21);
+    EXPECT_TRUE(has(over.body, "限额 1 MB")) << over.body;
+    EXPECT_FALSE(fs::exists(site.store("docs/over.txt")));
+    EXPECT_TRUE(has(quota("fits.txt", 20).location(), "文件上传成功"));
+    EXPECT_EQ(fs::file_size(site.store("docs/fits.txt")), 20u);
+
     site.forget_session();
     EXPECT_EQ(site.get("file_upload.asp?Folder=%5Cuser").location(), "login.asp");
 }
