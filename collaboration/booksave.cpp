@@ -17,7 +17,6 @@ public:
         dbI_init();
         funI_init();
         up.upI_init();
-        require_login(LoginTest::IdOnly);
 
         std::string ip = Request.ServerVariables("remote_addr");
         up.upload_initialize();

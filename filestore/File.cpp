@@ -14,7 +14,6 @@ class File : public Page {
 public:
     void I_init() override {
         dbI_init();
-        require_login(LoginTest::MarkerAndId);
         rs = conn.execute("select username from user where id="_sql + Session("user_id"));
         Value file_name = Request.querystring("file_name");
         Value does = Request.querystring("does");

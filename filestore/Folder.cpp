@@ -16,7 +16,6 @@ class Folder : public Page {
 public:
     void I_init() override {
         dbI_init();
-        require_login(LoginTest::MarkerAndId);
         // the menu's test for document.all holds through the compat script
         Response.client_compat(kCompatDialogs);
         std::string root_image = "root1.gif";

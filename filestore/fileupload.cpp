@@ -35,10 +35,6 @@ public:
         Response.line("</script>");
         Response.line("</head>");
         Response.line("<body>");
-        if (Session("user_id").blank()) {
-            Response.redirect("login.asp");
-            END_PAGE();
-        }
         const std::string root = filestore::account_root(conn);
         up.upload_initialize();
         std::string field = "Folder";

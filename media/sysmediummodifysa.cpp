@@ -17,7 +17,6 @@ public:
         dbI_init();
         funI_init();
         up.upI_init();
-        require_login(LoginTest::MarkerAndId);
 
         up.upload_initialize();
         Value id = form("id");

@@ -109,12 +109,6 @@ TEST(FolderTree, OpensTheBranchOfTheCurrentFolderMarkedAndInOrder) {
     EXPECT_FALSE(has(gone, " Error "));
 }
 
-TEST(FolderTree, WithoutLoginToTheLoginPage) {
-    tav::test::TestSite site;
-    EXPECT_EQ(site.get("folder.asp").location(), "login.asp");
-    EXPECT_EQ(site.get("file.asp?Folder=%5Cuser%5Cadmin").location(), "login.asp");
-}
-
 TEST(FolderTree, FolderOutsideTheAccountIsRefusedWithoutAWalk) {
     StoreSite site;
     for (const char* folder : {"\\Datas", "\\USER\\admin", "abc", "\\user\\admin\\..\\..", "\\"}) {

@@ -58,7 +58,6 @@ TEST(MediaMaintenance, DeleteButtonOnlyWithTheRightAndKindPreselected) {
     TestSite site;
     std::string id = add_title(site, {.title = "t", .kind = "video_rm"});
     std::string odd = add_title(site, {.title = "o", .kind = "flash"});
-    EXPECT_EQ(site.get("/Sys_Medium_Modify.asp?ID=" + id).location(), "login.asp");
     add_user(site, "plain", "1301");
     ASSERT_TRUE(site.login("plain", "pw"));
     EXPECT_EQ(site.get("/Sys_Medium_Modify.asp?ID=" + id).status, 403);  // the form is the maintainers'
@@ -78,8 +77,6 @@ TEST(MediaMaintenance, DeleteButtonOnlyWithTheRightAndKindPreselected) {
 
 TEST(MediaMaintenance, AddChangeReplaceAndDelete) {
     TestSite site;
-    EXPECT_EQ(post_multipart(site, kSave, title_form("", "t", "/Medium/", "C:\\x\\song.mp3", "ID3")).location(),
-              "login.asp");
     ASSERT_TRUE(site.login());
     auto added = post_multipart(site, kSave, title_form("", "歌", "/Medium/", "C:\\x\\song.mp3", "ID3data"));
     EXPECT_EQ(added.location(), "Pop_OK.asp?message=添加新媒体文件成功！&next_href=Medium_List.asp");
