@@ -193,6 +193,8 @@ TEST(BookRead, RepliesUnderTheParentsTitleAndTheRedLineWhenSomeWereDeleted) {
     site.user("reader");
     site.as("reader");
     EXPECT_EQ(count(site.get("Book_read.asp?id=" + m).body, "删除此回复"), 0);
+    EXPECT_EQ(site.get("Del_Record.asp?Table=book&ID=" + r1 + "&next=close.asp").status, 403);  // nor deletes
+    EXPECT_EQ(site.field(r1, "Book_title"), "own title");
     site.as("admin");
     site.exec("delete from Book where id=" + r1);  // what Del_Record.asp does
     body = site.get("Book_read.asp?id=" + m).body;
