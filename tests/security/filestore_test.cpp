@@ -139,7 +139,28 @@ TEST(CollaborationExploits, EachReplayedExploitFails) {
          {{"Folder_create.asp", ""}, {"Folder", "x"}, {"CURR_DIR", "\\compat\\"}, {"FDO", "create"}}},
         {"folder named CON", false,
          {{"Folder_create.asp", ""}, {"Folder", "CON"}, {"CURR_DIR", me + "\\"}, {"FDO", "create"}}},
+        // Paths that climb out of the site, or name the site's root or its database.
+        {"create beside the site", false,
+         {{"Folder_create.asp", ""}, {"Folder", "escaped"}, {"CURR_DIR", "\\..\\..\\"}, {"FDO", "create"}}},
+        {"create by a climbing name", false,
+         {{"Folder_create.asp", ""}, {"Folder", "..\\..\\..\\escaped"}, {"CURR_DIR", me + "\\"}, {"FDO", "create"}}},
+        {"rename to a climbing path", false,
+         {{"Folder_rename.asp", ""}, {"Folder", "\\..\\..\\..\\escaped"}, {"CURR_DIR", me + "\\a"},
+          {"ROOT", me}, {"FDO", "rename"}}},
+        {"rename under a climbing root", false,
+         {{"Folder_rename.asp", ""}, {"Folder", "\\a"}, {"CURR_DIR", me + "\\a"}, {"ROOT", "\\..\\.."}, {"FDO", "rename"}}},
+        {"delete beside the site", false, {{"Folder_delete.asp", ""}, {"CURR_DIR", "\\..\\.."}, {"FDO", "delete"}}},
+        {"delete the site root", false, {{"Folder_delete.asp", ""}, {"CURR_DIR", "\\"}, {"FDO", "delete"}}},
+        {"delete the database", false, {{"Folder_delete.asp", ""}, {"CURR_DIR", "\\datebase"}, {"FDO", "delete"}}},
+        {"rename the database", false,
+         {{"Folder_rename.asp", ""}, {"Folder", "\\db"}, {"CURR_DIR", "\\DATEBASE"}, {"ROOT", me}, {"FDO", "rename"}}},
+        {"delete the database file", false,
+         {{"file.asp", ""}, {"Folder", "\\datebase"}, {"does", "delete"}, {"file_name", "office.mdb"}}},
+        {"move the database file in", false,
+         {{"file_rename_save.asp", ""}, {"Folder", me}, {"old_name", "..\\..\\datebase\\office.mdb"}, {"new_name", "db.txt"}}},
     };
+    site.mkdir("a");
+    const fs::path outside = fs::path(site.root()).parent_path();
     for (const Exploit& e : exploits) {
         if (e.anonymous) site.forget_session();
         auto r = site.open(e.get[0].first, {e.get.begin() + 1, e.get.end()});
@@ -153,7 +174,10 @@ TEST(CollaborationExploits, EachReplayedExploitFails) {
     EXPECT_TRUE(fs::exists(site.disk("help.htm")));
     EXPECT_TRUE(fs::exists(site.disk("compat/binding.js")));
     EXPECT_FALSE(fs::exists(site.disk("compat/x")) || fs::exists(site.disk("x")) || fs::exists(site.store("CON")));
-    EXPECT_TRUE(fs::exists(site.store("mine.txt")));
+    EXPECT_TRUE(fs::exists(site.store("mine.txt")) && fs::exists(site.store("a")));
+    EXPECT_FALSE(fs::exists(outside / "escaped") || fs::exists(outside.parent_path() / "escaped"));
+    EXPECT_TRUE(fs::exists(site.disk("datebase/office.mdb")) && fs::exists(site.disk("images")));
+    EXPECT_FALSE(fs::exists(site.store("db.txt")));
 
     // Another account's card and ledger row by id: not found, and unchanged.
     EXPECT_FALSE(has(site.get("Address_Edit.asp?id=" + card).body, "秘密名片"));
