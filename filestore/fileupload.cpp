@@ -39,8 +39,10 @@ public:
         up.upload_initialize();
         std::string field = "Folder";
         std::string folder = up.upload_form(field);
-        if (!filestore::inside(folder.empty() ? Request.querystring("Folder").str() : folder, root))
-            refuse("file store: folder outside own");
+        // The form's folder, or the posted one; with none at all only the
+        // form shows, and nothing is written.
+        const std::string asked = folder.empty() ? Request.querystring("Folder").str() : folder;
+        if (!asked.empty() && !filestore::inside(asked, root)) refuse("file store: folder outside own");
         if (folder.empty()) {
             Response.line("<form name=\"form1\" method=\"post\" action=\"file_upload.asp\" enctype=\"multipart/form-data\">");
             Response.line("<table width=\"400\" border=\"0\" cellspacing=\"1\" cellpadding=\"4\" align=\"center\">");
