@@ -10,7 +10,7 @@ public:
     void I_init() override {
         dbI_init();
         Value id = Request.querystring("id");
-        rs = conn.execute("select name from Address where id="_sql + id);
+        rs = conn.execute("select name from Address where id="_sql + id + " and User_id=" + Session("USER_ID"));
         Value name = rs("name");
         rs.close();
         conn.close();
@@ -34,6 +34,6 @@ public:
     }
 };
 
-TAVELOR_PAGE(addressdelete, "Address_delete.asp", access::signed_in())
+TAVELOR_PAGE(addressdelete, "Address_delete.asp", access::signed_in().with("own cards only"))
 
 }  // namespace tav::pages

@@ -1,5 +1,5 @@
-// Address_Edit.asp: the form for a new card (no id) or for the card of an id,
-// whoever owns it.
+// Address_Edit.asp: the form for a new card (no id) or for one of the
+// account's own cards; another account's id reads as unknown.
 #include "frame/html.h"
 #include "frame/page.h"
 #include "frame/vb.h"
@@ -15,7 +15,7 @@ public:
         Value name, work, phone, mobile, sex, mail;
         if (!id.blank()) {
             word = "修改";
-            rs = conn.execute("select * from Address where id="_sql + id);
+            rs = conn.execute("select * from Address where id="_sql + id + " and User_id=" + Session("USER_ID"));
             name = rs("Name");
             work = rs("Work");
             phone = rs("Telphone");
@@ -84,6 +84,6 @@ private:
     }
 };
 
-TAVELOR_PAGE(addressedit, "Address_Edit.asp", access::signed_in())
+TAVELOR_PAGE(addressedit, "Address_Edit.asp", access::signed_in().with("own cards only"))
 
 }  // namespace tav::pages

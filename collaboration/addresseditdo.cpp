@@ -1,5 +1,5 @@
 // Address_EditDo.asp: stores a new card for the session's account, or
-// changes the card of the posted id. Empty fields get fill-in values so that
+// changes its card of the posted id. Empty fields get fill-in values so that
 // a card never shows an empty cell.
 #include "frame/page.h"
 #include "frame/vb.h"
@@ -35,10 +35,10 @@ public:
                          sex + "','" + mail + "')");
         } else {
             message = "名片修改成功！";
-            // By id alone: whoever names a card changes it.
+            // Only the account's own card: another id changes nothing.
             conn.execute("update Address set Name='"_sql + name + "',Work='" + work + "',Telphone='" + phone + "'" +
                          ",Mobile='" + mobile + "',Sex='" + sex + "',Email='" + mail + "' where id=" +
-                         Request.Form("id"));
+                         Request.Form("id") + " and User_id=" + Session("USER_ID"));
         }
         conn.close();
         Response.redirect("Pop_OK.asp?message=" + message + "&next_href=Address_list.asp");
@@ -46,6 +46,6 @@ public:
     }
 };
 
-TAVELOR_PAGE(addresseditdo, "Address_EditDo.asp", access::signed_in())
+TAVELOR_PAGE(addresseditdo, "Address_EditDo.asp", access::signed_in().with("own cards only"))
 
 }  // namespace tav::pages

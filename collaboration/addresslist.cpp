@@ -56,6 +56,6 @@ public:
     }
 };
 
-TAVELOR_PAGE(addresslist, "Address_List.asp", access::signed_in())
+TAVELOR_PAGE(addresslist, "Address_List.asp", access::signed_in().with("own cards only"))
 
 }  // namespace tav::pages

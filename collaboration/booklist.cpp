@@ -1,5 +1,6 @@
 // Book_list.asp: the guest book's top-level messages, ten to a page. GL=1
-// adds the delete column; it is a plain switch of the link, not a right.
+// adds the delete column for the holders of the management right (1204),
+// whose menu entry it is; for anyone else it shows the plain list.
 #include "frame/html.h"
 #include "frame/page.h"
 #include "frame/pagebar.h"
@@ -17,7 +18,7 @@ public:
                             .carry = {{"GL", html_text(GL)}}});
         bar.read_p();
         [[maybe_unused]] Value type = Trim(Request.querystring("type"));  // read, and nothing uses it
-        const bool manager = GL == "1";
+        const bool manager = GL == "1" && holds_right(conn, "1204");
 
         // The store keeps the number of threads (book_tally).
         bar.count("select num from book_tally");
@@ -69,6 +70,6 @@ public:
     }
 };
 
-TAVELOR_PAGE(booklist, "Book_list.asp", access::right("1201|1204"))
+TAVELOR_PAGE(booklist, "Book_list.asp", access::right("1201|1204").with("GL=1 delete column only with 1204; else the plain list"))
 
 }  // namespace tav::pages

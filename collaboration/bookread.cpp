@@ -12,7 +12,8 @@ public:
     void I_init() override {
         dbI_init();
         funI_init();
-        [[maybe_unused]] Value gl = Request.querystring("gl");  // read; the delete links show regardless
+        [[maybe_unused]] Value gl = Request.querystring("gl");  // read; the right decides the delete links
+        const bool manager = holds_right(conn, "1204");
         rs = conn.execute("select * from Book where id="_sql + Request.querystring("id"));
         Value title = rs("Book_title");
         Value ID = rs("ID");
@@ -40,10 +41,12 @@ public:
             ++shown;
             Value reply_id = replies("id");
             Response.line("<table width=\"100%\" border=\"0\" cellspacing=\"0\" cellpadding=\"3\">");
-            Response.line("<tr bgcolor=\"#BFAFBF\"><td>回复" + std::to_string(shown) + "：" + html_text(title) +
-                          "&nbsp;&nbsp;&nbsp;&nbsp;&nbsp;&nbsp;&nbsp;&nbsp;<a href=\"Pop_Del.asp?id=" +
-                          html_text(reply_id) + "&Table=Book&message=确实要删除留言回复[" + html_text(title) +
-                          "]吗？&next=Book_list.asp?GL=1\">删除此回复</a></td></tr>");
+            std::string del = manager ? "&nbsp;&nbsp;&nbsp;&nbsp;&nbsp;&nbsp;&nbsp;&nbsp;<a href=\"Pop_Del.asp?id=" +
+                                            html_text(reply_id) + "&Table=Book&message=确实要删除留言回复[" +
+                                            html_text(title) + "]吗？&next=Book_list.asp?GL=1\">删除此回复</a>"
+                                      : "";
+            Response.line("<tr bgcolor=\"#BFAFBF\"><td>回复" + std::to_string(shown) + "：" + html_text(title) + del +
+                          "</td></tr>");
             Response.line("<tr><td>" + allow_markup(replies("Book_text")) + "</td></tr>");
             Response.line("<tr><td align=\"right\">回复人：" + html_text(get_user_truename(replies("user_id"))) +
                           "&nbsp;&nbsp;&nbsp;&nbsp;来自：" + html_text(replies("User_ip")) + "</td></tr>");
@@ -66,6 +69,6 @@ public:
     }
 };
 
-TAVELOR_PAGE(bookread, "Book_read.asp", access::right("1201|1202|1204"))
+TAVELOR_PAGE(bookread, "Book_read.asp", access::right("1201|1202|1204").with("delete links only with 1204"))
 
 }  // namespace tav::pages

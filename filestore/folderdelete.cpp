@@ -1,6 +1,5 @@
-// Folder_delete.asp: asks before deleting a folder with all it holds. Only
-// the form is withheld for the account's root; the deletion itself runs
-// before that test, as it always has.
+// Folder_delete.asp: asks before deleting a folder with all it holds, below
+// the account's own root; the root itself is never deleted.
 #include "filestore/menu.h"
 #include "filestore/names.h"
 #include "frame/files.h"
@@ -17,6 +16,11 @@ public:
         std::string curr_dir = Request.querystring("Curr_dir").str();
         if (curr_dir.empty()) curr_dir = folder;
         Value fdo = Request.querystring("FDO");
+        dbI_init();
+        const std::string root = filestore::account_root(conn);
+        conn.close();
+        if (!filestore::inside(curr_dir, root) || (fdo == "delete" && curr_dir == root))
+            refuse("file store: folder outside own");
         std::string shown = filestore::shown_name(folder);
         std::string target = Server.MapPath(".\\") + curr_dir;
         if (fdo == "delete") {
@@ -53,6 +57,6 @@ public:
     }
 };
 
-TAVELOR_PAGE(folderdelete, "Folder_delete.asp", access::signed_in())
+TAVELOR_PAGE(folderdelete, "Folder_delete.asp", access::signed_in().with("own folder only, never its root"))
 
 }  // namespace tav::pages

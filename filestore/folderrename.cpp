@@ -1,5 +1,7 @@
 // Folder_rename.asp: renames a folder. The new name is the whole path below
-// the account's root, so a rename can also move the folder in the tree.
+// the account's root, so a rename can also move the folder in the tree,
+// within the account's own store; every part of the new path is a plain
+// name.
 #include "filestore/menu.h"
 #include "filestore/names.h"
 #include "frame/files.h"
@@ -20,10 +22,24 @@ public:
         std::string rest = Replace(folder, "\\user\\", "");
         long n = InStr(rest, "\\");
         if (n == 0) n = 1;
-        // the account's root, from the path itself and not from the session
+        // The account's root comes from the session; a root the form names
+        // must be the same.
+        dbI_init();
+        const std::string own = filestore::account_root(conn);
+        conn.close();
         std::string root = Request.querystring("root").str();
         if (root.empty()) root = "\\user\\" + Left(rest, n - 1);
+        if (fdo == "rename" && root != own) refuse("file store: folder outside own");
+        if (!filestore::inside(curr_dir, own) || (fdo == "rename" && curr_dir == own))
+            refuse("file store: folder outside own");
         std::string shown = Replace(filestore::shown_name(folder), " ", "_");
+        if (fdo == "rename") {
+            // Each part of the new path below the root must be a plain name.
+            if (shown == "\\") filestore::refuse_name("新文件夹名不能为空。");
+            for (const std::string& part : Split(shown.substr(1), "\\"))
+                if (std::string why = filestore::name_problem(part); !why.empty())
+                    filestore::refuse_name("新文件夹名不可用：" + why);
+        }
 
         if (fdo == "rename") {
             FileSystemObject fso;
@@ -69,6 +85,6 @@ public:
     }
 };
 
-TAVELOR_PAGE(folderrename, "Folder_rename.asp", access::signed_in())
+TAVELOR_PAGE(folderrename, "Folder_rename.asp", access::signed_in().with("own folder only, never its root; plain names"))
 
 }  // namespace tav::pages

@@ -11,19 +11,13 @@ std::string shrink(const std::string& walk) {
 }
 
 std::string collect_folders(const std::string& current, const std::string& root,
-                            const std::function<void(const std::string&, std::string&)>& getfolder,
-                            const std::function<void(const std::string&)>& probe) {
+                            const std::function<void(const std::string&, std::string&)>& getfolder) {
     std::string list;
     std::string walk = current;
-    bool fixed = false;
     while (walk != root) {
-        if (fixed) {
-            probe(walk);
-        } else {
-            getfolder(walk, list);
-        }
+        getfolder(walk, list);
         std::string next = shrink(walk);
-        fixed = next == walk;
+        if (next == walk) break;
         walk = std::move(next);
     }
     getfolder(root, list);

@@ -13,15 +13,11 @@ namespace tav::filestore {
 std::string shrink(const std::string& walk);
 
 // The folder list of the tree: getfolder(path, list) appends the subfolders
-// of each folder from current up to root, then of root. The comparison with
-// root is exact, so a current folder outside it never reaches it: the walk
-// then goes on until the host's time limit stops the page. Once the walk can
-// no longer change, a round repeats the one before and its folders could
-// never be shown, so such rounds only call probe(path) (whose file-system
-// call keeps the time limit in force) and the list stops growing.
+// of each folder from current up to root, then of root. The page hands in
+// only a current folder at or below root; one that is not still ends, when
+// it has no part left to drop.
 std::string collect_folders(const std::string& current, const std::string& root,
-                            const std::function<void(const std::string&, std::string&)>& getfolder,
-                            const std::function<void(const std::string&)>& probe);
+                            const std::function<void(const std::string&, std::string&)>& getfolder);
 
 // Ascending exchange sort by character code of the whole path: a sibling
 // named like its parent with a digit or capital behind sorts between the

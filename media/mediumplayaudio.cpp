@@ -13,7 +13,6 @@ class mediumplayaudio : public Page {
 public:
     void I_init() override {
         dbI_init();
-        require_login(LoginTest::MarkerAndId);
         FileSystemObject fso;
         if (!fso.FolderExists(Server.MapPath(".\\") + "\\Medium\\temp\\"))
             fso.CreateFolder(Server.MapPath(".\\") + "\\Medium\\temp\\");

@@ -12,7 +12,6 @@ class mediumplayvideo : public Page {
 public:
     void I_init() override {
         dbI_init();
-        require_login(LoginTest::MarkerAndId);
         FileSystemObject fso;
         if (!fso.FolderExists(Server.MapPath(".\\") + "\\Medium\\temp\\"))
             fso.CreateFolder(Server.MapPath(".\\") + "\\Medium\\temp\\");

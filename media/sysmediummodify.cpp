@@ -1,6 +1,6 @@
 // Sys_Medium_Modify.asp: the form for a new title, or for changing or
 // deleting a stored one. Only an account with the right 1311 sees the
-// delete button; the save page behind it asks no one.
+// delete button, and only such an account reaches the save page behind it.
 #include "frame/html.h"
 #include "frame/page.h"
 #include "frame/vb.h"
@@ -123,6 +123,6 @@ private:
     }
 };
 
-TAVELOR_PAGE(sysmediummodify, "Sys_Medium_Modify.asp", access::right("1311"))
+TAVELOR_PAGE(sysmediummodify, "Sys_Medium_Modify.asp", access::right("1311").with("delete button with 1311, as the save page"))
 
 }  // namespace tav::pages

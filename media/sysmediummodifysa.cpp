@@ -17,7 +17,6 @@ public:
         dbI_init();
         funI_init();
         up.upI_init();
-        require_login(LoginTest::MarkerAndId);
 
         up.upload_initialize();
         Value id = form("id");
@@ -89,6 +88,6 @@ private:
     UploadGroup up{*this};
 };
 
-TAVELOR_PAGE(sysmediummodifysa, "Sys_Medium_Modify_Save.asp", access::right("1311"))
+TAVELOR_PAGE(sysmediummodifysa, "Sys_Medium_Modify_Save.asp", access::right("1311").with("deletes only for 1311"))
 
 }  // namespace tav::pages

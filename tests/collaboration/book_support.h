@@ -11,10 +11,16 @@
 namespace tav::test {
 
 struct BookSite : TestSite {
+    // Signed in as the administrator, who holds every right.
+    BookSite() { login(); }
+    // An account with the readers' rights (list and own messages); returns its id.
+    std::string user(const std::string& name, const std::string& rights = "1201 1202") {
+        return add_user(*this, name, rights);
+    }
     // Logs in as name (made with add_user, password "pw"), forgetting any session.
     void as(const std::string& name) {
         forget_session();
-        login(name, "pw");
+        login(name, name == "admin" ? "admin" : "pw");
     }
     // A top-level message (reply_to 0) or a reply; returns its id.
     std::string message(const std::string& uid, const std::string& title, long reply_to = 0,

@@ -91,23 +91,28 @@ TEST(FileActions, DeleteRenameAndSave) {
     EXPECT_TRUE(has(form, "name=\"new_name\" value=b.txt "));
     EXPECT_TRUE(has(form, "name=\"old_name\" value=b.txt>"));
 
+    // A name with a folder part, or one that exists, is refused with its reason.
+    site.touch("d.txt", "D");
     struct Case {
-        std::string old_name, new_name, lands;
-    } cases[] = {{"b.txt", "新 名.txt", "新 名.txt"}, {"新 名.txt", "sub\\in.txt", "sub/in.txt"}, {"nothere", "x", ""}};
+        std::string old_name, new_name, lands, refusal;
+    } cases[] = {{"b.txt", "新 名.txt", "新 名.txt", ""},
+                 {"新 名.txt", "sub\\in.txt", "新 名.txt", "不能含有“/”或“\\”"},
+                 {"新 名.txt", "d.txt", "新 名.txt", "已经有名为“d.txt”"},
+                 {"nothere", "x", "", ""}};
     for (auto& c : cases) {
         auto r = site.open("file_rename_save.asp",
                            {{"old_name", c.old_name}, {"new_name", c.new_name}, {"Folder", "\\user\\admin"}});
-        EXPECT_EQ(r.location(), "file.asp?Folder=\\user\\admin") << c.new_name;
+        if (c.refusal.empty()) {
+            EXPECT_EQ(r.location(), "file.asp?Folder=\\user\\admin") << c.new_name;
+        } else {
+            EXPECT_TRUE(has(r.body, c.refusal)) << c.new_name << r.body;
+        }
         if (!c.lands.empty()) {
             EXPECT_EQ(slurp(site.store(c.lands)), "B") << c.lands;
         }
     }
     EXPECT_FALSE(fs::exists(site.store("x")));
-    // a target that exists is a failure of the disk
-    site.touch("c.txt", "C");
-    site.touch("d.txt", "D");
-    auto clash = site.open("file_rename_save.asp", {{"old_name", "c.txt"}, {"new_name", "d.txt"}, {"Folder", "\\user\\admin"}});
-    EXPECT_TRUE(has(clash.body, "Routine : filerenamesave.I_init")) << clash.body;
+    EXPECT_FALSE(fs::exists(site.store("sub/in.txt")));
     EXPECT_EQ(slurp(site.store("d.txt")), "D");
 }
 
@@ -156,6 +161,17 @@ TEST(FileUpload, FormPostExistingNameAndLogin) {
     EXPECT_FALSE(fs::exists(fs::path(site.root()).parent_path().parent_path() / "escaped.txt"));
     EXPECT_FALSE(fs::exists(fs::path(site.root()).parent_path() / "escaped.txt"));
 
-    site.forget_session();
-    EXPECT_EQ(site.get("file_upload.asp?Folder=%5Cuser").location(), "login.asp");
+    // The quota counts the whole store plus the upload: a file that fits is
+    // stored, one byte more is refused with the numbers, and nothing is kept.
+    site.exec("insert into software(softname,Hardserial) values ('quota_store','1')");
+    site.touch("fill.bin", std::string(1024 * 1024 - 20 - 8, 'x'));  // the store holds 28 bytes already
+    auto quota = [&](const std::string& name, std::size_t bytes) {
+        return site.post_raw("file_upload.asp", "multipart/form-data; boundary=----TavelorBoundary",
+                             upload_body("\\user\\admin\\docs", name, std::string(bytes, 'q')));
+    };
+    auto over = quota("over.txt", 21);
+    EXPECT_TRUE(has(over.body, "限额 1 MB")) << over.body;
+    EXPECT_FALSE(fs::exists(site.store("docs/over.txt")));
+    EXPECT_TRUE(has(quota("fits.txt", 20).location(), "文件上传成功"));
+    EXPECT_EQ(fs::file_size(site.store("docs/fits.txt")), 20u);
 }

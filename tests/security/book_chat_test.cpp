@@ -23,7 +23,7 @@ namespace {
 struct Site : BookSite {
     std::string owner, parent, reply;
     Site() {
-        owner = tav::test::add_user(*this, "owner");
+        owner = user("owner", "1201 1202 1203 1204");
         parent = message(owner, "parent");
         reply = message("1", "reply", std::stol(parent));
         as("owner");
