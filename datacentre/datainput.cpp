@@ -3,6 +3,7 @@
 // offers only categories in which the account may enter data.
 #include <string>
 
+#include "datacentre/catalog.h"
 #include "frame/html.h"
 #include "frame/inputbox.h"
 #include "frame/page.h"
@@ -28,6 +29,7 @@ public:
             Session.set("upload_path", m);
         } else {
             rs = conn.execute("select * from Datas where id="_sql + ID);
+            if (!datacentre::may_change(conn, rs)) refuse("只有作者或有删除权限者可以修改未上锁的信息");
             m = Trim(rs("Main_menu"));
             selected = Trim(rs("Sub_menu"));
             code = Left(selected, 2);
@@ -129,6 +131,8 @@ private:
     }
 };
 
-TAVELOR_PAGE(datainput, "Data_Input.asp", access::signed_in())
+TAVELOR_PAGE(datainput, "Data_Input.asp",
+             access::signed_in().with("offers the categories with i+code; an item (ID) only to its author or del, "
+                                      "while not locked"))
 
 }  // namespace tav::pages

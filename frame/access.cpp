@@ -79,7 +79,7 @@ void refuse(std::string_view why) {
     out.write("<html>\r\n<head>\r\n<meta http-equiv=\"Content-Type\" content=\"text/html; charset=gb2312\">\r\n"
               "<title>没有权限</title>\r\n<link rel=\"stylesheet\" href=\"style.css\" type=\"text/css\">\r\n</head>\r\n"
               "<body>\r\n<p align=\"center\"><br><br>您没有使用此功能的权限，请与系统管理员联系。</p>\r\n"
-              "<p align=\"center\"><a href=\"javascript:history.back()\">返回</a></p>\r\n</body>\r\n</html>\r\n");
+              "<p align=\"center\"><a href=\"#\" onclick=\"history.back(); return false;\">返回</a></p>\r\n</body>\r\n</html>\r\n");
     END_PAGE();
 }
 

@@ -5,6 +5,7 @@
 // that folder, whatever the post names.
 #include "frame/files.h"
 #include "frame/html.h"
+#include "frame/names.h"
 #include "frame/page.h"
 #include "frame/paths.h"
 #include "frame/upload.h"
@@ -37,8 +38,9 @@ public:
             std::string datas = Server.MapPath("./Datas");
             const std::vector<FileRecord> received = up.files();
             for (const FileRecord& r : received) {
-                std::string target = Server.MapPath(filepath + r.file_name);
-                if (picture_name(r.file_name) && lower(parent_of(target)) == lower(own) &&
+                const std::string leaf = upload_leaf_name(r.file_name);
+                std::string target = Server.MapPath(filepath + leaf);
+                if (safe_leaf_name(leaf) && picture_name(leaf) && lower(parent_of(target)) == lower(own) &&
                     path_inside(lower(datas), lower(own)))
                     Response.write(up.upload_save(target, r));
             }
