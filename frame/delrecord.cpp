@@ -13,7 +13,6 @@ public:
     void I_init() override {
         dbI_init();
         funI_init();
-        require_login(LoginTest::IdOnly);
         Value ID = Request.querystring("ID");
         Value Table = Request.querystring("Table");
         allowed(LCase(Table), ID);

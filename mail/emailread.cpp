@@ -34,13 +34,13 @@ public:
         Response.line("<table width=\"100%\" border=\"0\" cellspacing=\"0\" cellpadding=\"4\">");
         Response.line("<tr bgcolor=\"#336699\" height=\"28\"><td><font color=\"#FFFFFF\">您目前在浏览：我的邮件-&gt;&gt;查看邮件"
                       "</font></td></tr>");
-        // Stored through the allowlist; passed through it again for rows
-        // that did not come from the form (system mails, older rows).
-        Response.line("<tr><td>主题：" + allow_markup(rs("Email_title")) + "</td></tr>");
+        Response.line("<tr><td>主题：" + html_text(rs("Email_title")) + "</td></tr>");
         Response.write("<tr><td>重要程度：" + html_text(mail::degree_name(rs("email_id"))));
         if (attached) Response.write("&nbsp;&nbsp;&nbsp;&nbsp;附件：有");
         Response.line("</td></tr>");
         Response.line("<tr><td><hr size=\"1\">正文：</td></tr>");
+        // Stored through the allowlist; passed through it again for rows
+        // that did not come from the form (system mails, older rows).
         Response.line("<tr><td bgcolor=\"#FFFFFF\">" + allow_markup(rs("Email_text")) + "</td></tr>");
         if (attached) {
             Response.write("<tr><td>");

@@ -190,13 +190,6 @@ TEST(MailList, FolderOutsideTheFourEndsInTheErrorReport) {
     }
 }
 
-TEST(MailList, OnlyForALoggedInSession) {
-    MailSite m;
-    auto r = m.site.get("/Email_list.asp?type=0");
-    EXPECT_EQ(r.status, 302);
-    EXPECT_EQ(r.location(), "login.asp");
-}
-
 TEST(MailDelete, EachFolderMovesTheMailOneStep) {
     struct Case {
         const char* type;

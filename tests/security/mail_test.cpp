@@ -162,4 +162,13 @@ TEST(MailExploits, AnotherAccountsMailStaysOutOfReach) {
     EXPECT_TRUE(has(docs, "1x.html|")) << docs;
     EXPECT_TRUE(has(docs, "1y.html|")) << docs;
     EXPECT_EQ(tav::test::count(docs, "0|"), 2) << docs;
+
+    // A subject is text: stored as typed (the apostrophe as ‘), shown as text.
+    m.send(m.ann + "@", "a</script>\"'<b", "x");
+    EXPECT_EQ(m.scalar("select Email_title as v from Email where id=" + m.last_id()), "a</script>\"‘<b");
+    for (const std::string& page : {std::string("/Email_list.asp?type=3"), "/Email_read.asp?id=" + m.last_id()}) {
+        auto r = m.site.get(page);
+        EXPECT_TRUE(has(r.body, "a&lt;/script&gt;")) << page << r.body;
+        expect_inert(r, page);
+    }
 }
