@@ -32,6 +32,8 @@ public:
         // The category's code is also the folder's name below Datas.
         if (!datacentre::digit_code(Sub_menu)) refuse("没有这个类别");
         require_right(conn, "i" + Sub_menu);
+        // The form's main menu is the one the category belongs to.
+        if (Main_menu != "menu" + Sub_menu.substr(0, 2)) refuse("主菜单与类别不符");
         if (!(ID == Value(0))) {
             rs = conn.execute("select * from Datas where id="_sql + ID);
             if (!datacentre::may_change(conn, rs)) refuse("只有作者或有删除权限者可以修改未上锁的信息");

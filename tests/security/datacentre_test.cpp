@@ -189,9 +189,10 @@ TEST(DataCentreExploits, EachReplayedExploitIsRefused) {
     const std::string c3102 = id_of("3102"), nav1904 = id_of("1904");
     const std::string admin = site.scalar("select id from user where username='admin'", "id");
     const std::string escape = "/../../../images/x.html";
-    auto upload = [&](const std::string& id, const std::string& sub, const std::string& filename) {
+    auto upload = [&](const std::string& id, const std::string& sub, const std::string& filename,
+                      const std::string& main = "menu31") {
         return tav::test::post_multipart(site, "Data_InputDo.asp",
-                                         {{"ID", id}, {"Main_menu", "menu31"}, {"D_title", "t"}, {"Sub_menu", sub},
+                                         {{"ID", id}, {"Main_menu", main}, {"D_title", "t"}, {"Sub_menu", sub},
                                           {"body", "b"}, tav::test::file("Afile", filename, "<script>x</script>")});
     };
     struct Try {
@@ -207,6 +208,7 @@ TEST(DataCentreExploits, EachReplayedExploitIsRefused) {
         {"author", "change of another's item", [&] { return upload(other, "3102", "a.doc"); }},
         {"author", "change of a locked item", [&] { return upload(locked, "3102", "a.doc"); }},
         {"author", "category code as a path", [&] { return upload("0", "../images", "a.doc"); }},
+        {"author", "a main menu not the category's", [&] { return upload("0", "3102", "a.doc", "<b>x</b>"); }},
         {"reader", "deleting another's item", [&] { return site.get("Data_Del.asp?id=" + item); }},
         {"author", "deleting a locked item", [&] { return site.get("Data_Del.asp?id=" + locked); }},
         {"reader", "the change form of another's item", [&] { return site.get("Data_Input.asp?ID=" + item); }},
