@@ -111,6 +111,8 @@ private:
     UploadGroup up{*this, UploadGroup::Variant::UploadImg};
 };
 
-TAVELOR_PAGE(uploadimg, "upload_img.asp", access::signed_in())
+TAVELOR_PAGE(uploadimg, "upload_img.asp",
+             access::signed_in().with(".gif/.jpg only into Datas/<the session's folder>/, under their last name "
+                                      "component"))
 
 }  // namespace tav::pages

@@ -201,6 +201,6 @@ private:
     }
 };
 
-TAVELOR_PAGE(emaillist, "Email_list.asp", access::signed_in())
+TAVELOR_PAGE(emaillist, "Email_list.asp", access::signed_in().with("the account's own folders only"))
 
 }  // namespace tav::pages

@@ -66,6 +66,8 @@ private:
     UploadGroup up{*this};
 };
 
-TAVELOR_PAGE(emailsenddo, "Email_sendDo.asp", access::signed_in())
+TAVELOR_PAGE(emailsenddo, "Email_sendDo.asp",
+             access::signed_in().with("sender is the session's account; attachments only into Email/ under their last "
+                                      "name component; the body through the markup allowlist"))
 
 }  // namespace tav::pages
