@@ -32,6 +32,10 @@ bool plain_name(const std::string& s);
 // outside Datas.
 bool digit_code(const std::string& s);
 
+// True when s is a category's code: a main menu's two digits and two more.
+// A shorter code would pass the rights test as a part of a longer one.
+inline bool category_code(const std::string& s) { return s.size() == 4 && digit_code(s); }
+
 // True when a name may go into a row of `menu`: the navigation frame prints
 // those rows as part of its markup, so a name holds no quote of any kind
 // (the stored backquote and typographic quotes stand for quotes there), no

@@ -24,7 +24,7 @@ public:
             ID = 0;
             m = Trim(Request.querystring("m"));
             // A main menu's handle (menuNN): it also names the picture folder below Datas.
-            if (m.str().rfind("menu", 0) != 0 || !datacentre::digit_code(m.str().substr(4))) refuse("没有这个主菜单");
+            if (m.str().rfind("menu", 0) != 0 || !(m.str().size() == 6 && datacentre::digit_code(m.str().substr(4)))) refuse("没有这个主菜单");
             rs = conn.execute("select user_text,menu_id from menu where menu_text='"_sql + m + "'");
             code = Replace(rs("menu_id"), "menu", "");
             // The editor's pictures go to the main menu's folder.

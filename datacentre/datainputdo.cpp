@@ -30,7 +30,7 @@ public:
         // Only into a category the account may enter data in (the form
         // offers no other), and only to an item the account may change.
         // The category's code is also the folder's name below Datas.
-        if (!datacentre::digit_code(Sub_menu)) refuse("没有这个类别");
+        if (!datacentre::category_code(Sub_menu)) refuse("没有这个类别");
         require_right(conn, "i" + Sub_menu);
         // The form's main menu is the one the category belongs to.
         if (Main_menu != "menu" + Sub_menu.substr(0, 2)) refuse("主菜单与类别不符");

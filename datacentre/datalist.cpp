@@ -19,7 +19,7 @@ public:
         Value Sub_menu = Trim(Request.querystring("Sub_menu"));
         if (Sub_menu.blank()) Sub_menu = "3110";
         // A category's list is for the holders of its code.
-        if (!datacentre::digit_code(Sub_menu.str())) refuse("没有这个类别");
+        if (!datacentre::category_code(Sub_menu.str())) refuse("没有这个类别");
         require_right(conn, Sub_menu.str());
         // Apostrophes are taken out of the search text; a text of nothing
         // else is no search.
@@ -106,6 +106,6 @@ public:
 };
 
 TAVELOR_PAGE(datalist, "Data_list.asp",
-             access::signed_in().with("Sub_menu=X (digits) needs the read right X"))
+             access::signed_in().with("Sub_menu=X (a four-digit code) needs the read right X"))
 
 }  // namespace tav::pages

@@ -18,9 +18,9 @@ public:
         Value id = Request.querystring("id");
         rs = conn.execute("select * from Datas where id="_sql + id);
         // Readable where its category's list is.
-        std::string category_code = Trim(rs("Sub_menu")).str();
-        if (!datacentre::digit_code(category_code)) refuse("没有这个类别");
-        require_right(conn, category_code);
+        std::string code = Trim(rs("Sub_menu")).str();
+        if (!datacentre::category_code(code)) refuse("没有这个类别");
+        require_right(conn, code);
         // Written before anything is shown, so it stands also when a name is missing.
         monitor("查阅: " + rs("Main_menu") + " =>> " + rs("D_title"));
         std::vector<std::string> files = Split(rs("D_afile"), "*");

@@ -24,7 +24,7 @@ public:
 
         // The page of main menu NN is offered to holders of NNA9, and works
         // on that main menu's categories only.
-        if (!(datacentre::digit_code(m_id.str()) && m_id.str().size() == 2)) refuse("没有这个主菜单");
+        if (!(m_id.str().size() == 2 && datacentre::digit_code(m_id.str()))) refuse("没有这个主菜单");
         require_right(conn, m_id.str() + "A9");
         if (!id.blank() && id != Value(0)) own_category(id, m_id);
 

@@ -215,6 +215,7 @@ TEST(DataCentreExploits, EachReplayedExploitIsRefused) {
         {"reader", "reading in a category without right", [&] { return site.get("Data_read.asp?id=" + other); }},
         {"reader", "listing a category without right", [&] { return site.get("Data_list.asp?sub_menu=3103"); }},
         {"reader", "a list code that widens the test", [&] { return site.get("Data_list.asp?sub_menu=3103|3"); }},
+        {"reader", "a list code that is part of a right", [&] { return site.get("Data_list.asp?sub_menu=310"); }},
         {"reader", "locking", [&] { return site.get("Lock.asp?id=" + item + "&k=lock"); }},
         {"reader", "renaming a category without NNA9",
          [&] { return site.get("Data_type.asp?m_id=31&id=" + c3102 + "&user_text=x"); }},
