@@ -1,5 +1,6 @@
 #include "datacentre/catalog.h"
 
+#include "frame/access.h"
 #include "frame/vb.h"
 
 namespace tav::datacentre {
@@ -34,6 +35,27 @@ bool plain_name(const std::string& s) {
     for (unsigned char c : s)
         if (c < 32 || c == '/' || c == '\\' || c == ':') return false;
     return s.find("..") == std::string::npos;
+}
+
+bool digit_code(const std::string& s) {
+    if (s.empty() || s.size() > 8) return false;
+    for (char c : s)
+        if (c < '0' || c > '9') return false;
+    return true;
+}
+
+bool menu_name_ok(const std::string& name) {
+    for (unsigned char c : name)
+        if (c < 32 || c == 127 || c == '`' || c == '\'' || c == '"' || c == '<' || c == '>' || c == '\\') return false;
+    // The typographic quotes: the navigation frame turns ” into '"'.
+    for (const char* q : {"\xE2\x80\x9C", "\xE2\x80\x9D", "\xE2\x80\x98", "\xE2\x80\x99"})
+        if (name.find(q) != std::string::npos) return false;
+    return true;
+}
+
+bool may_change(Connection& conn, Recordset& item) {
+    bool author = item("user_id") == Value(session_account());
+    return (author || holds_right(conn, "del")) && item("lock") == "0";
 }
 
 std::string name_form_script(const char* field, const char* alert, bool trimmed) {

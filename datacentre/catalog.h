@@ -5,6 +5,7 @@
 
 #include <string>
 
+#include "frame/store.h"
 #include "frame/value.h"
 
 namespace tav::datacentre {
@@ -25,6 +26,30 @@ std::string url_part(const std::string& s);
 // True when a stored or posted name can be a single folder or file name
 // below Datas: no separators, no parent step, no drive, no controls.
 bool plain_name(const std::string& s);
+
+// True when s is a code of digits only, as category and main menu codes
+// are: such a code cannot widen a rights test ('|') or name a folder
+// outside Datas.
+bool digit_code(const std::string& s);
+
+// True when s is a category's code: a main menu's two digits and two more.
+// A shorter code would pass the rights test as a part of a longer one.
+inline bool category_code(const std::string& s) { return s.size() == 4 && digit_code(s); }
+
+// True when a name may go into a row of `menu`: the navigation frame prints
+// those rows as part of its markup, so a name holds no quote of any kind
+// (the stored backquote and typographic quotes stand for quotes there), no
+// angle bracket, backslash or control character.
+bool menu_name_ok(const std::string& name);
+
+// The prompt that refuses such a name.
+inline constexpr const char* kBadMenuName =
+    "名称中不能含有引号、反引号、尖括号、反斜杠或控制字符，请更名：";
+
+// True when the signed-in account may change or delete the item in `item`
+// (a row of Datas): its author or a holder of "del", and only while the
+// item is not locked, as the buttons of Data_read.asp offer it.
+bool may_change(Connection& conn, Recordset& item);
 
 // The VBScript routines go_append and go_modify of a name form. `field` is
 // the text box, `alert` the refusal of an empty box, `trimmed` whether the

@@ -16,6 +16,7 @@ public:
         dbI_init();
         Value id = Request.querystring("id");
         rs = conn.execute("select * from Datas where id="_sql + id);
+        if (!datacentre::may_change(conn, rs)) refuse("只有作者或有删除权限者可以删除未上锁的信息");
         std::vector<std::string> files = Split(rs("D_afile"), "*");
         Value Sub_menu = rs("Sub_menu");
         Value D_title = rs("D_title");
@@ -36,6 +37,7 @@ public:
     }
 };
 
-TAVELOR_PAGE(datadel, "Data_Del.asp", access::signed_in())
+TAVELOR_PAGE(datadel, "Data_Del.asp",
+             access::signed_in().with("the item's author or del, while the item is not locked"))
 
 }  // namespace tav::pages

@@ -78,6 +78,6 @@ private:
     }
 };
 
-TAVELOR_PAGE(datahome, "data_home.asp", access::signed_in())
+TAVELOR_PAGE(datahome, "data_home.asp", access::signed_in().with("sections of the categories the account may read"))
 
 }  // namespace tav::pages

@@ -3,6 +3,7 @@
 // offers only categories in which the account may enter data.
 #include <string>
 
+#include "datacentre/catalog.h"
 #include "frame/html.h"
 #include "frame/inputbox.h"
 #include "frame/page.h"
@@ -22,12 +23,15 @@ public:
         if (ID.blank()) {
             ID = 0;
             m = Trim(Request.querystring("m"));
+            // A main menu's handle (menuNN): it also names the picture folder below Datas.
+            if (m.str().rfind("menu", 0) != 0 || !(m.str().size() == 6 && datacentre::digit_code(m.str().substr(4)))) refuse("没有这个主菜单");
             rs = conn.execute("select user_text,menu_id from menu where menu_text='"_sql + m + "'");
             code = Replace(rs("menu_id"), "menu", "");
             // The editor's pictures go to the main menu's folder.
             Session.set("upload_path", m);
         } else {
             rs = conn.execute("select * from Datas where id="_sql + ID);
+            if (!datacentre::may_change(conn, rs)) refuse("只有作者或有删除权限者可以修改未上锁的信息");
             m = Trim(rs("Main_menu"));
             selected = Trim(rs("Sub_menu"));
             code = Left(selected, 2);
@@ -129,6 +133,8 @@ private:
     }
 };
 
-TAVELOR_PAGE(datainput, "Data_Input.asp", access::signed_in())
+TAVELOR_PAGE(datainput, "Data_Input.asp",
+             access::signed_in().with("offers the categories with i+code; an item (ID) only to its author or del, "
+                                      "while not locked"))
 
 }  // namespace tav::pages

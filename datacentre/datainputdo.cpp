@@ -27,8 +27,17 @@ public:
         // Formatting stays, script goes.
         body = allow_markup(del_url_root(body));
 
-        // The category names a folder below Datas and nothing else.
-        if (!datacentre::plain_name(Sub_menu)) raise_error(err::path_not_found, "Path not found");
+        // Only into a category the account may enter data in (the form
+        // offers no other), and only to an item the account may change.
+        // The category's code is also the folder's name below Datas.
+        if (!datacentre::category_code(Sub_menu)) refuse("没有这个类别");
+        require_right(conn, "i" + Sub_menu);
+        // The form's main menu is the one the category belongs to.
+        if (Main_menu != "menu" + Sub_menu.substr(0, 2)) refuse("主菜单与类别不符");
+        if (!(ID == Value(0))) {
+            rs = conn.execute("select * from Datas where id="_sql + ID);
+            if (!datacentre::may_change(conn, rs)) refuse("只有作者或有删除权限者可以修改未上锁的信息");
+        }
         FileSystemObject fso;
         std::string folder = Server.MapPath(".\\") + "\\Datas\\";
         if (!fso.FolderExists(folder)) fso.CreateFolder(folder);
@@ -84,6 +93,8 @@ private:
     UploadGroup up{*this};
 };
 
-TAVELOR_PAGE(datainputdo, "Data_InputDo.asp", access::signed_in())
+TAVELOR_PAGE(datainputdo, "Data_InputDo.asp",
+             access::signed_in().with("Sub_menu needs i+code; a change (ID) only by the author or del, while not "
+                                      "locked; attachments only into Datas/<code>/ under their last name component"))
 
 }  // namespace tav::pages

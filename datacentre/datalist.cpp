@@ -18,6 +18,9 @@ public:
         dbI_init();
         Value Sub_menu = Trim(Request.querystring("Sub_menu"));
         if (Sub_menu.blank()) Sub_menu = "3110";
+        // A category's list is for the holders of its code.
+        if (!datacentre::category_code(Sub_menu.str())) refuse("没有这个类别");
+        require_right(conn, Sub_menu.str());
         // Apostrophes are taken out of the search text; a text of nothing
         // else is no search.
         Value sstr = Replace(Trim(Request.querystring("sstr")), "'", "");
@@ -102,6 +105,7 @@ public:
     }
 };
 
-TAVELOR_PAGE(datalist, "Data_list.asp", access::signed_in())
+TAVELOR_PAGE(datalist, "Data_list.asp",
+             access::signed_in().with("Sub_menu=X (a four-digit code) needs the read right X"))
 
 }  // namespace tav::pages

@@ -17,6 +17,10 @@ public:
         dbI_init();
         Value id = Request.querystring("id");
         rs = conn.execute("select * from Datas where id="_sql + id);
+        // Readable where its category's list is.
+        std::string code = Trim(rs("Sub_menu")).str();
+        if (!datacentre::category_code(code)) refuse("没有这个类别");
+        require_right(conn, code);
         // Written before anything is shown, so it stands also when a name is missing.
         monitor("查阅: " + rs("Main_menu") + " =>> " + rs("D_title"));
         std::vector<std::string> files = Split(rs("D_afile"), "*");
@@ -81,6 +85,7 @@ private:
     }
 };
 
-TAVELOR_PAGE(dataread, "Data_read.asp", access::signed_in())
+TAVELOR_PAGE(dataread, "Data_read.asp",
+             access::signed_in().with("the read right of the item's category"))
 
 }  // namespace tav::pages

@@ -22,6 +22,12 @@ public:
         std::string prompt;
         bool added = false;
 
+        // The page of main menu NN is offered to holders of NNA9, and works
+        // on that main menu's categories only.
+        if (!(m_id.str().size() == 2 && datacentre::digit_code(m_id.str()))) refuse("没有这个主菜单");
+        require_right(conn, m_id.str() + "A9");
+        if (!id.blank() && id != Value(0)) own_category(id, m_id);
+
         Response.client_compat(kCompatScript);
         write_head({.no_cache_days = 1});
         Response.block(datacentre::name_form_script("user_text", "请输入新增的信息类别名称！", false));
@@ -34,9 +40,17 @@ public:
             prompt = "如果您继续增加新类别，请在后面输入：";
             // Unique in the whole table, not only among categories.
             rs = conn.execute("select id from menu where user_text='"_sql + user_text + "'");
-            if (!rs.eof()) {
+            if (!datacentre::menu_name_ok(user_text.str())) {
+                prompt = datacentre::kBadMenuName;
+                shown = "";
+            } else if (!rs.eof()) {
                 prompt = "此类别名称已经存在，请更名：";
             } else {
+                // Into the main menu's own section of the navigation (or none,
+                // as after a deletion, whose return link carries no xm).
+                Recordset section = conn.execute("select xm from menu where menu_id='"_sql + (m_id + "A9") + "'");
+                if (!xm.blank() && (section.eof() || section("xm").str() != xm.str()))
+                    refuse("类别只能加在本主菜单的栏目中");
                 long long first = CInt(m_id + "01");
                 long long k = first;
                 // No limit: with all 91 codes taken the code behind them is used.
@@ -56,7 +70,10 @@ public:
             prompt = "请输入新的类别名称：";
         } else {
             rs = conn.execute("select id from menu where user_text='"_sql + user_text + "'");
-            if (!rs.eof()) {
+            if (!datacentre::menu_name_ok(user_text.str())) {
+                prompt = datacentre::kBadMenuName;
+                shown = "";
+            } else if (!rs.eof()) {
                 prompt = "此类别名称已经存在，请更名：";
             } else {
                 rs = conn.execute("select menu_id from menu where id="_sql + id);
@@ -115,8 +132,21 @@ public:
         Response.line("</html>");
         Response.write("");
     }
+
+private:
+    // A row named by id must be a category of this main menu: the page
+    // never offers another row of the table. A missing row fails at the
+    // field read, as it always did.
+    void own_category(const Value& id, const Value& m_id) {
+        Recordset row = conn.execute("select menu_id,user_text from menu where id="_sql + id);
+        Value code = row("menu_id");
+        if (Left(code, 2) != m_id.str() || !datacentre::is_category(code, row("user_text")))
+            refuse("这不是本主菜单的类别");
+    }
 };
 
-TAVELOR_PAGE(datatype, "Data_type.asp", access::right("A9"))
+TAVELOR_PAGE(datatype, "Data_type.asp",
+             access::right("A9").with("m_id=NN needs NNA9; id must name a category of NN; names without quotes, "
+                                      "backquotes, angle brackets, backslashes or control characters"))
 
 }  // namespace tav::pages

@@ -22,6 +22,12 @@ public:
         std::string prompt;
         bool added = false;
 
+        // The page lists the main menus only; it never offers another row.
+        if (!id.blank() && id != Value(0)) {
+            Recordset row = conn.execute("select xm from menu where id="_sql + id);
+            if (!row.eof() && row("xm").str() != "sjzx_m") refuse("这不是数据中心的主菜单");
+        }
+
         Response.client_compat(kCompatScript);
         write_head({.no_cache_days = 1});
         Response.block(datacentre::name_form_script("user_text", "请输入新增的信息类别名称！", false));
@@ -33,7 +39,10 @@ public:
         } else if (id == Value(0)) {
             prompt = "如果您继续增加主菜单，请在后面输入：";
             rs = conn.execute("select id from menu where user_text='"_sql + user_text + "' and xm='sjzx_m'");
-            if (!rs.eof()) {
+            if (!datacentre::menu_name_ok(user_text.str())) {
+                prompt = datacentre::kBadMenuName;
+                shown = "";
+            } else if (!rs.eof()) {
                 prompt = "此主菜单名称已经存在，请更名：";
             } else {
                 // The first free code, so that a deleted main menu's code is used again.
@@ -73,7 +82,10 @@ public:
             prompt = "请输入新的主菜单名称：";
         } else {
             rs = conn.execute("select id from menu where user_text='"_sql + user_text + "' and xm='sjzx_m'");
-            if (!rs.eof()) {
+            if (!datacentre::menu_name_ok(user_text.str())) {
+                prompt = datacentre::kBadMenuName;
+                shown = "";
+            } else if (!rs.eof()) {
                 prompt = "此主菜单名称已经存在，请更名：";
             } else {
                 rs = conn.execute("select menu_id from menu where id="_sql + id);
@@ -133,6 +145,7 @@ private:
     }
 };
 
-TAVELOR_PAGE(menu, "Menu.asp", access::right("1908"))
+TAVELOR_PAGE(menu, "Menu.asp",
+             access::right("1908").with("id must name a main menu (xm sjzx_m); names as on Data_type.asp"))
 
 }  // namespace tav::pages

@@ -21,6 +21,16 @@ public:
         Value shown = new_name;
         std::string prompt;
 
+        // The two lists the navigation offers, each to the holders of its entry.
+        const std::string dtable = LCase(Dtable);
+        if (dtable == "department") {
+            require_right(conn, "1906");
+        } else if (dtable == "word_type") {
+            require_right(conn, "1907");
+        } else {
+            refuse("没有这个类别表");
+        }
+
         Response.client_compat(kCompatScript);
         write_head({.no_cache_days = 1});
         Response.block(datacentre::name_form_script("new_name", "请输入新增的数据类别名称！", true));
@@ -93,6 +103,7 @@ public:
     }
 };
 
-TAVELOR_PAGE(typemodify, "type_modify.asp", access::right("1906|1907"))
+TAVELOR_PAGE(typemodify, "type_modify.asp",
+             access::right("1906|1907").with("Dtable=DepartMent needs 1906, word_type 1907; any other table refused"))
 
 }  // namespace tav::pages

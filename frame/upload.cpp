@@ -11,6 +11,7 @@
 #include "frame/files.h"
 #include "frame/host.h"
 #include "frame/html.h"
+#include "frame/names.h"
 #include "frame/page.h"
 #include "frame/paths.h"
 
@@ -253,8 +254,10 @@ std::string UploadGroup::upload_file(std::string& form_name, const std::string& 
         for (std::size_t i = 0; i < files_.size(); ++i) {
             const FileRecord rec = files_[i];
             if (rec.form_name != form_name) continue;
-            std::string path = Server.MapPath(folder) + "\\" + prefix + rec.file_name;
-            if (!upload_save(path, rec).empty()) return prefix + rec.file_name;
+            const std::string leaf = upload_leaf_name(rec.file_name);  // never a path of the client's
+            if (!safe_leaf_name(leaf) || !safe_leaf_name(prefix + leaf)) return "";
+            std::string path = Server.MapPath(folder) + "\\" + prefix + leaf;
+            if (!upload_save(path, rec).empty()) return prefix + leaf;
             return "";
         }
         return "";

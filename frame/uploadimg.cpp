@@ -5,6 +5,7 @@
 // that folder, whatever the post names.
 #include "frame/files.h"
 #include "frame/html.h"
+#include "frame/names.h"
 #include "frame/page.h"
 #include "frame/paths.h"
 #include "frame/upload.h"
@@ -15,7 +16,6 @@ namespace tav::pages {
 class uploadimg : public Page {
 public:
     void I_init() override {
-        require_login(LoginTest::IdOnly);
         Server.ScriptTimeOut(5000);
         up.upload_initialize();
         std::string field = "filepath";
@@ -37,8 +37,9 @@ public:
             std::string datas = Server.MapPath("./Datas");
             const std::vector<FileRecord> received = up.files();
             for (const FileRecord& r : received) {
-                std::string target = Server.MapPath(filepath + r.file_name);
-                if (picture_name(r.file_name) && lower(parent_of(target)) == lower(own) &&
+                const std::string leaf = upload_leaf_name(r.file_name);
+                std::string target = Server.MapPath(filepath + leaf);
+                if (safe_leaf_name(leaf) && picture_name(leaf) && lower(parent_of(target)) == lower(own) &&
                     path_inside(lower(datas), lower(own)))
                     Response.write(up.upload_save(target, r));
             }
@@ -110,6 +111,8 @@ private:
     UploadGroup up{*this, UploadGroup::Variant::UploadImg};
 };
 
-TAVELOR_PAGE(uploadimg, "upload_img.asp", access::signed_in())
+TAVELOR_PAGE(uploadimg, "upload_img.asp",
+             access::signed_in().with(".gif/.jpg only into Datas/<the session's folder>/, under their last name "
+                                      "component"))
 
 }  // namespace tav::pages

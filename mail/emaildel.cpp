@@ -4,6 +4,7 @@
 // may go only with the last of those copies.
 #include "frame/files.h"
 #include "frame/page.h"
+#include "frame/sql.h"
 #include "frame/vb.h"
 
 namespace tav::pages {
@@ -16,19 +17,22 @@ public:
         std::vector<std::string> tokens = Split(Trim(Request.querystring("dellist")), "*");
         Value type = Trim(Request.querystring("type"));
         long folder = folder_of(type);
+        me_ = Session("USER_ID");
         for (const std::string& token : tokens) {
             // "kall" from the select-all box, and any other stray text, is skipped.
             if (!IsNumeric(token)) continue;
             Value id = token;
+            // Each folder holds the account's own side of a mail only; a mail
+            // of another account is not in it, and nothing happens to it.
             if (folder == 0 || folder == 1) {
-                conn.execute("update Email set To_del=1 where id="_sql + id);
+                conn.execute("update Email set To_del=1 where id="_sql + id + " and to_user_id=" + me_);
             } else if (folder == 2) {
-                conn.execute("update Email set To_del=2 where id="_sql + id);
+                conn.execute("update Email set To_del=2 where id="_sql + id + " and to_user_id=" + me_);
                 message = "邮件被彻底删除！";
-                del_email(id);
+                del_email(id, "to_user_id");
             } else if (folder == 3) {
-                conn.execute("update Email set Send_del=2 where id="_sql + id);
-                del_email(id);
+                conn.execute("update Email set Send_del=2 where id="_sql + id + " and send_user_id=" + me_);
+                del_email(id, "send_user_id");
                 message = "邮件被彻底删除！";
             }
         }
@@ -38,9 +42,11 @@ public:
 
     // The row goes when both sides removed it; with an attachment, only
     // together with every copy of the sending, once all of them stand there.
-    void del_email(const Value& id) {
+    // `side` is the column that makes the mail the account's own.
+    void del_email(const Value& id, const char* side) {
         routine("del_email", [&] {
-            Recordset r = conn.execute("select email_doc,to_del,send_del from email where id="_sql + id);
+            Recordset r = conn.execute("select email_doc,to_del,send_del from email where id="_sql + id + " and " +
+                                       sql_name(side) + "=" + me_);
             if (!(r("to_del") == 2 && r("send_del") == 2)) return;
             Value doc = r("email_doc");
             if (doc.str() == "0") {
@@ -83,6 +89,8 @@ public:
     }
 
 private:
+    Value me_;
+
     static long folder_of(const Value& type) {
         if (!IsNumeric(type)) return -1;
         double t = type.num();
@@ -91,6 +99,8 @@ private:
     }
 };
 
-TAVELOR_PAGE(emaildel, "Email_Del.asp", access::signed_in())
+TAVELOR_PAGE(emaildel, "Email_Del.asp",
+             access::signed_in().with("only the account's own side of each mail (recipient in folders 0-2, sender "
+                                      "in 3)"))
 
 }  // namespace tav::pages

@@ -13,10 +13,6 @@ class emaillist : public Page {
 public:
     void I_init() override {
         Response.buffer(true);
-        if (Session("QWX3TRh_k7").blank() || Session("user_id").blank()) {
-            Response.redirect("login.asp");
-            END_PAGE();
-        }
         dbI_init();
         Value me = Session("USER_ID");
 
@@ -139,7 +135,7 @@ private:
             {Cell::markup("<input type=\"checkbox\" value=\"on\" id=\"" + idt + "\" name=\"check" + idt +
                           "\" onclick=\"changechecked(this)\">" + std::to_string(number)),
              // Titles are stored through the markup allowlist; shown as stored.
-             Cell::markup("<a href=\"Email_read.asp?id=" + idt + "\">" + allow_markup(rs("Email_title")) + "</a>"),
+             Cell::markup("<a href=\"Email_read.asp?id=" + idt + "\">" + html_text(rs("Email_title")) + "</a>"),
              Value(name), Value(mail::degree_name(rs("Email_id"))), Value(rs("reply") == 1 ? "Yes" : "No"),
              Cell::markup(state), Value(Trim(rs("Email_doc")) != "0" ? "有" : "无"), rs("email_date")}));
     }
@@ -205,6 +201,6 @@ private:
     }
 };
 
-TAVELOR_PAGE(emaillist, "Email_list.asp", access::signed_in())
+TAVELOR_PAGE(emaillist, "Email_list.asp", access::signed_in().with("the account's own folders only"))
 
 }  // namespace tav::pages

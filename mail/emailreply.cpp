@@ -12,9 +12,11 @@ public:
         Response.buffer(true);
         dbI_init();
         Value id = Request.querystring("id");
-        rs = conn.execute("select Email_title,send_user_id from Email where id="_sql + id);
-        conn.execute("update email set reply=1 where id="_sql + id);
+        Value me = Session("USER_ID");
+        // A mail the account received: the only one that offers the button.
+        rs = conn.execute("select Email_title,send_user_id from Email where id="_sql + id + " and to_user_id=" + me);
         Value title = rs("Email_title");
+        conn.execute("update email set reply=1 where id="_sql + id + " and to_user_id=" + me);
         Recordset sender = conn.execute("select id,Truename from user where id="_sql + rs("send_user_id"));
         if (sender.eof()) {
             Response.write("此邮件不需要回复！<br>因为发件人已经被删除或者是系统自动发给您的邮件。");
@@ -27,6 +29,7 @@ public:
     }
 };
 
-TAVELOR_PAGE(emailreply, "Email_Reply.asp", access::signed_in())
+TAVELOR_PAGE(emailreply, "Email_Reply.asp",
+             access::signed_in().with("only a mail the account received; another's reads as missing"))
 
 }  // namespace tav::pages

@@ -15,10 +15,6 @@ public:
         Response.buffer(true);
         Server.ScriptTimeOut(5000);
         dbI_init();
-        if (Session("user_id").blank()) {
-            Response.redirect("login.asp");
-            END_PAGE();
-        }
         int slot = 1;
         Value prefix = 0;
         std::string email_doc;
@@ -31,11 +27,10 @@ public:
         // without it the part is empty and skipped below.
         std::vector<std::string> recipients = Split(Replace(form("to_user_idstr"), "undefined", ""), "@");
         std::string title = form("Email_title");
-        do_body(title);
-        // Subject and body may carry the editor's formatting, nothing more.
-        title = allow_markup(title);
+        do_body(title);  // the subject is text, stored as typed and escaped where shown
         std::string body = form("body");
         do_body(body);
+        // The body may carry the editor's formatting, nothing more.
         body = allow_markup(del_url_root(body));
         Value degree = form("ImpDegree");
 
@@ -71,6 +66,8 @@ private:
     UploadGroup up{*this};
 };
 
-TAVELOR_PAGE(emailsenddo, "Email_sendDo.asp", access::signed_in())
+TAVELOR_PAGE(emailsenddo, "Email_sendDo.asp",
+             access::signed_in().with("sender is the session's account; attachments only into Email/ under their last "
+                                      "name component; the body through the markup allowlist"))
 
 }  // namespace tav::pages

@@ -71,6 +71,6 @@ private:
     }
 };
 
-TAVELOR_PAGE(selectuser, "Select_user.asp", access::signed_in())
+TAVELOR_PAGE(selectuser, "Select_user.asp", access::signed_in().with("ids and names of the other accounts only"))
 
 }  // namespace tav::pages

@@ -250,7 +250,7 @@
       var imgs = d.images || [];
       for (var i = 0; i < imgs.length; i++) {
         var im = imgs[i];
-        if (im.complete && im.naturalWidth === 0 && im.getAttribute('src')) im.src = im.src;
+        if (im.complete && im.naturalWidth === 0 && im.getAttribute('src')) im.setAttribute('src', im.getAttribute('src'));  // as written: the editor stores it
       }
       var frames = d.querySelectorAll('iframe,frame');
       for (var j = 0; j < frames.length; j++) {

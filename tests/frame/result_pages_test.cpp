@@ -65,9 +65,10 @@ protected:
     void SetUp() override {
         ASSERT_TRUE(site.login());
         uid = site.scalar("select id from user where username='admin'", "id");
-        site.exec("insert into Address(User_id,Name) values (" + uid + ",'甲')");
-        site.exec("insert into Address(User_id,Name) values (" + uid + ",'乙')");
-        first = site.scalar("select id from Address where Name='甲'", "id");
+        site.exec("delete from DepartMent");
+        site.exec("insert into DepartMent(name,Remark) values ('甲',' ')");
+        site.exec("insert into DepartMent(name,Remark) values ('乙',' ')");
+        first = site.scalar("select id from DepartMent where name='甲'", "id");
         logs_before = site.scalar("select count(id) as num from monitor", "num");
     }
     std::string logs() { return site.scalar("select count(id) as num from monitor", "num"); }
@@ -76,25 +77,25 @@ protected:
 };
 
 TEST_F(DelRecord, DeletesTheRowLogsAndRedirectsToTheResultBox) {
-    auto r = site.get("Del_Record.asp?Table=Address&ID=" + first + "&next=Address_List.asp");
+    auto r = site.get("Del_Record.asp?Table=DepartMent&ID=" + first + "&next=type_modify.asp?Dtable=DepartMent");
     EXPECT_EQ(r.status, 302);
-    EXPECT_EQ(r.location(), "Pop_OK.asp?message=记录成功删除！&next_href=Address_List.asp");
-    EXPECT_EQ(site.scalar("select count(id) as num from Address where id=" + first, "num"), "0");
-    EXPECT_EQ(site.scalar("select count(id) as num from Address", "num"), "1");  // only that row
+    EXPECT_EQ(r.location(), "Pop_OK.asp?message=记录成功删除！&next_href=type_modify.asp?Dtable=DepartMent");
+    EXPECT_EQ(site.scalar("select count(id) as num from DepartMent where id=" + first, "num"), "0");
+    EXPECT_EQ(site.scalar("select count(id) as num from DepartMent", "num"), "1");  // only that row
     EXPECT_EQ(site.scalar("select work_text from monitor order by id DESC", "work_text"),
-              "删除数据库表：Address 记录ID号: " + first);
+              "删除数据库表：DepartMent 记录ID号: " + first);
     EXPECT_EQ(site.scalar("select user_id from monitor order by id DESC", "user_id"), uid);
 }
 
 TEST_F(DelRecord, MissingRowStillReportsSuccessAndNextKeepsItsQuery) {
-    auto r = site.get("Del_Record.asp?Table=Address&ID=999999&next=Data_type.asp?m_id=41");
+    auto r = site.get("Del_Record.asp?Table=DepartMent&ID=999999&next=Data_type.asp?m_id=41");
     EXPECT_EQ(r.status, 302);
     EXPECT_EQ(r.location(), "Pop_OK.asp?message=记录成功删除！&next_href=Data_type.asp?m_id=41");
-    EXPECT_EQ(site.scalar("select count(id) as num from Address", "num"), "2");
+    EXPECT_EQ(site.scalar("select count(id) as num from DepartMent", "num"), "2");
 }
 
 TEST_F(DelRecord, FailingDeleteStopsBeforeTheLogLineAndTheRedirect) {
-    auto r = site.get("Del_Record.asp?Table=NoSuchTable&ID=1&next=Address_List.asp");
+    auto r = site.get("Del_Record.asp?Table=DepartMent&ID=x1&next=type_modify.asp");
     EXPECT_EQ(r.status, 200);
     EXPECT_EQ(r.header("Location"), "");
     EXPECT_EQ(r.body.rfind(" Error ", 0), 0u) << r.body;

@@ -123,3 +123,52 @@ TEST(MailSecurity, StoredSubjectsBodiesNamesAndFilesComeBackInert) {
         }
     }
 }
+
+// Each exploit once possible against the mail, replayed: another account's
+// mail reads as a missing one and no request of it changes a row; an
+// attachment's name keeps only its last component, inside Email/.
+TEST(MailExploits, AnotherAccountsMailStaysOutOfReach) {
+    Seeded m;
+    std::string cid = m.user("cid");
+    m.send(m.ann + "@", "只给安", "x");  // admin to ann, with the first mail to ann and bob
+    const std::string to_ann = m.last_id();
+    m.as("cid");
+    const std::string before = m.snapshot();
+    for (const std::string& url :
+         {"Email_read.asp?id=" + m.mail, "Email_read.asp?id=" + to_ann, "Email_Reply.asp?id=" + to_ann,
+          "Email_Del.asp?type=0&dellist=" + to_ann, "Email_Del.asp?type=2&dellist=" + to_ann + "*" + m.mail,
+          "Email_Del.asp?type=3&dellist=" + to_ann}) {
+        auto r = m.site.get("/" + url);
+        EXPECT_FALSE(has(r.body, "只给安") || has(r.body, "原件")) << url;
+        EXPECT_EQ(m.snapshot(), before) << url;
+    }
+    // The recipient may not act as the sender, nor the sender as the recipient.
+    m.as("ann");
+    m.site.get("/Email_Del.asp?type=3&dellist=" + to_ann);
+    m.as("admin", "admin");
+    m.site.get("/Email_Del.asp?type=0&dellist=" + to_ann);
+    m.site.get("/Email_Reply.asp?id=" + to_ann);
+    EXPECT_EQ(m.snapshot(), before);
+    // The dialog lists accounts by name only.
+    auto users = m.site.get("/Select_user.asp").body;
+    EXPECT_TRUE(has(users, cid + "|"));
+    EXPECT_FALSE(has(users, "value=\"pw\"") || has(users, ">pw<"));
+
+    for (const char* name : {"/../../../images/x.html", "..\\..\\y.html", "NUL.txt", "a..b.txt"})
+        m.send(m.ann + "@", "附件", "x", {{1, name, "<script>x</script>"}});
+    EXPECT_FALSE(std::filesystem::exists(m.site.root() + "/images/x.html"));
+    EXPECT_FALSE(std::filesystem::exists(m.site.root() + "/y.html"));
+    std::string docs = rows_of(m.site, "Email where Email_title='附件'", "Email_doc");
+    EXPECT_TRUE(has(docs, "1x.html|")) << docs;
+    EXPECT_TRUE(has(docs, "1y.html|")) << docs;
+    EXPECT_EQ(tav::test::count(docs, "0|"), 2) << docs;
+
+    // A subject is text: stored as typed (the apostrophe as ‘), shown as text.
+    m.send(m.ann + "@", "a</script>\"'<b", "x");
+    EXPECT_EQ(m.scalar("select Email_title as v from Email where id=" + m.last_id()), "a</script>\"‘<b");
+    for (const std::string& page : {std::string("/Email_list.asp?type=3"), "/Email_read.asp?id=" + m.last_id()}) {
+        auto r = m.site.get(page);
+        EXPECT_TRUE(has(r.body, "a&lt;/script&gt;")) << page << r.body;
+        expect_inert(r, page);
+    }
+}
