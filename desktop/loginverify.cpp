@@ -18,14 +18,15 @@ public:
         Response.buffer(true);
         Value username = Trim(Request.Form("username"));
         Value password = Trim(Request.Form("password"));
-        // Guessing is slowed per account and per address: while either must
+        // Guessing is slowed per account from one address: while it must
         // wait, an attempt is answered as a wrong password without a check,
         // and every refusal is held back until the next attempt may count.
+        // Keyed on both, so guesses from elsewhere never slow the owner at
+        // their own desk.
         LoginThrottle* throttle = login_throttle();
-        const std::string keys[] = {"u:" + lower(username.str()), "a:" + Request.ServerVariables("remote_addr")};
+        const std::string keys[] = {"u:" + lower(username.str()) + "@" + Request.ServerVariables("remote_addr")};
         auto pending = [&] {
-            return throttle ? std::max(throttle->pending(keys[0]), throttle->pending(keys[1]))
-                            : std::chrono::milliseconds(0);
+            return throttle ? throttle->pending(keys[0]) : std::chrono::milliseconds(0);
         };
         if (pending().count() > 0) {
             Response.object().hold_back(pending());
