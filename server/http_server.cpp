@@ -870,7 +870,7 @@ void HttpServer::start() {
     // Pages mostly wait (the database, the disk, a session's turn), so
     // there are many more workers than cores: a few slow pages must not
     // leave a login waiting for a free one.
-    if (workers == 0) workers = std::max(16u, 4 * std::thread::hardware_concurrency());
+    if (workers == 0) workers = std::max(36u, 8 * std::thread::hardware_concurrency());
     m.pool = std::make_unique<net::thread_pool>(workers);
     m.work.emplace(m.ioc.get_executor());
     m.do_accept();

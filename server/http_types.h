@@ -50,7 +50,7 @@ using QuickHandler = std::function<bool(const HttpRequest&, HttpResponse&)>;
 struct ServerOptions {
     std::string bind = "127.0.0.1";
     unsigned short port = 8080;       // 0 picks a free port
-    unsigned workers = 0;             // 0: four per core, at least 16
+    unsigned workers = 0;             // 0: eight per core, at least 36
     // A 1 GiB media file with its form fields and part headers fits.
     std::uint64_t body_limit = (1ull << 30) + (64ull << 20);  // bytes; larger bodies get 413
     std::uint64_t spool_threshold = 4ull << 20;   // bodies above go to a temp file

@@ -116,7 +116,7 @@ std::string SessionStore::insert_locked(std::shared_ptr<Entry> e, Clock::time_po
     return id;
 }
 
-SessionStore::Lease SessionStore::acquire(const std::string& id) {
+SessionStore::Lease SessionStore::acquire(const std::string& id, unsigned max_users) {
     Lease lease;
     if (id.empty()) return lease;
     std::shared_ptr<Entry> e;
@@ -131,6 +131,10 @@ SessionStore::Lease SessionStore::acquire(const std::string& id) {
             return lease;
         }
         e = it->second;
+        if (max_users && e->users >= max_users) {
+            lease.busy_ = true;
+            return lease;
+        }
         ++e->users;
         e->last_access = now;
         place_locked(*e, e->account);

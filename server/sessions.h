@@ -49,6 +49,9 @@ public:
         const std::string& id() const { return id_; }
         const std::shared_ptr<SessionData>& data() const { return data_; }
         explicit operator bool() const { return data_ != nullptr; }
+        // The session already had its share of requests running or waiting:
+        // this one was not let in (and holds nothing).
+        bool busy() const { return busy_; }
 
     private:
         friend class SessionStore;
@@ -57,10 +60,14 @@ public:
         std::shared_ptr<Entry> entry_;
         std::shared_ptr<SessionData> data_;
         std::string id_;
+        bool busy_ = false;
     };
 
-    // Waits until no other request holds the session, then holds it.
-    Lease acquire(const std::string& id);
+    // Waits until no other request holds the session, then holds it. With
+    // max_users, a session that has that many requests running or waiting
+    // gets a busy lease at once: each waiter holds a worker thread, and one
+    // session must not take them all.
+    Lease acquire(const std::string& id, unsigned max_users = 0);
     // The values of a live session without holding it (for readers that do
     // not run a page); null when there is none.
     std::shared_ptr<SessionData> peek(const std::string& id);

@@ -359,7 +359,19 @@ HttpResponse Site::run_page(const std::string& cls, const HttpRequest& req, std:
 
     // Held until the answer is made: requests of one session take turns.
     std::string sent_id = anonymous ? std::string() : cookie_value(req.header("Cookie"), kSessionCookie);
-    SessionStore::Lease lease = sessions_.acquire(sent_id);
+    SessionStore::Lease lease = sessions_.acquire(sent_id, kSessionRequestCap);
+    if (lease.busy()) {
+        std::string account = account_of(req);
+        log_.write(2, "Tavelor.Refused busy " + decoded_path(req.target) + " address " + req.remote_addr +
+                          " account " + (account.empty() ? "-" : account) + " (" +
+                          std::to_string(kSessionRequestCap) + " requests of the session running or waiting)");
+        HttpResponse busy;
+        busy.status = 503;
+        busy.set_header("Content-Type", "text/plain");
+        busy.set_header("Retry-After", "1");
+        busy.body = "Service Unavailable";
+        return busy;
+    }
     ResponseObject response;
     std::string cookie;
     {

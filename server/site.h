@@ -35,6 +35,10 @@ public:
     // A body a visitor without an account may send: the login and the
     // registration forms are a few hundred bytes.
     static constexpr std::uint64_t kAnonymousBodyLimit = 64 * 1024;
+    // Requests of one session running or waiting for their turn at once. The
+    // desktop loads seven frames together; a dozen leaves room, and keeps
+    // one session (each waiter holds a worker) to a third of the workers.
+    static constexpr unsigned kSessionRequestCap = 12;
 
     // The account id of the request's session, "" when none.
     std::string account_of(const HttpRequest& req);
