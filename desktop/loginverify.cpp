@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <chrono>
 
+#include "frame/context.h"
 #include "frame/files.h"
 #include "frame/login_throttle.h"
 #include "frame/page.h"
@@ -10,6 +11,18 @@
 #include "frame/vb.h"
 
 namespace tav::pages {
+
+namespace {
+
+// A name the visitor typed, as one short line of the log.
+std::string log_safe(std::string s) {
+    if (s.size() > 64) s.resize(64);
+    for (char& c : s)
+        if (static_cast<unsigned char>(c) < 0x20 || c == 0x7f) c = '?';
+    return s;
+}
+
+}  // namespace
 
 class loginverify : public Page {
 public:
@@ -29,6 +42,10 @@ public:
             return throttle ? throttle->pending(keys[0]) : std::chrono::milliseconds(0);
         };
         if (pending().count() > 0) {
+            if (Context* ctx = current_context(); ctx && ctx->log)
+                ctx->log->write(2, "Tavelor.Refused throttle /loginverify.asp address " +
+                                       Request.ServerVariables("remote_addr") + " account " + log_safe(username.str()) +
+                                       " (" + std::to_string(pending().count()) + " ms to wait)");
             Response.object().hold_back(pending());
             Response.redirect("./login.asp?login=error");
             END_PAGE();

@@ -67,6 +67,8 @@ TEST(LoginThrottle, GuessingIsSlowedFromItsAddressOnlyAndTheOwnerGetsIn) {
     Reply early = attempt("admin", guesser);
     EXPECT_EQ(early.location(), "./login.asp?login=error");
     EXPECT_GT(early.delay, 0ms);
+    EXPECT_NE(site.log_text().find("Tavelor.Refused throttle /loginverify.asp address 10.6.6.6 account Admin"),
+              std::string::npos);
     // The owner at their own desk: in at once.
     site.forget_session();
     Reply owner = attempt("admin", "127.0.0.1");
