@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <chrono>
 
+#include "frame/context.h"
 #include "frame/files.h"
 #include "frame/login_throttle.h"
 #include "frame/page.h"
@@ -11,6 +12,18 @@
 
 namespace tav::pages {
 
+namespace {
+
+// A name the visitor typed, as one short line of the log.
+std::string log_safe(std::string s) {
+    if (s.size() > 64) s.resize(64);
+    for (char& c : s)
+        if (static_cast<unsigned char>(c) < 0x20 || c == 0x7f) c = '?';
+    return s;
+}
+
+}  // namespace
+
 class loginverify : public Page {
 public:
     void I_init() override {
@@ -18,16 +31,21 @@ public:
         Response.buffer(true);
         Value username = Trim(Request.Form("username"));
         Value password = Trim(Request.Form("password"));
-        // Guessing is slowed per account and per address: while either must
+        // Guessing is slowed per account from one address: while it must
         // wait, an attempt is answered as a wrong password without a check,
         // and every refusal is held back until the next attempt may count.
+        // Keyed on both, so guesses from elsewhere never slow the owner at
+        // their own desk.
         LoginThrottle* throttle = login_throttle();
-        const std::string keys[] = {"u:" + lower(username.str()), "a:" + Request.ServerVariables("remote_addr")};
+        const std::string keys[] = {"u:" + lower(username.str()) + "@" + Request.ServerVariables("remote_addr")};
         auto pending = [&] {
-            return throttle ? std::max(throttle->pending(keys[0]), throttle->pending(keys[1]))
-                            : std::chrono::milliseconds(0);
+            return throttle ? throttle->pending(keys[0]) : std::chrono::milliseconds(0);
         };
         if (pending().count() > 0) {
+            if (Context* ctx = current_context(); ctx && ctx->log)
+                ctx->log->write(2, "Tavelor.Refused throttle /loginverify.asp address " +
+                                       Request.ServerVariables("remote_addr") + " account " + log_safe(username.str()) +
+                                       " (" + std::to_string(pending().count()) + " ms to wait)");
             Response.object().hold_back(pending());
             Response.redirect("./login.asp?login=error");
             END_PAGE();

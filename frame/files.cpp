@@ -178,8 +178,11 @@ std::vector<FileItem> FolderItem::Files(std::source_location loc) const {
     host_call(loc);
     std::vector<FileItem> out;
     std::error_code ec;
-    for (const auto& e : fs::directory_iterator(Path, ec))
+    std::size_t seen = 0;
+    for (const auto& e : fs::directory_iterator(Path, ec)) {
+        if (++seen % 256 == 0) host_call(loc);  // a huge folder still meets the time limit
         if (e.is_regular_file()) out.push_back(file_item(e.path().string()));
+    }
     std::sort(out.begin(), out.end(), [](auto& a, auto& b) { return a.Name < b.Name; });
     return out;
 }
@@ -188,8 +191,11 @@ std::vector<FolderItem> FolderItem::SubFolders(std::source_location loc) const {
     host_call(loc);
     std::vector<FolderItem> out;
     std::error_code ec;
-    for (const auto& e : fs::directory_iterator(Path, ec))
+    std::size_t seen = 0;
+    for (const auto& e : fs::directory_iterator(Path, ec)) {
+        if (++seen % 256 == 0) host_call(loc);
         if (e.is_directory()) out.push_back(FolderItem{e.path().filename().string(), e.path().string()});
+    }
     std::sort(out.begin(), out.end(), [](auto& a, auto& b) { return a.Name < b.Name; });
     return out;
 }

@@ -124,7 +124,10 @@ public:
     const std::string& root() const { return root_; }
     // The site's database file; the one place that spells its path.
     std::string database_path() const { return root_ + "/datebase/office.mdb"; }
-    void set_script_timeout(long seconds) { timeout_ = seconds; }
+    // Pages may ask for more time (uploads ask for 5000 s), but no request
+    // holds a worker for longer than kMaxScriptTimeout.
+    static constexpr long kMaxScriptTimeout = 90;
+    void set_script_timeout(long seconds) { timeout_ = seconds < 1 ? 1 : seconds > kMaxScriptTimeout ? kMaxScriptTimeout : seconds; }
     long script_timeout() const { return timeout_; }
 
 private:

@@ -1,4 +1,4 @@
-// Growing delays after failed logins, per account and per address. The
+// Growing delays after failed logins, per account from one address. The
 // server keeps the table; the login page asks it through the context.
 #pragma once
 

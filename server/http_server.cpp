@@ -91,6 +91,14 @@ int check_header(const http::request_header<>& h) {
     }
 }
 
+// No page of ours is framed by another site's page. An answer that set its
+// own policy (uploads: sandboxed as well) keeps it.
+void set_guard_headers(http::fields& f) {
+    f.set("X-Content-Type-Options", "nosniff");
+    f.set("X-Frame-Options", "SAMEORIGIN");
+    if (f.find("Content-Security-Policy") == f.end()) f.set("Content-Security-Policy", "frame-ancestors 'self'");
+}
+
 const char* reason(int status) {
     switch (status) {
         case 400: return "Bad Request";
@@ -198,6 +206,56 @@ struct HttpServer::Impl {
     std::atomic<unsigned> in_flight{0};
     std::atomic<unsigned> connections{0};
 
+    // Open connections by peer address (not for trusted proxies).
+    std::mutex addr_mu;
+    std::unordered_map<std::string, unsigned> per_addr;
+    // Refused connections are logged at most once a second per kind, with
+    // the count since the last line: a flood must not flood the log too.
+    std::mutex refuse_mu;
+    std::chrono::steady_clock::time_point refuse_logged{};
+    unsigned refused_since = 0;
+
+    void log(const std::string& line) const {
+        if (opts.log) opts.log(line);
+    }
+    bool trusted(const std::string& addr) const {
+        for (const auto& t : opts.trusted_proxies)
+            if (t == addr) return true;
+        return false;
+    }
+    void refused_connection(const std::string& addr, const char* why) {
+        std::lock_guard lk(refuse_mu);
+        ++refused_since;
+        auto now = std::chrono::steady_clock::now();
+        if (now - refuse_logged < std::chrono::seconds(1)) return;
+        log("Tavelor.Refused connection from " + addr + " account - (" + why + "; " +
+            std::to_string(refused_since) + " refused since the last line)");
+        refuse_logged = now;
+        refused_since = 0;
+    }
+    // The client and scheme a request is answered for: the peer itself,
+    // or what a trusted proxy in front says of its own client.
+    void apply_forwarding(HttpRequest& r) const {
+        r.secure = false;
+        if (!trusted(r.remote_addr)) return;
+        std::string xff = r.header("X-Forwarded-For");
+        if (!xff.empty()) {
+            // The last hop is the one the proxy added; earlier ones are the
+            // client's own say.
+            std::size_t comma = xff.rfind(',');
+            std::string last = xff.substr(comma == std::string::npos ? 0 : comma + 1);
+            std::size_t b = last.find_first_not_of(" \t");
+            std::size_t e = last.find_last_not_of(" \t");
+            error_code ec;
+            if (b != std::string::npos) {
+                last = last.substr(b, e - b + 1);
+                net::ip::make_address(last, ec);
+                if (!ec) r.remote_addr = last;
+            }
+        }
+        r.secure = beast::iequals(r.header("X-Forwarded-Proto"), "https");
+    }
+
     std::mutex sessions_mu;
     std::unordered_map<Session*, std::weak_ptr<Session>> sessions;
 
@@ -228,6 +286,11 @@ public:
         stream_.socket().set_option(tcp::no_delay(true), ec);
         auto ep = stream_.socket().remote_endpoint(ec);
         if (!ec) remote_ = ep.address().to_string();
+        counted_ = !srv_.trusted(remote_);
+        if (counted_) {
+            std::lock_guard lk(srv_.addr_mu);
+            ++srv_.per_addr[remote_];
+        }
     }
 
     void start() { read_header(); }
@@ -246,6 +309,12 @@ public:
     }
 
 private:
+    HttpRequest request(const http::request_header<>& h, std::shared_ptr<const RequestBody> body) {
+        HttpRequest r = make_request(h, remote_, std::move(body));
+        srv_.apply_forwarding(r);
+        return r;
+    }
+
     // Keep-alive: wait for the next request's first bytes under the idle
     // timeout, then give the whole header one deadline.
     void read_header() {
@@ -265,6 +334,7 @@ private:
 
     void read_header_now() {
         stream_.expires_never();
+        bare_.reset();
         hdr_.emplace();
         hdr_->header_limit(kHeaderLimit);
         hdr_->body_limit(srv_.opts.body_limit);
@@ -304,10 +374,30 @@ private:
         keep_alive_ = h.keep_alive();
         hdr_version_ = h.version();
         head_ = h.method() == http::verb::head;
+        body_limit_ = srv_.opts.body_limit;
+        bare_.reset();
+        if (!hdr_->is_done()) {
+            bare_ = request(h, nullptr);  // for the limit and a refusal's log line
+        }
+        if (bare_ && srv_.opts.body_limit_for) {
+            // Refused before a byte of the body is read.
+            std::uint64_t own = 0;
+            try {
+                own = srv_.opts.body_limit_for(*bare_);
+            } catch (const std::exception& e) {
+                srv_.log(std::string("Tavelor.HttpError body limit for ") + bare_->remote_addr + ": " + e.what());
+            }
+            if (own && own < body_limit_) {
+                body_limit_ = own;
+                hdr_->body_limit(own);  // a chunked body meets it as it comes
+                auto len = hdr_->content_length();
+                if (len && *len > own) return send_error(413);
+            }
+        }
         if (hdr_->is_done()) {
             std::shared_ptr<const RequestBody> body;
             if (has_body(h, true)) body = std::make_shared<MemoryBody>(std::string());
-            return dispatch(make_request(h, remote_, std::move(body)));
+            return dispatch(request(h, std::move(body)));
         }
         auto expect = h[http::field::expect];
         if (beast::iequals(expect, "100-continue")) {
@@ -418,12 +508,12 @@ private:
         stream_.expires_never();
         if (mem_) {
             auto& msg = mem_->get();
-            auto req = make_request(msg.base(), remote_, std::make_shared<MemoryBody>(std::move(msg.body())));
+            auto req = request(msg.base(), std::make_shared<MemoryBody>(std::move(msg.body())));
             mem_.reset();
             return dispatch(std::move(req));
         }
         auto& msg = file_->get();
-        HttpRequest req = make_request(msg.base(), remote_, nullptr);
+        HttpRequest req = request(msg.base(), nullptr);
         file_.reset();  // closes its own descriptor
         struct stat st {};
         if (::fstat(spool_fd_, &st) != 0) {
@@ -462,7 +552,14 @@ private:
             bool done = false;
             try {
                 done = srv_.quick(req, res);
+            } catch (const std::exception& e) {
+                // The workers try again and answer with what they find.
+                srv_.log("Tavelor.HttpError quick answer for " + req.target + " from " + req.remote_addr + ": " +
+                         e.what());
+                done = false;
             } catch (...) {
+                srv_.log("Tavelor.HttpError quick answer for " + req.target + " from " + req.remote_addr +
+                         ": unknown exception");
                 done = false;
             }
             if (done) {
@@ -477,18 +574,27 @@ private:
             busy.set_header("Content-Type", "text/plain");
             busy.set_header("Retry-After", "1");
             busy.body = "Service Unavailable";
+            srv_.log("Tavelor.Refused 503 from " + req.remote_addr + " account - (" +
+                     std::to_string(srv_.opts.max_in_flight) + " requests in flight)");
             return write_response(std::move(busy));
         }
         stream_.expires_never();
         net::post(*srv_.pool, [self = shared_from_this(), req = std::move(req)]() mutable {
             HttpResponse res;
-            try {
-                res = self->srv_.handler(req);
-            } catch (...) {
+            auto fail = [&](const std::string& why) {
+                self->srv_.log("Tavelor.HttpError 500 for " + req.method + " " + req.target + " from " +
+                               req.remote_addr + ": " + why);
                 res = HttpResponse{};
                 res.status = 500;
                 res.set_header("Content-Type", "text/plain");
                 res.body = "Internal Server Error";
+            };
+            try {
+                res = self->srv_.handler(req);
+            } catch (const std::exception& e) {
+                fail(e.what());
+            } catch (...) {
+                fail("unknown exception");
             }
             req.body.reset();  // the spool file goes as soon as the page is done
             self->srv_.in_flight.fetch_sub(1);
@@ -517,7 +623,7 @@ private:
             }
             res.insert(k, v);
         }
-        res.set("X-Content-Type-Options", "nosniff");
+        set_guard_headers(res.base());
         res.keep_alive(keep_alive_);
     }
 
@@ -588,11 +694,25 @@ private:
 
     void send_error(int status) {
         keep_alive_ = false;
+        if (status == 413 || status == 408 || status == 500) {
+            std::string who = bare_ ? bare_->remote_addr : remote_;
+            std::string account = "-";
+            if (bare_ && srv_.opts.account_of) {
+                try {
+                    account = srv_.opts.account_of(*bare_);
+                } catch (const std::exception&) {
+                }
+                if (account.empty()) account = "-";
+            }
+            srv_.log("Tavelor.Refused " + std::to_string(status) + " " + reason(status) + " from " + who +
+                     " account " + account +
+                     (status == 413 ? " (body over " + std::to_string(body_limit_) + " bytes)" : std::string()));
+        }
         auto res = std::make_shared<http::response<http::string_body>>();
         res->version(11);
         res->result(static_cast<unsigned>(status));
         res->set(http::field::content_type, "text/plain");
-        res->set("X-Content-Type-Options", "nosniff");
+        set_guard_headers(res->base());
         if (status == 405) res->set(http::field::allow, "GET, HEAD, POST");
         res->body() = reason(status);
         if (status == 413) too_large_for_page(*res);
@@ -613,7 +733,7 @@ private:
                                             : beast::string_view();
         if (!targets_page(std::string_view(target.data(), target.size()))) return;
         res.set(http::field::content_type, "text/html; charset=gb2312");
-        res.body() = too_large_page(srv_.opts.body_limit);
+        res.body() = too_large_page(body_limit_ ? body_limit_ : srv_.opts.body_limit);
     }
 
     // Closing with unread request bytes makes the kernel send a reset, which
@@ -637,6 +757,11 @@ private:
 public:
     ~Session() {
         --srv_.connections;
+        if (counted_) {
+            std::lock_guard lk(srv_.addr_mu);
+            auto it = srv_.per_addr.find(remote_);
+            if (it != srv_.per_addr.end() && --it->second == 0) srv_.per_addr.erase(it);
+        }
         drop_spool();
         std::lock_guard lk(srv_.sessions_mu);
         srv_.sessions.erase(this);
@@ -649,6 +774,9 @@ private:
     net::steady_timer hold_;  // holds back an answer the handler asked to delay
     beast::flat_buffer buf_;
     std::string remote_;
+    bool counted_ = false;
+    std::optional<HttpRequest> bare_;      // the header of a request with a body
+    std::uint64_t body_limit_ = 0;         // this request's
     std::optional<http::request_parser<http::empty_body>> hdr_;
     std::optional<http::request_parser<http::string_body>> mem_;
     std::optional<http::request_parser<http::file_body>> file_;
@@ -682,9 +810,20 @@ void HttpServer::Impl::do_accept() {
             });
             return;
         }
-        if (connections.load() >= opts.max_connections) {
+        error_code aec;
+        auto peer = sock.remote_endpoint(aec);
+        std::string addr = aec ? std::string() : peer.address().to_string();
+        bool over_addr = false;
+        if (!trusted(addr)) {
+            std::lock_guard lk(addr_mu);
+            auto it = per_addr.find(addr);
+            over_addr = it != per_addr.end() && it->second >= opts.max_connections_per_addr;
+        }
+        if (connections.load() >= opts.max_connections || over_addr) {
             error_code ignored;
-            sock.close(ignored);  // over the cap: hang up at once
+            sock.close(ignored);  // over a cap: hang up at once
+            refused_connection(addr, over_addr ? "too many open connections from this address"
+                                               : "too many open connections");
         } else {
             auto s = std::make_shared<Session>(*this, std::move(sock));
             {
@@ -728,7 +867,10 @@ void HttpServer::start() {
     m.bound_port = m.acceptor.local_endpoint().port();
 
     unsigned workers = m.opts.workers;
-    if (workers == 0) workers = std::max(2u, std::thread::hardware_concurrency());
+    // Pages mostly wait (the database, the disk, a session's turn), so
+    // there are many more workers than cores: a few slow pages must not
+    // leave a login waiting for a free one.
+    if (workers == 0) workers = std::max(36u, 8 * std::thread::hardware_concurrency());
     m.pool = std::make_unique<net::thread_pool>(workers);
     m.work.emplace(m.ioc.get_executor());
     m.do_accept();
@@ -741,7 +883,10 @@ void HttpServer::start() {
                 try {
                     m.ioc.run();
                     return;
+                } catch (const std::exception& e) {
+                    m.log(std::string("Tavelor.HttpError on the I/O thread: ") + e.what());
                 } catch (...) {
+                    m.log("Tavelor.HttpError on the I/O thread: unknown exception");
                 }
             }
         });

@@ -19,7 +19,8 @@ struct HttpRequest {
     std::string method;       // "GET", "POST", ...
     std::string target;       // raw request-target, e.g. "/login.asp?login=error"
     std::vector<std::pair<std::string, std::string>> headers;  // as received
-    std::string remote_addr;  // "127.0.0.1"
+    std::string remote_addr;  // "127.0.0.1"; a trusted proxy's client when it names one
+    bool secure = false;      // came over TLS (as a trusted proxy says)
     std::shared_ptr<const RequestBody> body;  // null when there is none
 
     // First header of that name, compared without case; "" when absent.
@@ -49,7 +50,7 @@ using QuickHandler = std::function<bool(const HttpRequest&, HttpResponse&)>;
 struct ServerOptions {
     std::string bind = "127.0.0.1";
     unsigned short port = 8080;       // 0 picks a free port
-    unsigned workers = 0;             // 0: hardware concurrency, at least 2
+    unsigned workers = 0;             // 0: eight per core, at least 36
     // A 1 GiB media file with its form fields and part headers fits.
     std::uint64_t body_limit = (1ull << 30) + (64ull << 20);  // bytes; larger bodies get 413
     std::uint64_t spool_threshold = 4ull << 20;   // bodies above go to a temp file
@@ -62,6 +63,22 @@ struct ServerOptions {
     // body_min_rate, on top of the idle timeout between reads.
     std::chrono::seconds body_time_floor{60};
     std::uint64_t body_min_rate = 16 * 1024;      // bytes per second
+    // Open connections one address may hold. An office behind one NAT
+    // address opens about six per browser tab in use; 256 leaves room for
+    // forty busy people there, and still keeps three quarters of the
+    // global cap for everyone else. Trusted proxies are not counted.
+    unsigned max_connections_per_addr = 256;
+    // Peers whose X-Forwarded-For (last hop) and X-Forwarded-Proto are
+    // believed; from anyone else those headers mean nothing.
+    std::vector<std::string> trusted_proxies;
+    // The body limit for a request, asked once its header is in (0: the
+    // server's own); smaller for requests no upload page would accept.
+    std::function<std::uint64_t(const HttpRequest&)> body_limit_for;
+    // The account a request's session belongs to ("" for none), for the
+    // lines below.
+    std::function<std::string(const HttpRequest&)> account_of;
+    // Where the layer reports what it refused or what failed (one line).
+    std::function<void(const std::string&)> log;
 };
 
 }  // namespace tav

@@ -18,7 +18,7 @@ int usage() {
                  "  tavelor init DIR [--template DIR]\n"
                  "  tavelor access-table            (prints docs/access.md)\n"
                  "  tavelor serve DIR [--port 8080] [--bind 127.0.0.1] [--workers N] [--log FILE]\n"
-                 "                    [--body-limit BYTES] [--template DIR]\n";
+                 "                    [--body-limit BYTES] [--template DIR] [--trusted-proxy ADDR]...\n";
     return 2;
 }
 
@@ -59,6 +59,7 @@ int main(int argc, char** argv) {
             else if (a == "--workers") opts.workers = static_cast<unsigned>(std::stoul(next()));
             else if (a == "--log") log_path = next();
             else if (a == "--body-limit") opts.body_limit = std::stoull(next());
+            else if (a == "--trusted-proxy") opts.trusted_proxies.push_back(next());
             else return usage();
         } catch (const std::exception&) {
             std::cerr << "bad value for " << a << "\n";
@@ -76,6 +77,9 @@ int main(int argc, char** argv) {
                 std::cerr << "warning: " << dir << " has no datebase folder; run 'tavelor init' first\n";
             if (log_path.empty()) log_path = tav::default_log_path(dir);
             tav::Site site(dir, log_path);
+            opts.body_limit_for = [&site](const tav::HttpRequest& r) { return site.body_limit_for(r); };
+            opts.account_of = [&site](const tav::HttpRequest& r) { return site.account_of(r); };
+            opts.log = [&site](const std::string& line) { site.log().write(2, line); };
             tav::HttpServer server(
                 opts, [&site](const tav::HttpRequest& r) { return site.handle(r); },
                 [&site](const tav::HttpRequest& r, tav::HttpResponse& out) { return site.handle_quick(r, out); });

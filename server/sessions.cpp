@@ -7,7 +7,29 @@
 
 namespace tav {
 
-SessionStore::SessionStore(std::size_t cap, std::chrono::seconds idle) : cap_(cap ? cap : 1), idle_(idle) {}
+SessionStore::SessionStore(std::size_t cap, std::chrono::seconds idle, SessionAddressCap per_addr)
+    : cap_(cap ? cap : 1), idle_(idle), per_addr_(per_addr) {}
+
+bool SessionStore::address_allows_locked(const std::string& addr, Clock::time_point now) {
+    if (addr.empty()) return true;
+    if (opened_.size() >= 4 * cap_) {
+        // Windows that are over weigh nothing.
+        for (auto it = opened_.begin(); it != opened_.end();)
+            if (now - it->second.start >= per_addr_.window)
+                it = opened_.erase(it);
+            else
+                ++it;
+        if (opened_.size() >= 4 * cap_) return false;  // a flood of addresses: keep what we have
+    }
+    Window& w = opened_[addr];
+    if (w.count == 0 || now - w.start >= per_addr_.window) {
+        w.start = now;
+        w.count = 0;
+    }
+    if (w.count >= per_addr_.sessions) return false;
+    ++w.count;
+    return true;
+}
 
 std::string SessionStore::new_id() {
     unsigned char bytes[16];
@@ -66,10 +88,13 @@ void SessionStore::sweep_locked(Clock::time_point now) {
 
 std::string SessionStore::insert_locked(std::shared_ptr<Entry> e, Clock::time_point now) {
     sweep_locked(now);
+    e->account = has_account(*e->data);
     if (sessions_.size() >= cap_) {
-        // Drop the one idle longest, never one a request holds.
+        // Drop the one idle longest, never one a request holds, and a
+        // signed-in one only to make room for another.
         bool dropped = false;
         for (Lru& list : lru_) {
+            if (&list == &lru_[1] && !e->account) break;
             for (auto r = list.rbegin(); r != list.rend() && !dropped; ++r) {
                 auto it = sessions_.find(*r);
                 if (it->second->users == 0) {
@@ -79,11 +104,11 @@ std::string SessionStore::insert_locked(std::shared_ptr<Entry> e, Clock::time_po
             }
             if (dropped) break;
         }
+        if (!dropped && !e->account) return {};
     }
     std::string id;
     do id = new_id();
     while (sessions_.count(id));
-    e->account = has_account(*e->data);
     list_of(*e).push_front(id);
     e->lru = list_of(*e).begin();
     e->last_access = now;
@@ -91,7 +116,7 @@ std::string SessionStore::insert_locked(std::shared_ptr<Entry> e, Clock::time_po
     return id;
 }
 
-SessionStore::Lease SessionStore::acquire(const std::string& id) {
+SessionStore::Lease SessionStore::acquire(const std::string& id, unsigned max_users) {
     Lease lease;
     if (id.empty()) return lease;
     std::shared_ptr<Entry> e;
@@ -106,6 +131,10 @@ SessionStore::Lease SessionStore::acquire(const std::string& id) {
             return lease;
         }
         e = it->second;
+        if (max_users && e->users >= max_users) {
+            lease.busy_ = true;
+            return lease;
+        }
         ++e->users;
         e->last_access = now;
         place_locked(*e, e->account);
@@ -127,11 +156,13 @@ std::shared_ptr<SessionData> SessionStore::peek(const std::string& id) {
     return it->second->data;
 }
 
-std::string SessionStore::add(std::shared_ptr<SessionData> data) {
+std::string SessionStore::add(std::shared_ptr<SessionData> data, const std::string& addr) {
     auto e = std::make_shared<Entry>();
     e->data = std::move(data);
+    auto now = Clock::now();
     std::lock_guard lock(mu_);
-    return insert_locked(std::move(e), Clock::now());
+    if (!address_allows_locked(addr, now)) return {};
+    return insert_locked(std::move(e), now);
 }
 
 std::string SessionStore::renew(Lease& lease) {

@@ -14,13 +14,26 @@
 
 namespace tav {
 
+// New sessions one address may open per window. The login form makes
+// one per visit and the login another: an office of a hundred behind one
+// NAT, each logging in three times a morning hour, opens about 100 in
+// ten minutes at its busiest. 600 is six times that, yet one address
+// can hold at most 600 of the 10,000 places, and only anonymous ones
+// ever make way for it.
+struct SessionAddressCap {
+    unsigned sessions = 600;
+    std::chrono::seconds window = std::chrono::minutes(10);
+};
+
 class SessionStore {
     struct Entry;
 
 public:
     using Clock = std::chrono::steady_clock;
 
-    explicit SessionStore(std::size_t cap = 10000, std::chrono::seconds idle = std::chrono::minutes(20));
+
+    explicit SessionStore(std::size_t cap = 10000, std::chrono::seconds idle = std::chrono::minutes(20),
+                          SessionAddressCap per_addr = {});
     SessionStore(const SessionStore&) = delete;
     SessionStore& operator=(const SessionStore&) = delete;
 
@@ -36,6 +49,9 @@ public:
         const std::string& id() const { return id_; }
         const std::shared_ptr<SessionData>& data() const { return data_; }
         explicit operator bool() const { return data_ != nullptr; }
+        // The session already had its share of requests running or waiting:
+        // this one was not let in (and holds nothing).
+        bool busy() const { return busy_; }
 
     private:
         friend class SessionStore;
@@ -44,17 +60,23 @@ public:
         std::shared_ptr<Entry> entry_;
         std::shared_ptr<SessionData> data_;
         std::string id_;
+        bool busy_ = false;
     };
 
-    // Waits until no other request holds the session, then holds it.
-    Lease acquire(const std::string& id);
+    // Waits until no other request holds the session, then holds it. With
+    // max_users, a session that has that many requests running or waiting
+    // gets a busy lease at once: each waiter holds a worker thread, and one
+    // session must not take them all.
+    Lease acquire(const std::string& id, unsigned max_users = 0);
     // The values of a live session without holding it (for readers that do
     // not run a page); null when there is none.
     std::shared_ptr<SessionData> peek(const std::string& id);
-    // Stores a session made by a request; returns its new id. Makes room by
-    // dropping the session idle longest when the store is full, anonymous
-    // ones before logged-in ones.
-    std::string add(std::shared_ptr<SessionData> data);
+    // Stores a session made by a request from addr; returns its new id, or
+    // "" when it is not kept: addr opened its share of sessions in this
+    // window, or the store is full and only a signed-in session could make
+    // way for it. Room is made by dropping the anonymous session idle
+    // longest; a signed-in one goes only for another signed-in one.
+    std::string add(std::shared_ptr<SessionData> data, const std::string& addr = {});
     // Gives the leased session a new id; the old one no longer reaches it.
     std::string renew(Lease& lease);
     void remove(const std::string& id);
@@ -91,6 +113,13 @@ private:
     void place_locked(Entry& e, bool account);
     std::size_t cap_;
     std::chrono::seconds idle_;
+    SessionAddressCap per_addr_;
+    struct Window {
+        Clock::time_point start;
+        unsigned count = 0;
+    };
+    std::unordered_map<std::string, Window> opened_;  // new sessions by address
+    bool address_allows_locked(const std::string& addr, Clock::time_point now);
     unsigned counter_ = 0;
 };
 

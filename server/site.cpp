@@ -4,6 +4,7 @@
 
 #include <cctype>
 #include <chrono>
+#include <cstring>
 #include <cstdio>
 #include <ctime>
 #include <filesystem>
@@ -47,6 +48,40 @@ HttpResponse bad_request() {
     r.set_header("Content-Type", "text/plain");
     r.body = "Bad Request";
     return r;
+}
+
+// Which fetches may run a page. A page is opened as a document or in a
+// frame, or read by the site's own scripts; another site's <img>, <script>
+// or <object> pointing at one (an old way to send a GET that deletes) is
+// never one of ours.
+bool embedded_load(const std::string& dest) {
+    static const char* const kinds[] = {"image",        "script",        "style",     "font",     "audio",
+                                        "video",        "track",         "object",    "embed",    "worker",
+                                        "sharedworker", "serviceworker", "manifest",  "xslt",     "audioworklet",
+                                        "paintworklet", "report"};
+    for (const char* k : kinds)
+        if (iequals(dest, k)) return true;
+    return false;
+}
+
+// The host[:port] of an Origin value, "" when it is not one (e.g. "null").
+std::string origin_host(const std::string& origin) {
+    std::size_t p = origin.find("://");
+    if (p == std::string::npos) return {};
+    std::string rest = origin.substr(p + 3);
+    std::size_t slash = rest.find('/');
+    if (slash != std::string::npos) rest.erase(slash);
+    std::string scheme = lower(origin.substr(0, p));
+    // The default port may be written or left out.
+    if ((scheme == "http" && rest.ends_with(":80")) || (scheme == "https" && rest.ends_with(":443")))
+        rest.erase(rest.rfind(':'));
+    return lower(rest);
+}
+
+std::string host_of(const HttpRequest& req) {
+    std::string h = lower(req.header("Host"));
+    if (h.ends_with(":80")) h.erase(h.size() - 3);
+    return h;
 }
 
 HttpResponse not_found() {
@@ -93,6 +128,32 @@ std::string content_type_for(const std::string& name) {
 }
 
 namespace {
+
+// The folders of what accounts uploaded that only sessions may read.
+bool is_guarded(std::string_view first) {
+    return iequals(first, "user") || iequals(first, "email") || iequals(first, "datas") || iequals(first, "medium");
+}
+
+// The site's own folders of pictures and scripts. Everything else below the
+// root came from a page that stores what a user sent (pages write into any
+// folder but the root and the database's).
+bool asset_folder(std::string_view first) {
+    return iequals(first, "images") || iequals(first, "img") || iequals(first, "compat");
+}
+
+// Types a browser shows without running anything in them: these are shown
+// in place; anything else (HTML, SVG, XML, PDF, unknown) is only saved.
+bool shown_inline(const std::string& ctype) {
+    static const char* const safe[] = {"image/gif", "image/jpeg", "image/png", "image/bmp", "image/x-icon",
+                                       "text/plain"};
+    for (const char* t : safe)
+        if (ctype.starts_with(t)) return true;
+    return ctype.starts_with("audio/") || ctype.starts_with("video/");
+}
+
+bool asset_type(const std::string& ctype) {
+    return shown_inline(ctype) || ctype.starts_with("text/css") || ctype.starts_with("application/javascript");
+}
 
 bool has_control_bytes(std::string_view s) {
     for (unsigned char c : s)
@@ -156,6 +217,19 @@ std::string account_name(const std::string& db_path, const Value& id) {
     }
 }
 
+// A stored name as one element of a mail's attachment list (names joined
+// by '*').
+bool names_file(const std::string& list, const std::string& name) {
+    std::size_t i = 0;
+    while (i <= list.size()) {
+        std::size_t j = list.find('*', i);
+        if (j == std::string::npos) j = list.size();
+        if (iequals(std::string_view(list).substr(i, j - i), name)) return true;
+        i = j + 1;
+    }
+    return false;
+}
+
 const std::string kCompatScriptTag = "<script src=\"tavcompat.js\"></script>\r\n";
 
 }  // namespace
@@ -189,16 +263,63 @@ Site::Site(const std::string& root, const std::string& log_path)
     dialog_script_ = small ? "<script src=\"tavdialog.js\"></script>\r\n" : kCompatScriptTag;
 }
 
+std::string Site::account_of(const HttpRequest& req) {
+    auto data = sessions_.peek(cookie_value(req.header("Cookie"), kSessionCookie));
+    if (!data) return {};
+    std::lock_guard lock(data->mu);
+    auto it = data->values.find("user_id");
+    return it == data->values.end() ? std::string() : it->second.str();
+}
+
+std::uint64_t Site::body_limit_for(const HttpRequest& req) {
+    // No page takes an upload from an anonymous visitor: the login form and
+    // the registration form are all such a visitor may send.
+    return account_of(req).empty() ? kAnonymousBodyLimit : 0;
+}
+
+HttpResponse Site::refuse_cross_site(const HttpRequest& req, const std::string& path, const std::string& why) {
+    std::string account = account_of(req);
+    log_.write(2, "Tavelor.Refused cross-site " + path + " address " + req.remote_addr + " account " +
+                      (account.empty() ? "-" : account) + " (" + why + ")");
+    HttpResponse r;
+    r.status = 403;
+    r.set_header("Content-Type", "text/html; charset=gb2312");
+    r.set_header("Cache-Control", "no-store");
+    r.body = utf8_to_gb(
+        "<html>\r\n<head>\r\n<meta http-equiv=\"Content-Type\" content=\"text/html; charset=gb2312\">\r\n"
+        "<title>请求被拒绝</title>\r\n</head>\r\n<body>\r\n<p align=\"center\"><br><br>"
+        "此请求不是从本系统的页面发出的，已被拒绝。请从本系统的页面重新操作。</p>\r\n</body>\r\n</html>\r\n");
+    return r;
+}
+
+HttpResponse Site::page_request(const std::string& cls, const HttpRequest& req, std::string path) {
+    const std::string dest = req.header("Sec-Fetch-Dest");
+    const std::string site = lower(req.header("Sec-Fetch-Site"));
+    if (embedded_load(dest)) return refuse_cross_site(req, path, "loaded as " + lower(dest));
+    if (req.method != "GET" && req.method != "HEAD") {
+        if (!site.empty() && site != "same-origin" && site != "none")
+            return refuse_cross_site(req, path, req.method + " from " + site);
+        std::string origin = req.header("Origin");
+        if (!origin.empty() && origin_host(origin) != host_of(req))
+            return refuse_cross_site(req, path, req.method + " from origin " + origin.substr(0, 200));
+    }
+    // A GET sent by another site's link or form: the browser leaves the
+    // session cookie out (SameSite=Strict), and so do we for browsers that
+    // would not, so it runs as for an anonymous visitor.
+    bool anonymous = site == "cross-site" || site == "same-site";
+    return run_page(cls, req, std::move(path), anonymous);
+}
+
 HttpResponse Site::handle(const HttpRequest& req) {
     std::string path = decoded_path(req.target);
     if (has_control_bytes(path)) return bad_request();
     std::string norm;
     if (!normalize_path(path, norm)) return not_found();
-    if (norm == "/" || norm.empty()) return run_page("default", req, std::move(path));
+    if (norm == "/" || norm.empty()) return page_request("default", req, std::move(path));
     std::string_view file = std::string_view(norm).substr(1);
     if (file.find('/') == std::string_view::npos) {
         std::string cls = page_class_for(file);
-        if (!cls.empty()) return run_page(cls, req, std::move(path));
+        if (!cls.empty()) return page_request(cls, req, std::move(path));
         std::size_t dot = file.rfind('.');
         if (dot != std::string_view::npos && iequals(file.substr(dot), ".asp")) return not_found();
     }
@@ -222,23 +343,35 @@ bool Site::handle_quick(const HttpRequest& req, HttpResponse& out) {
             return false;
     } else {
         std::string_view first = std::string_view(norm).substr(1, slash - 1);
-        if (iequals(first, "user") || iequals(first, "email") || iequals(first, "datas")) return false;
+        if (is_guarded(first)) return false;  // needs the session (and for mail, the database)
     }
     out = serve_static(norm, req);
     return true;
 }
 
 HttpResponse Site::run_page(const std::string& cls, const HttpRequest& req) {
-    return run_page(cls, req, decoded_path(req.target));
+    return run_page(cls, req, decoded_path(req.target), false);
 }
 
-HttpResponse Site::run_page(const std::string& cls, const HttpRequest& req, std::string path) {
+HttpResponse Site::run_page(const std::string& cls, const HttpRequest& req, std::string path, bool anonymous) {
     std::unique_ptr<Page> page = make_page(cls);
     if (!page) return not_found();
 
     // Held until the answer is made: requests of one session take turns.
-    std::string sent_id = cookie_value(req.header("Cookie"), kSessionCookie);
-    SessionStore::Lease lease = sessions_.acquire(sent_id);
+    std::string sent_id = anonymous ? std::string() : cookie_value(req.header("Cookie"), kSessionCookie);
+    SessionStore::Lease lease = sessions_.acquire(sent_id, kSessionRequestCap);
+    if (lease.busy()) {
+        std::string account = account_of(req);
+        log_.write(2, "Tavelor.Refused busy " + decoded_path(req.target) + " address " + req.remote_addr +
+                          " account " + (account.empty() ? "-" : account) + " (" +
+                          std::to_string(kSessionRequestCap) + " requests of the session running or waiting)");
+        HttpResponse busy;
+        busy.status = 503;
+        busy.set_header("Content-Type", "text/plain");
+        busy.set_header("Retry-After", "1");
+        busy.body = "Service Unavailable";
+        return busy;
+    }
     ResponseObject response;
     std::string cookie;
     {
@@ -250,12 +383,24 @@ HttpResponse Site::run_page(const std::string& cls, const HttpRequest& req, std:
         });
         page.reset();  // the page's connection and objects end with the request
         const SessionObject& session = scope.session;
-        const std::string attrs = "; Path=/; HttpOnly; SameSite=Lax";
-        if (session.abandoned()) {
+        // Strict: no other site's link, form or frame brings the session
+        // along. Secure only where the browser reached us over TLS, or
+        // a plain-HTTP office could never log in.
+        const std::string attrs =
+            std::string("; Path=/; HttpOnly; SameSite=Strict") + (req.secure ? "; Secure" : "");
+        if (anonymous) {
+            // Answered as for a stranger; the browser's own cookie stays.
+        } else if (session.abandoned()) {
             if (lease) sessions_.remove(lease.id());
             if (!sent_id.empty()) cookie = std::string(kSessionCookie) + "=; Max-Age=0" + attrs;
         } else if (session.created()) {
-            cookie = std::string(kSessionCookie) + "=" + sessions_.add(session.data()) + attrs;
+            std::string id = sessions_.add(session.data(), req.remote_addr);
+            if (!id.empty())
+                cookie = std::string(kSessionCookie) + "=" + id + attrs;
+            else
+                log_.write(2, "Tavelor.Refused session " + decoded_path(req.target) + " address " + req.remote_addr +
+                                  " account - (new sessions from this address over the cap, or the store is "
+                                  "full of signed-in ones)");
         } else if (lease && session.renew_requested()) {
             cookie = std::string(kSessionCookie) + "=" + sessions_.renew(lease) + attrs;
         }
@@ -264,6 +409,9 @@ HttpResponse Site::run_page(const std::string& cls, const HttpRequest& req, std:
 
     HttpResponse out;
     out.status = response.status();
+    if (out.status >= 500)
+        log_.write(2, "Tavelor.HttpError " + std::to_string(out.status) + " from page " + cls + " for " +
+                          req.remote_addr + " (the page's own error line, if any, is above)");
     if (!cookie.empty()) out.set_header("Set-Cookie", cookie);
     // Never kept: Back after logout must ask again and get the login page.
     out.set_header("Cache-Control", "no-store");
@@ -289,12 +437,37 @@ HttpResponse Site::run_page(const std::string& cls, const HttpRequest& req, std:
     return out;
 }
 
+bool Site::mail_attachment_of(const std::string& name, const Value& id) {
+    // Email/NAME only: the mail pages store attachments flat.
+    if (name.empty() || name.find('/') != std::string::npos || name.find('*') != std::string::npos) return false;
+    double n = 0;
+    if (!parse_number(id.str(), n)) return false;
+    try {
+        Connection conn;
+        conn.Open("driver={Microsoft Access Driver (*.mdb)};dbq=" + root_ + "/datebase/office.mdb");
+        // Through the mailbox indexes of the account, and only mails whose
+        // list holds the name somewhere; the list is split here, where the
+        // name must be a whole element.
+        bool found = false;
+        for (Sql side : {"select top 64 email_doc from email where to_user_id="_sql,
+                         "select top 64 email_doc from email where send_user_id="_sql}) {
+            Recordset rs = conn.execute(side + Value(n) + " and instr(lower(email_doc),lower('" + name + "'))>0");
+            for (; !rs.eof() && !found; rs.movenext()) found = names_file(rs("email_doc").str(), name);
+            if (found) break;
+        }
+        conn.close();
+        return found;
+    } catch (const PageError&) {
+        return false;
+    }
+}
+
 bool Site::may_read(const std::string& norm, const HttpRequest& req) {
     std::size_t a = norm.find('/', 1);
     if (a == std::string::npos) return true;  // a file at the root
     std::string_view first = std::string_view(norm).substr(1, a - 1);
     bool own_folder = iequals(first, "user");
-    if (!own_folder && !iequals(first, "email") && !iequals(first, "datas")) return true;
+    if (!is_guarded(first)) return true;
     auto data = sessions_.peek(cookie_value(req.header("Cookie"), kSessionCookie));
     if (!data) return false;
     Value id, marker;
@@ -305,7 +478,8 @@ bool Site::may_read(const std::string& norm, const HttpRequest& req) {
         it = data->values.find("qwx3trh_k7");
         if (it != data->values.end()) marker = it->second;
     }
-    if (marker.str() != "yes") return false;
+    if (marker.str() != "yes" || id.str().empty()) return false;
+    if (iequals(first, "email")) return mail_attachment_of(norm.substr(a + 1), id);
     if (!own_folder) return true;
     // user/NAME/...: only NAME's own session.
     std::size_t b = norm.find('/', a + 1);
@@ -338,10 +512,6 @@ std::string etag_for(const struct stat& st) {
 
 std::int64_t mtime_ns(const struct stat& st) {
     return static_cast<std::int64_t>(st.st_mtim.tv_sec) * 1000000000 + st.st_mtim.tv_nsec;
-}
-
-bool is_guarded(std::string_view first) {
-    return iequals(first, "user") || iequals(first, "email") || iequals(first, "datas");
 }
 
 }  // namespace
@@ -438,6 +608,46 @@ std::string segment_escape(const std::string& name) {
     return out;
 }
 
+// Content-Disposition for a stored file: its name in UTF-8 (RFC 6266
+// filename*), and an ASCII stand-in for clients that know only filename=.
+std::string disposition(const char* kind, std::string name) {
+    if (!is_valid_utf8(name)) name = gb_to_utf8(name);
+    static const char hex[] = "0123456789ABCDEF";
+    std::string ascii, encoded;
+    for (unsigned char c : name) {
+        bool plain = std::isalnum(c) || std::strchr("!#$&+-.^_`|~", c);
+        if (plain) {
+            encoded += static_cast<char>(c);
+        } else {
+            encoded += '%';
+            encoded += hex[c >> 4];
+            encoded += hex[c & 15];
+        }
+        if (c >= 0x80) {
+            if ((c & 0xC0) != 0x80) ascii += '_';  // one per character
+        } else {
+            ascii += (c < 0x20 || c == '"' || c == '\\' || c == 0x7f) ? '_' : static_cast<char>(c);
+        }
+    }
+    return std::string(kind) + "; filename=\"" + ascii + "\"; filename*=UTF-8''" + encoded;
+}
+
+// The charset of a stored text file: UTF-8 when its start reads as such,
+// else the office's own GB encoding.
+std::string text_charset(const std::string& full) {
+    std::ifstream in(full, std::ios::binary);
+    std::string head(64 * 1024, '\0');
+    in.read(head.data(), static_cast<std::streamsize>(head.size()));
+    head.resize(static_cast<std::size_t>(in.gcount()));
+    // A read cut inside a character is not a reason to call it GB.
+    for (int cut = 0; cut < 4 && !head.empty(); ++cut) {
+        if (is_valid_utf8(head)) return "utf-8";
+        if (head.size() < 64 * 1024) break;
+        head.pop_back();
+    }
+    return "gb2312";
+}
+
 bool is_playlist(const std::string& low) {
     return low.ends_with(".asx") || low.ends_with(".m3u") || low.ends_with(".ram");
 }
@@ -484,8 +694,10 @@ HttpResponse Site::serve_static(const std::string& norm, const HttpRequest& req)
     }
     std::string inm = req.header("If-None-Match");
 
-    if (!guarded) {
-        if (auto f = cached_file(norm)) {
+    const bool at_root = slash == std::string::npos;
+    const bool own_folder = at_root || asset_folder(first);
+    if (!guarded && own_folder) {
+        if (auto f = cached_file(norm); f && (at_root || asset_type(f->content_type))) {
             HttpResponse out;
             out.headers.reserve(5);
             out.headers.emplace_back("ETag", f->etag);
@@ -529,6 +741,18 @@ HttpResponse Site::serve_static(const std::string& norm, const HttpRequest& req)
     if (!inm.empty() && etag_matches(inm, tag)) {
         out.status = 304;
         return out;
+    }
+    if (!own_folder || !asset_type(ctype)) {
+        // Stored by a page from what a user sent: shown in place only when
+        // it cannot run script, and never as a page of this site.
+        bool inline_ok = shown_inline(ctype);
+        if (ctype.starts_with("text/plain")) ctype = "text/plain; charset=" + text_charset(full);
+        if (!inline_ok) ctype = ctype.starts_with("image/svg") || ctype.starts_with("text/html")
+                                    ? "application/octet-stream"
+                                    : ctype;
+        out.set_header("Content-Disposition",
+                       disposition(inline_ok ? "inline" : "attachment", full.substr(full.rfind('/') + 1)));
+        out.set_header("Content-Security-Policy", "sandbox; frame-ancestors 'self'");
     }
     out.set_header("Content-Type", ctype);
     out.set_header("Accept-Ranges", "bytes");

@@ -32,13 +32,31 @@ public:
     AppLog& log() { return log_; }
 
     static constexpr const char* kSessionCookie = "TAVSESSION";
+    // A body a visitor without an account may send: the login and the
+    // registration forms are a few hundred bytes.
+    static constexpr std::uint64_t kAnonymousBodyLimit = 64 * 1024;
+    // Requests of one session running or waiting for their turn at once. The
+    // desktop loads seven frames together; a dozen leaves room, and keeps
+    // one session (each waiter holds a worker) to a third of the workers.
+    static constexpr unsigned kSessionRequestCap = 12;
+
+    // The account id of the request's session, "" when none.
+    std::string account_of(const HttpRequest& req);
+    // The body limit the HTTP layer applies to the request (0: its own).
+    std::uint64_t body_limit_for(const HttpRequest& req);
 
     // Runs the page class cls for the request (also classes no URL names,
     // which tests use).
     HttpResponse run_page(const std::string& cls, const HttpRequest& req);
 
 private:
-    HttpResponse run_page(const std::string& cls, const HttpRequest& req, std::string path);
+    // Refuses what another site made the browser send, then runs the page.
+    HttpResponse page_request(const std::string& cls, const HttpRequest& req, std::string path);
+    HttpResponse refuse_cross_site(const HttpRequest& req, const std::string& path, const std::string& why);
+    // anonymous: run without the request's session and set no cookie.
+    HttpResponse run_page(const std::string& cls, const HttpRequest& req, std::string path, bool anonymous);
+    // True when account id sent or received a mail that has Email/name attached.
+    bool mail_attachment_of(const std::string& name, const Value& id);
     HttpResponse serve_static(const std::string& norm, const HttpRequest& req);
     bool may_read(const std::string& norm, const HttpRequest& req);
 

@@ -2,9 +2,14 @@
 #include <gtest/gtest.h>
 
 #include <chrono>
+#include <filesystem>
+#include <fstream>
+#include <memory>
+#include <vector>
 #include <thread>
 
 #include "frame/encoding.h"
+#include "frame/page.h"
 #include "server/http_server.h"
 #include "tests/support/http_client.h"
 #include "tests/support/test_site.h"
@@ -15,20 +20,34 @@ using test::TestSite;
 
 namespace {
 
+// A page that takes its time, as the slowest would, inside its session's turn.
+class SlowPage : public Page {
+public:
+    SlowPage() : Page("slowtest") {}
+    void I_init() override { std::this_thread::sleep_for(std::chrono::milliseconds(300)); }
+};
+[[maybe_unused]] const bool registered = register_page("slowtest", [] { return std::make_unique<SlowPage>(); });
+
+// The site as `tavelor serve` runs it; /slow.asp runs the slow page.
 struct Served {
     TestSite site;
     HttpServer server;
-    Served()
+    explicit Served(unsigned workers = 2)
         : server(
-              [] {
+              [this, workers] {
                   ServerOptions o;
                   o.port = 0;
-                  o.workers = 2;
+                  o.workers = workers;
                   o.header_timeout = std::chrono::seconds(3);
                   o.idle_timeout = std::chrono::seconds(3);
+                  o.body_limit_for = [this](const HttpRequest& r) { return site.site().body_limit_for(r); };
+                  o.account_of = [this](const HttpRequest& r) { return site.site().account_of(r); };
+                  o.log = [this](const std::string& line) { site.site().log().write(2, line); };
                   return o;
               }(),
-              [this](const HttpRequest& r) { return site.site().handle(r); },
+              [this](const HttpRequest& r) {
+                  return r.target == "/slow.asp" ? site.site().run_page("slowtest", r) : site.site().handle(r);
+              },
               [this](const HttpRequest& r, HttpResponse& out) { return site.site().handle_quick(r, out); }) {
         server.start();
     }
@@ -88,7 +107,12 @@ TEST(ServeSite, LocationHeaderEscapesOnlyTheNonAsciiBytes) {
     auto r = c.read();
     EXPECT_EQ(r.status, 302);
     EXPECT_EQ(r.headers["location"], "./login.asp?login=error");
-    c.send(get("/sys_losepasswordDO.asp?ID=1"));
+    // A signed-in administrator's redirect with Chinese text in it.
+    std::string body = "username=admin&password=admin";
+    c.send("POST /loginverify.asp HTTP/1.1\r\nHost: 127.0.0.1\r\nContent-Type: application/x-www-form-urlencoded\r\n"
+           "Content-Length: " + std::to_string(body.size()) + "\r\n\r\n" + body);
+    std::string cookie = cookie_of(c.read());
+    c.send(get("/sys_losepasswordDO.asp?ID=1", "Cookie: " + cookie + "\r\n"));
     r = c.read();
     EXPECT_EQ(r.status, 302);
     const std::string loc = r.headers["location"];
@@ -196,4 +220,91 @@ TEST(ServeSite, RefusedLoginsAreHeldBackOnTheWire) {
     EXPECT_EQ(other.read().status, 200);
     EXPECT_LT(std::chrono::steady_clock::now() - t0, std::chrono::milliseconds(250));
     EXPECT_EQ(c.read().status, 302);
+}
+
+TEST(ServeSite, EveryAnswerRefusesForeignFramesAndUploadsRunNoScript) {
+    Served s;
+    std::filesystem::create_directories(s.site.root() + "/anywhere");
+    std::ofstream(s.site.root() + "/anywhere/x.html") << "<script>alert(1)</script>";
+    struct Case {
+        const char* path;
+        int status;
+        const char* csp;
+    } cases[] = {
+        {"/login.asp", 200, "frame-ancestors 'self'"},
+        {"/style.css", 200, "frame-ancestors 'self'"},
+        {"/nosuch.asp", 404, "frame-ancestors 'self'"},
+        {"/a%01b", 400, "frame-ancestors 'self'"},
+        {"/anywhere/x.html", 200, "sandbox; frame-ancestors 'self'"},
+    };
+    for (const auto& c : cases) {
+        Client cl(s.server.port());
+        cl.send(get(c.path));
+        auto r = cl.read();
+        EXPECT_EQ(r.status, c.status) << c.path;
+        EXPECT_EQ(r.headers["x-frame-options"], "SAMEORIGIN") << c.path;
+        EXPECT_EQ(r.headers["content-security-policy"], c.csp) << c.path;
+        EXPECT_EQ(r.headers["x-content-type-options"], "nosniff") << c.path;
+    }
+}
+
+TEST(ServeSite, ALargeBodyWithoutAnAccountIsRefusedBeforeItIsRead) {
+    Served s;
+    Client c(s.server.port(), "127.0.0.3");
+    c.send("POST /loginverify.asp HTTP/1.1\r\nHost: 127.0.0.1\r\nContent-Type: application/x-www-form-urlencoded\r\n"
+           "Content-Length: 100000\r\n\r\n");  // and no body at all
+    auto r = c.read(false, 2000);
+    EXPECT_EQ(r.status, 413);
+    EXPECT_EQ(r.headers["content-type"], "text/html; charset=gb2312");
+    EXPECT_NE(gb_to_utf8(r.body).find("0.1"), std::string::npos);  // the limit, in megabytes
+    EXPECT_NE(s.site.log_text().find("413 Payload Too Large from 127.0.0.3 account -"), std::string::npos);
+}
+
+TEST(ServeSite, ALoginAnswersWithinASecondWhileOneSessionFloodsASlowPage) {
+    Served s(0);  // the workers `tavelor serve` starts
+    auto login = [&](Client& c) {
+        std::string body = "username=admin&password=admin";
+        c.send("POST /loginverify.asp HTTP/1.1\r\nHost: 127.0.0.1\r\nContent-Type: "
+               "application/x-www-form-urlencoded\r\nContent-Length: " +
+               std::to_string(body.size()) + "\r\n\r\n" + body);
+        return c.read(false, 10000);
+    };
+    Client first(s.server.port());
+    std::string cookie = cookie_of(login(first));
+    ASSERT_FALSE(cookie.empty());
+    // More requests of one session than there are workers: each waits for
+    // its turn, and without a share per session they would hold them all.
+    std::vector<std::unique_ptr<Client>> flood;
+    for (int i = 0; i < 40; ++i) {
+        flood.push_back(std::make_unique<Client>(s.server.port()));
+        flood.back()->send(get("/slow.asp", "Cookie: " + cookie + "\r\n"));
+    }
+    std::this_thread::sleep_for(std::chrono::milliseconds(100));
+    Client c(s.server.port());
+    auto t0 = std::chrono::steady_clock::now();
+    EXPECT_EQ(login(c).headers["location"], "./");
+    EXPECT_LT(std::chrono::steady_clock::now() - t0, std::chrono::seconds(1));
+    int served = 0, busy = 0;
+    for (auto& f : flood) {
+        int st = f->read(false, 20000).status;
+        served += st == 200;
+        busy += st == 503;
+    }
+    EXPECT_EQ(served + busy, 40);
+    EXPECT_LE(served, static_cast<int>(Site::kSessionRequestCap) + 2);
+}
+
+TEST(ServeSite, AThousandConnectionsFromOneAddressLeaveAnotherServed) {
+    Served s;
+    std::vector<std::unique_ptr<Client>> flood;
+    for (int i = 0; i < 1000; ++i) flood.push_back(std::make_unique<Client>(s.server.port(), "127.0.0.2"));
+    std::this_thread::sleep_for(std::chrono::milliseconds(300));
+    Client other(s.server.port(), "127.0.0.3");
+    other.send(get("/style.css"));
+    EXPECT_EQ(other.read(false, 2000).status, 200);
+    // The first ones in are served; the rest were closed at once.
+    flood.front()->send(get("/style.css"));
+    EXPECT_EQ(flood.front()->read(false, 2000).status, 200);
+    EXPECT_TRUE(flood.back()->closed(2000));
+    EXPECT_NE(s.site.log_text().find("too many open connections from this address"), std::string::npos);
 }

@@ -98,6 +98,17 @@ TEST(SessionStore, AFloodOfAnonymousSessionsLeavesTheLoggedInOnes) {
     EXPECT_FALSE(store.peek(oldest));
     EXPECT_TRUE(store.peek(other));
     EXPECT_TRUE(store.peek(later));
+    // Full of signed-in sessions: a new anonymous one is not kept.
+    EXPECT_EQ(store.add(std::make_shared<SessionData>()), "");
+    EXPECT_TRUE(store.peek(other));
+}
+
+TEST(SessionStore, NewSessionsPerAddressAreCapped) {
+    SessionStore store(100, std::chrono::minutes(20), {3, std::chrono::minutes(10)});
+    for (int i = 0; i < 3; ++i) EXPECT_NE(store.add(std::make_shared<SessionData>(), "10.0.0.1"), "");
+    EXPECT_EQ(store.add(std::make_shared<SessionData>(), "10.0.0.1"), "");
+    EXPECT_NE(store.add(std::make_shared<SessionData>(), "10.0.0.2"), "");
+    EXPECT_EQ(store.size(), 4u);
 }
 
 TEST(SessionStore, IdleSessionsExpireAndRenewMovesTheValues) {

@@ -25,8 +25,15 @@ struct Response {
 // A bare client, so the test sees exactly the bytes on the wire.
 class Client {
 public:
-    explicit Client(unsigned short port) {
+    // from: the local address to connect from (any of 127.0.0.0/8).
+    explicit Client(unsigned short port, const char* from = nullptr) {
         fd_ = ::socket(AF_INET, SOCK_STREAM, 0);
+        if (from) {
+            sockaddr_in l{};
+            l.sin_family = AF_INET;
+            ::inet_pton(AF_INET, from, &l.sin_addr);
+            if (::bind(fd_, reinterpret_cast<sockaddr*>(&l), sizeof l) != 0) throw std::runtime_error("bind failed");
+        }
         sockaddr_in a{};
         a.sin_family = AF_INET;
         a.sin_port = htons(port);
