@@ -178,5 +178,5 @@ for suite in "${suites[@]}"; do
   source "tools/bench.d/$suite.sh"
 done
 
-echo "-- input readers (in-process, one thread, best of runs)"
+echo "-- input readers (in-process, one thread, best processor time of several runs)"
 build/release/tavelor_bench_inputs
