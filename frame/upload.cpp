@@ -282,10 +282,15 @@ void UploadGroup::check_quota() {
         measured = true;
     });
     if (!measured || used + adding <= cap) return;
-    auto mb = [](i64 b) { return megabytes(static_cast<std::uint64_t>(std::max<i64>(b, 0))); };
+    // Sizes under a megabyte in kilobytes, rounded up: "0.0 MB" says nothing.
+    auto size = [](i64 b) {
+        b = std::max<i64>(b, 0);
+        return b >= (1 << 20) ? megabytes(static_cast<std::uint64_t>(b)) + " MB"
+                              : std::to_string((b + 1023) / 1024) + " KB";
+    };
     answer_too_large("超出了" + quota_.what + "的存储限额，没有发送成功。",
-                     "已保存的" + quota_.what + "共 " + mb(used) + " MB，加上这次的 " + mb(adding) +
-                         " MB，超过了限额 " + mb(cap) + " MB。请先删除一些不再需要的" + quota_.what + "。",
+                     "已保存的" + quota_.what + "共 " + size(used) + "，加上这次的 " + size(adding) +
+                         "，超过了限额 " + size(cap) + "。请先删除一些不再需要的" + quota_.what + "。",
                      "quota " + std::string(quota_.softname));
 }
 
