@@ -7,6 +7,7 @@
 #include <vector>
 
 #include "frame/encoding.h"
+#include "frame/host.h"
 #include "frame/paths.h"
 
 namespace tav {
@@ -107,51 +108,121 @@ struct Tag {
     std::vector<Attr> attrs;
 };
 
-// Parses the tag starting at s[i] == '<'. False when it is no tag or does not
-// end: the '<' is then text.
-bool parse_tag(std::string_view s, std::size_t i, Tag& tag, std::size_t& end) {
-    const std::size_t n = s.size();
-    std::size_t j = i + 1;
-    if (j < n && s[j] == '/') {
-        tag.closing = true;
-        ++j;
-    }
-    if (j >= n || !is_alpha(s[j])) return false;
-    std::size_t start = j;
-    while (j < n && !is_space(s[j]) && s[j] != '/' && s[j] != '>') ++j;
-    tag.name = lower(s.substr(start, j - start));
-    for (;;) {
-        while (j < n && (is_space(s[j]) || s[j] == '/')) ++j;
-        if (j >= n) return false;
-        if (s[j] == '>') {
-            end = j + 1;
-            return true;
+// Where a tag's parts lie in the text; strings are made only for a tag that ends.
+struct AttrSpan {
+    std::size_t name_at, name_end, value_at = 0, value_end = 0;
+    bool has_value = false;
+};
+
+// The tag parser's scanning states, one bit each.
+enum : std::uint8_t {
+    kInName = 1, kAtTop = 2, kInAttrName = 4, kBeforeEq = 8, kAfterEq = 16, kInUnquoted = 32,
+    kInDouble = 64, kInSingle = 128
+};
+
+// Parses tags left to right. A '<' whose tag does not end is text, and the
+// next '<' may lie inside what that parse read; without a memo each such '<'
+// would read on to the end again. The outcome from a given position in a
+// given state is always the same, and a tag that ends moves the text past
+// everything its parse read, so a (position, state) met again can only lie
+// on a path that already failed: the parse fails there at once. Each pair is
+// thus read at most once and the whole text in linear time.
+class TagParser {
+public:
+    explicit TagParser(std::string_view s) : s_(s) {}
+
+    // Parses the tag starting at s[i] == '<'. False when it is no tag or does
+    // not end: the '<' is then text.
+    bool parse(std::size_t i, Tag& tag, std::size_t& end) {
+        spans_.clear();
+        bool closing = false;
+        std::size_t name_at = 0, name_end = 0;
+        if (!scan(i, closing, name_at, name_end, end)) {
+            if (memo_.empty()) memo_.assign(s_.size(), 0);
+            return false;
         }
-        Attr a;
-        start = j++;
-        while (j < n && !is_space(s[j]) && s[j] != '/' && s[j] != '>' && s[j] != '=') ++j;
-        a.name = lower(s.substr(start, j - start));
-        std::size_t k = j;
-        while (k < n && is_space(s[k])) ++k;
-        if (k < n && s[k] == '=') {
-            j = k + 1;
-            while (j < n && is_space(s[j])) ++j;
-            if (j >= n) return false;
-            a.has_value = true;
-            if (s[j] == '"' || s[j] == '\'') {
-                std::size_t close = s.find(s[j], j + 1);
-                if (close == std::string_view::npos) return false;
-                a.value = decode_references(s.substr(j + 1, close - j - 1));
-                j = close + 1;
-            } else {
-                start = j;
-                while (j < n && !is_space(s[j]) && s[j] != '>') ++j;
-                a.value = decode_references(s.substr(start, j - start));
+        tag.closing = closing;
+        tag.name = lower(s_.substr(name_at, name_end - name_at));
+        tag.attrs.clear();
+        tag.attrs.reserve(spans_.size());
+        for (const AttrSpan& sp : spans_) {
+            Attr a;
+            a.name = lower(s_.substr(sp.name_at, sp.name_end - sp.name_at));
+            a.has_value = sp.has_value;
+            if (sp.has_value) a.value = decode_references(s_.substr(sp.value_at, sp.value_end - sp.value_at));
+            tag.attrs.push_back(std::move(a));
+        }
+        return true;
+    }
+
+private:
+    // Marks (j, state) as read; true when it was read before (the parse fails).
+    bool seen(std::size_t j, std::uint8_t state) {
+        if (memo_.empty()) return false;
+        std::uint8_t& m = memo_[j];
+        if (m & state) return true;
+        m |= state;
+        return false;
+    }
+
+    bool scan(std::size_t i, bool& closing, std::size_t& name_at, std::size_t& name_end, std::size_t& end) {
+        const std::string_view s = s_;
+        const std::size_t n = s.size();
+        std::size_t j = i + 1;
+        if (j < n && s[j] == '/') {
+            closing = true;
+            ++j;
+        }
+        if (j >= n || !is_alpha(s[j])) return false;
+        name_at = j;
+        for (; j < n && !is_space(s[j]) && s[j] != '/' && s[j] != '>'; ++j)
+            if (seen(j, kInName)) return false;
+        name_end = j;
+        for (;;) {
+            for (; j < n && (is_space(s[j]) || s[j] == '/'); ++j)
+                if (seen(j, kAtTop)) return false;
+            if (j >= n || seen(j, kAtTop)) return false;
+            if (s[j] == '>') {
+                end = j + 1;
+                return true;
             }
+            AttrSpan a{j, 0};
+            for (++j; j < n && !is_space(s[j]) && s[j] != '/' && s[j] != '>' && s[j] != '='; ++j)
+                if (seen(j, kInAttrName)) return false;
+            a.name_end = j;
+            std::size_t k = j;
+            for (; k < n && is_space(s[k]); ++k)
+                if (seen(k, kBeforeEq)) return false;
+            if (k < n && s[k] == '=') {
+                for (j = k + 1; j < n && is_space(s[j]); ++j)
+                    if (seen(j, kAfterEq)) return false;
+                if (j >= n) return false;
+                a.has_value = true;
+                if (s[j] == '"' || s[j] == '\'') {
+                    const char quote = s[j];
+                    const std::uint8_t state = quote == '"' ? kInDouble : kInSingle;
+                    std::size_t close = j + 1;
+                    for (; close < n && s[close] != quote; ++close)
+                        if (seen(close, state)) return false;
+                    if (close >= n) return false;
+                    a.value_at = j + 1;
+                    a.value_end = close;
+                    j = close + 1;
+                } else {
+                    a.value_at = j;
+                    for (; j < n && !is_space(s[j]) && s[j] != '>'; ++j)
+                        if (seen(j, kInUnquoted)) return false;
+                    a.value_end = j;
+                }
+            }
+            spans_.push_back(a);
         }
-        tag.attrs.push_back(std::move(a));
     }
-}
+
+    std::string_view s_;
+    std::vector<AttrSpan> spans_;
+    std::vector<std::uint8_t> memo_;  // made at the first tag that does not end
+};
 
 // Elements whose content goes with them.
 const std::set<std::string, std::less<>> kDropWithContent = {
@@ -217,16 +288,64 @@ bool flash_source(const std::string& src) {
     return path.size() > 4 && path.compare(path.size() - 4, 4, ".swf") == 0;
 }
 
+// Attributes whose value the browser fetches or follows as a URL.
+const std::set<std::string, std::less<>> kUrlAttrs = {
+    "href", "src", "pluginspage", "background", "action", "formaction", "data", "lowsrc", "dynsrc"};
+
+std::string host_name(std::string_view authority) {
+    std::size_t at = authority.rfind('@');
+    if (at != std::string_view::npos) authority.remove_prefix(at + 1);
+    if (!authority.empty() && authority[0] == '[') {
+        std::size_t close = authority.find(']');
+        return lower(authority.substr(0, close == std::string_view::npos ? authority.size() : close + 1));
+    }
+    return lower(authority.substr(0, authority.find(':')));
+}
+
+bool ends_asp(std::string_view path) {
+    while (!path.empty() && (path.back() == '.' || path.back() == ' ' || path.back() == '/')) path.remove_suffix(1);
+    return path.size() >= 4 && iequals(path.substr(path.size() - 4), ".asp");
+}
+
+// True when the URL names one of this site's pages: a page of the site may
+// change rows on a plain GET, so markup that makes the reader's browser load
+// or follow one would act in the reader's name. Relative URLs and those to
+// own_host (the request's Host) count, read as the browser reads them:
+// blanks and controls skipped, backslashes as slashes, "http:x" relative.
+bool own_page_url(std::string_view url, std::string_view own_host) {
+    std::string t;
+    for (char c : url)
+        if (static_cast<unsigned char>(c) > 0x20 && c != 0x7F) t += c == '\\' ? '/' : c;
+    std::string_view rest = t;
+    std::size_t stop = rest.find_first_of(":/?#");
+    if (stop != std::string_view::npos && rest[stop] == ':') {
+        std::string scheme = lower(rest.substr(0, stop));
+        if (scheme != "http" && scheme != "https") return false;
+        rest.remove_prefix(stop + 1);
+    }
+    if (rest.substr(0, 2) == "//") {
+        rest.remove_prefix(2);
+        std::size_t path_at = std::min(rest.find_first_of("/?#"), rest.size());
+        std::string host = host_name(percent_decode(rest.substr(0, path_at), false));
+        if (own_host.empty() || host != host_name(own_host)) return false;
+        rest.remove_prefix(path_at);
+    }
+    std::string path = percent_decode(rest.substr(0, rest.find_first_of("?#")), false);
+    std::string_view p = path;
+    return ends_asp(p) || ends_asp(p.substr(0, p.find_first_of("?#")));
+}
+
 // Writes a kept opening tag; false when the tag as a whole must go.
-bool write_open(std::string& out, const Tag& tag, const std::set<std::string, std::less<>>& allowed) {
+bool write_open(std::string& out, const Tag& tag, const std::set<std::string, std::less<>>& allowed,
+                std::string_view own_host) {
     std::string attrs;
-    std::set<std::string> seen;
+    std::set<std::string, std::less<>> seen;
     bool has_src = false;
     for (const Attr& a : tag.attrs) {
         if (!allowed.count(a.name) || !seen.insert(a.name).second) continue;
         std::string value = a.value;
-        if (a.name == "href" || a.name == "src" || a.name == "pluginspage") {
-            if (!safe_url(value)) continue;
+        if (kUrlAttrs.count(a.name)) {
+            if (!safe_url(value) || own_page_url(value, own_host)) continue;
             if (a.name == "src") has_src = true;
             if (tag.name == "embed" && a.name == "src" && !flash_source(value)) return false;
         } else if (a.name == "style") {
@@ -235,11 +354,19 @@ bool write_open(std::string& out, const Tag& tag, const std::set<std::string, st
         } else if (tag.name == "embed" && a.name == "type" && lower(value) != "application/x-shockwave-flash") {
             return false;
         }
-        attrs += " " + a.name;
-        if (a.has_value) attrs += "=\"" + html_text(value) + "\"";
+        attrs += ' ';
+        attrs += a.name;
+        if (a.has_value) {
+            attrs += "=\"";
+            attrs += html_text(value);
+            attrs += '"';
+        }
     }
     if (tag.name == "embed" && !has_src) return false;
-    out += "<" + tag.name + attrs + ">";
+    out += '<';
+    out += tag.name;
+    out += attrs;
+    out += '>';
     return true;
 }
 
@@ -315,9 +442,21 @@ bool safe_url(std::string_view url) {
 }
 
 std::string allow_markup(std::string_view s) {
+    std::string host;
+    if (const Context* ctx = current_context(); ctx && ctx->request) host = ctx->request->data().header("Host");
+    return allow_markup(s, host);
+}
+
+std::string allow_markup(std::string_view s, std::string_view own_host) {
     std::string out;
     out.reserve(s.size());
-    std::vector<std::string> open;
+    TagParser parser(s);
+    Tag tag;
+    // Open elements, innermost last, and how many of each name are open, so
+    // an end tag of a name not open costs nothing and one that is open pops
+    // what lies above it (each element is popped once).
+    std::vector<const std::string*> open;
+    std::map<std::string_view, std::size_t> open_count;
     const std::size_t n = s.size();
     std::size_t i = 0;
     while (i < n) {
@@ -325,14 +464,14 @@ std::string allow_markup(std::string_view s) {
         if (c == '<' && i + 1 < n && (s[i + 1] == '!' || s[i + 1] == '?')) {
             // Comments, declarations and processing instructions go whole;
             // one without its end takes the rest of the text with it.
-            std::size_t end = s.compare(i, 4, "<!--") == 0 ? s.find("-->", i + 4) : s.find('>', i);
-            i = end == std::string_view::npos ? n : end + (s.compare(i, 4, "<!--") == 0 ? 3 : 1);
+            const bool comment = s.compare(i, 4, "<!--") == 0;
+            std::size_t end = comment ? s.find("-->", i + 4) : s.find('>', i);
+            i = end == std::string_view::npos ? n : end + (comment ? 3 : 1);
             continue;
         }
         if (c == '<') {
-            Tag tag;
             std::size_t end = 0;
-            if (!parse_tag(s, i, tag, end)) {
+            if (!parser.parse(i, tag, end)) {
                 out += "&lt;";
                 ++i;
                 continue;
@@ -361,17 +500,25 @@ std::string allow_markup(std::string_view s) {
             }
             auto allowed = kAllowed.find(tag.name);
             if (allowed == kAllowed.end()) continue;
+            const std::string& name = allowed->first;
             if (tag.closing) {
-                auto it = std::find(open.rbegin(), open.rend(), tag.name);
-                if (it == open.rend()) continue;
-                std::size_t keep = static_cast<std::size_t>(open.rend() - it) - 1;
-                while (open.size() > keep) {
-                    out += "</" + open.back() + ">";
+                auto count = open_count.find(name);
+                if (count == open_count.end() || count->second == 0) continue;
+                for (;;) {
+                    const std::string* top = open.back();
                     open.pop_back();
+                    --open_count[*top];
+                    out += "</";
+                    out += *top;
+                    out += '>';
+                    if (top == &name) break;
                 }
                 continue;
             }
-            if (write_open(out, tag, allowed->second) && !kVoid.count(tag.name)) open.push_back(tag.name);
+            if (write_open(out, tag, allowed->second, own_host) && !kVoid.count(name)) {
+                open.push_back(&name);
+                ++open_count[name];
+            }
             continue;
         }
         if (c == '>') {
@@ -390,7 +537,9 @@ std::string allow_markup(std::string_view s) {
         ++i;
     }
     while (!open.empty()) {
-        out += "</" + open.back() + ">";
+        out += "</";
+        out += *open.back();
+        out += '>';
         open.pop_back();
     }
     return out;

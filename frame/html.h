@@ -53,7 +53,12 @@ inline bool safe_url(const char* s) { return safe_url(std::string_view(s)); }
 // double-quoted escaped values); everything else (script, style, frames, on*
 // attributes, unsafe URLs, comments) is dropped, stray < > & become text, and
 // tags left open are closed at the end so the text cannot break the page.
+// Link and source URLs that name one of the site's own pages (a path ending
+// in ".asp", relative or on the request's host) are dropped too: a page may
+// change rows when the reader's browser merely loads it. Linear in the input.
 std::string allow_markup(std::string_view html);
+// The same with the site's host name given (the Host header's value).
+std::string allow_markup(std::string_view html, std::string_view own_host);
 inline std::string allow_markup(const Value& v) { return allow_markup(std::string_view(v.str())); }
 inline std::string allow_markup(const std::string& s) { return allow_markup(std::string_view(s)); }
 inline std::string allow_markup(const char* s) { return allow_markup(std::string_view(s)); }

@@ -50,21 +50,21 @@ void ParamList::parse(std::string_view raw) {
             std::string_view value = eq == std::string_view::npos ? std::string_view{} : pair.substr(eq + 1);
             items_.emplace_back(gb_to_utf8(percent_decode(name, true)),
                                 gb_to_utf8(percent_decode(value, true)));
+            index_[lower(items_.back().first)].push_back(items_.size() - 1);
         }
         i = j + 1;
     }
 }
 
 Value ParamList::get(std::string_view name) const {
-    bool found = false;
+    auto it = index_.find(lower(name));
+    if (it == index_.end()) return Value();
     std::string joined;
-    for (const auto& [n, v] : items_) {
-        if (!iequals(n, name)) continue;
-        if (found) joined += ", ";
-        joined += v;
-        found = true;
+    for (std::size_t at : it->second) {
+        if (at != it->second.front()) joined += ", ";
+        joined += items_[at].second;
     }
-    return found ? Value(std::move(joined)) : Value();
+    return Value(std::move(joined));
 }
 
 std::string RequestData::header(std::string_view name) const {

@@ -7,6 +7,7 @@
 #include <memory>
 #include <string>
 #include <string_view>
+#include <unordered_map>
 #include <utility>
 #include <vector>
 
@@ -63,6 +64,9 @@ public:
 
 private:
     std::vector<std::pair<std::string, std::string>> items_;  // in order, names as sent
+    // Positions in items_ by lower-cased name: a page reading many names of
+    // a long form does not scan the whole form for each.
+    std::unordered_map<std::string, std::vector<std::size_t>> index_;
 };
 
 struct RequestData {

@@ -1,6 +1,7 @@
 #include "frame/upload.h"
 
 #include <algorithm>
+#include <cstdio>
 #include <cstring>
 #include <fcntl.h>
 #include <string_view>
@@ -14,6 +15,7 @@
 #include "frame/names.h"
 #include "frame/page.h"
 #include "frame/paths.h"
+#include "frame/quota.h"
 
 namespace tav {
 
@@ -55,32 +57,33 @@ bool forbidden_target(const std::string& full_path) {
 }
 
 // Byte searches and reads over the request body, which may lie in a file:
-// nothing here holds more than a window of it.
+// nothing here holds more than a window of it. The parse moves forward, so
+// the window read for one search serves the following searches and reads
+// until they pass its end; each byte of the body is read about once.
 class BodyView {
 public:
     BodyView(const RequestBody* body, i64 total) : body_(body), total_(total) {}
 
     // One-based position of pat at or after the one-based start; 0 when absent.
-    i64 instrb(i64 start, std::string_view pat) const {
+    i64 instrb(i64 start, std::string_view pat) {
         host_call(Loc::current());
         if (start < 1) raise_error(err::invalid_call);
         if (start > total_) return 0;
         if (pat.empty()) return start;
         const i64 plen = static_cast<i64>(pat.size());
-        const std::size_t window = UploadGroup::chunk + pat.size() - 1;
-        std::string buf;
         i64 off = start - 1;
-        while (off + plen <= total_) {
-            std::size_t want = static_cast<std::size_t>(std::min<i64>(total_ - off, static_cast<i64>(window)));
-            buf.resize(want);
-            std::size_t got = body_->read_at(static_cast<std::uint64_t>(off), buf.data(), want);
-            if (static_cast<i64>(got) < plen) return 0;
-            const void* hit = ::memmem(buf.data(), got, pat.data(), pat.size());
-            if (hit) return off + (static_cast<const char*>(hit) - buf.data()) + 1;
-            if (got < want) return 0;
-            off += static_cast<i64>(got) - (plen - 1);
+        for (;;) {
+            if (off + plen > total_) return 0;
+            if (off < buf_off_ || off + plen > buf_end()) {
+                load(off, UploadGroup::chunk + pat.size() - 1);
+                if (buf_end() - off < plen) return 0;
+            }
+            const char* from = buf_.data() + (off - buf_off_);
+            const void* hit = ::memmem(from, static_cast<std::size_t>(buf_end() - off), pat.data(), pat.size());
+            if (hit) return buf_off_ + (static_cast<const char*>(hit) - buf_.data()) + 1;
+            if (short_ || buf_end() >= total_) return 0;
+            off = buf_end() - (plen - 1);
         }
-        return 0;
     }
 
     // count bytes from the zero-based offset, fewer at the end of the body.
@@ -89,14 +92,29 @@ public:
         if (count < 0 || offset < 0) bad_count();
         if (offset >= total_ || count == 0) return {};
         count = std::min(count, total_ - offset);
+        if (offset >= buf_off_ && offset + count <= buf_end())
+            return buf_.substr(static_cast<std::size_t>(offset - buf_off_), static_cast<std::size_t>(count));
         std::string out(static_cast<std::size_t>(count), '\0');
         out.resize(body_->read_at(static_cast<std::uint64_t>(offset), out.data(), out.size()));
         return out;
     }
 
 private:
+    i64 buf_end() const { return buf_off_ + static_cast<i64>(buf_.size()); }
+
+    void load(i64 off, std::size_t window) {
+        std::size_t want = static_cast<std::size_t>(std::min<i64>(total_ - off, static_cast<i64>(window)));
+        buf_.resize(want);
+        buf_.resize(body_->read_at(static_cast<std::uint64_t>(off), buf_.data(), want));
+        buf_off_ = off;
+        short_ = buf_.size() < want;  // the body ended early: nothing lies behind
+    }
+
     const RequestBody* body_;
     i64 total_;
+    std::string buf_;
+    i64 buf_off_ = 0;
+    bool short_ = false;
 };
 
 // ---- Header text, indexed by characters.
@@ -167,28 +185,132 @@ void UploadGroup::upI_init() {
     page_.routine("upI_init", [&] { Response.write(""); });
 }
 
+std::string megabytes(std::uint64_t bytes) {
+    constexpr std::uint64_t mb = 1024 * 1024;
+    if (bytes % mb == 0) return std::to_string(bytes / mb);
+    char text[32];
+    std::snprintf(text, sizeof text, "%.1f", static_cast<double>(bytes) / mb);
+    return text;
+}
+
+std::string too_large_text(std::string_view headline, std::string_view limit_line) {
+    // No script and no link: the browser's own Back leads to the form.
+    std::string page =
+        "<html>\r\n<head>\r\n<meta http-equiv=\"Content-Type\" content=\"text/html; charset=gb2312\">\r\n"
+        "<title>文件太大</title>\r\n<link rel=\"stylesheet\" href=\"style.css\" type=\"text/css\">\r\n</head>\r\n"
+        "<body>\r\n<br><br>\r\n"
+        "<table width=\"400\" border=\"0\" cellspacing=\"0\" cellpadding=\"0\" align=\"center\">\r\n"
+        "<tr bgcolor=\"#336699\" height=\"28\"><td><font color=\"#FFFFFF\">&nbsp;提示信息</font></td></tr>\r\n"
+        "<tr><td align=\"center\" height=\"120\">\r\n"
+        "<font color=\"red\">";
+    page += headline;
+    page += "</font><br><br>\r\n";
+    page += limit_line;
+    page += "<br><br>\r\n"
+            "请点击浏览器的“后退”按钮返回表单，换一个较小的文件后重新提交。\r\n"
+            "</td></tr>\r\n"
+            "<tr><td height=\"4\" bgcolor=\"#6d8e4d\"></td></tr>\r\n"
+            "</table>\r\n</body>\r\n</html>\r\n";
+    return page;
+}
+
+std::string too_large_text(std::string_view limit_line) {
+    return too_large_text("上传的文件太大，没有发送成功。", limit_line);
+}
+
+namespace {
+
+// Ends the page with the oversize answer in place of whatever it wrote.
+[[noreturn]] void answer_too_large(std::string_view headline, std::string_view line, std::string_view why) {
+    if (Context* ctx = current_context(); ctx && ctx->log && ctx->request) {
+        std::string account = ctx->session ? ctx->session->get("user_id").str() : "";
+        ctx->log->write(2, "Tavelor.Refused upload " + ctx->request->path() + " address " +
+                               ctx->request->data().remote_addr + " account " + (account.empty() ? "-" : account) +
+                               " (" + std::string(why) + ")");
+    }
+    ResponseObject& out = Response.object();
+    out.body().clear();
+    out.set_status(413);
+    out.write(too_large_text(headline, line));
+    END_PAGE();
+}
+
+}  // namespace
+
 void UploadGroup::upload_initialize() {
+    over_ = Over::None;
+    quota_checked_ = false;
+    // Checked outside the routine: the answer ends the page, not the routine.
+    if (Request.TotalBytes() > limits.request_bytes) refuse_over(Over::Request);
     page_.routine("upload_initialize", [&] { parse(); });
+    if (over_ != Over::None) refuse_over(over_);
+}
+
+void UploadGroup::refuse_over(Over over) {
+    fields_.clear();
+    files_.clear();
+    field_at_.clear();
+    file_names_.clear();
+    const char* why = "request";
+    std::string line;
+    if (over == Over::File) {
+        why = "file size";
+        line = "每个附件不能超过 " + megabytes(static_cast<std::uint64_t>(limits.file_bytes)) + " MB。";
+    } else if (over == Over::Parts) {
+        why = "part count";
+        line = "一次提交的内容不能超过 " + std::to_string(limits.parts) + " 项。";
+    } else {
+        line = "一次提交的内容（所有附件合计）不能超过 " +
+               megabytes(static_cast<std::uint64_t>(limits.request_bytes)) + " MB。";
+    }
+    answer_too_large("上传的文件太大，没有发送成功。", line, why);
+}
+
+void UploadGroup::check_quota() {
+    if (!quota_.used || quota_checked_) return;
+    quota_checked_ = true;
+    i64 adding = 0;
+    for (const FileRecord& r : files_)
+        if (!r.file_name.empty()) adding += r.file_size;
+    if (adding == 0) return;
+    // A failing measure is reported like any routine's failure and lets the
+    // files through: the quota guards space, not access.
+    bool measured = false;
+    i64 cap = 0, used = 0;
+    page_.routine("upload_file", [&] {
+        cap = quota_bytes(page_, quota_.softname, quota_.default_mb);
+        used = quota_.used(page_);
+        measured = true;
+    });
+    if (!measured || used + adding <= cap) return;
+    // Sizes under a megabyte in kilobytes, rounded up: "0.0 MB" says nothing.
+    auto size = [](i64 b) {
+        b = std::max<i64>(b, 0);
+        return b >= (1 << 20) ? megabytes(static_cast<std::uint64_t>(b)) + " MB"
+                              : std::to_string((b + 1023) / 1024) + " KB";
+    };
+    answer_too_large("超出了" + quota_.what + "的存储限额，没有发送成功。",
+                     "已保存的" + quota_.what + "共 " + size(used) + "，加上这次的 " + size(adding) +
+                         "，超过了限额 " + size(cap) + "。请先删除一些不再需要的" + quota_.what + "。",
+                     "quota " + std::string(quota_.softname));
 }
 
 void UploadGroup::add_field(const std::string& name, const std::string& value) {
-    for (auto& [k, v] : fields_)
-        if (k == name) {
-            v += ", " + value;
-            return;
-        }
+    auto [it, added] = field_at_.emplace(name, fields_.size());
+    if (!added) {
+        std::string& v = fields_[it->second].second;
+        v += ", ";
+        v += value;
+        return;
+    }
     fields_.emplace_back(name, value);
-}
-
-bool UploadGroup::has_file(const std::string& name) const {
-    for (const auto& f : files_)
-        if (f.form_name == name) return true;
-    return false;
 }
 
 void UploadGroup::parse() {
     fields_.clear();
     files_.clear();
+    field_at_.clear();
+    file_names_.clear();
     const i64 total = Request.TotalBytes();
     if (total < 1) return;
     const RequestBody* raw = Request.object().body();
@@ -205,10 +327,14 @@ void UploadGroup::parse() {
     // part, and round it would go until the script's time ran out; a position
     // met twice is that loop, so it ends the script the same way, at once.
     std::unordered_set<i64> seen;
-    for (;;) {
+    for (std::size_t parts = 1;; ++parts) {
         pos = pos + blen + 1;
         if (!(pos + 10 < total)) break;
         if (!seen.insert(pos).second) throw ScriptTimeout{};
+        if (parts > limits.parts) {
+            over_ = Over::Parts;
+            return;
+        }
 
         const i64 header_end = body.instrb(pos, "\r\n\r\n") + 3;
         const std::u32string header = to_u32(gb_to_utf8(body.read(pos, header_end - pos)));
@@ -231,7 +357,11 @@ void UploadGroup::parse() {
             rec.file_type = to_utf8(mid(header, t1, t2 - t1));
             rec.file_start = header_end;
             rec.file_size = pos - header_end - 3;
-            if (!has_file(name)) files_.push_back(std::move(rec));
+            if (rec.file_size > limits.file_bytes) {
+                over_ = Over::File;
+                return;
+            }
+            if (file_names_.insert(name).second) files_.push_back(std::move(rec));
         } else {
             add_field(name, gb_to_utf8(body.read(header_end, pos - header_end - 3)));
         }
@@ -249,6 +379,7 @@ std::string UploadGroup::upload_form(std::string& name) {
 
 std::string UploadGroup::upload_file(std::string& form_name, const std::string& folder,
                                      const std::string& prefix) {
+    check_quota();
     return page_.routine("upload_file", [&]() -> std::string {
         form_name = lower(form_name);
         for (std::size_t i = 0; i < files_.size(); ++i) {
@@ -316,6 +447,8 @@ void UploadGroup::upload_terminate() {
         if (Request.TotalBytes() > 0) {
             fields_.clear();
             files_.clear();
+            field_at_.clear();
+            file_names_.clear();
         }
     });
 }

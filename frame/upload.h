@@ -9,7 +9,11 @@
 #pragma once
 
 #include <cstdint>
+#include <functional>
 #include <string>
+#include <string_view>
+#include <unordered_map>
+#include <unordered_set>
 #include <utility>
 #include <vector>
 
@@ -25,6 +29,32 @@ struct FileRecord {
     std::int64_t file_size = 0;   // content bytes
     std::string file_type;   // text behind "Content-Type: "; kept, never read
 };
+
+// How much one request may carry. The server sets request_bytes to its own
+// body limit at start; a request over a limit gets the oversize answer
+// (HTTP 413) and the page ends before it stores anything.
+struct UploadLimits {
+    std::int64_t file_bytes = std::int64_t{100} << 20;              // one file part
+    std::int64_t request_bytes = (std::int64_t{1} << 30) + (64 << 20);  // the whole body
+    std::size_t parts = 1000;                                       // fields and files together
+};
+
+// A cap on what one account may keep stored, checked before the first file
+// of a request is stored: the account's use plus every named file part of
+// the request must stay within the software row softname (megabytes),
+// default_mb when the row is missing or holds no number.
+struct UploadQuota {
+    const char* softname = nullptr;
+    int default_mb = 0;
+    std::function<std::int64_t(Page&)> used;  // bytes the account keeps now
+    std::string what;                         // what is counted, for the answer: "邮件附件"
+};
+
+// The oversize answer's page (UTF-8): the headline and one line on the limit.
+std::string too_large_text(std::string_view headline, std::string_view limit_line);
+std::string too_large_text(std::string_view limit_line);
+// A byte count in megabytes as the answers write it: "100", "1.5".
+std::string megabytes(std::uint64_t bytes);
 
 class UploadGroup {
 public:
@@ -52,15 +82,25 @@ public:
     // make matches straddle piece edges; nothing changes it while serving.
     static inline std::size_t chunk = 1 << 20;
 
+    static inline UploadLimits limits;
+    void set_quota(UploadQuota quota) { quota_ = std::move(quota); }
+
 private:
+    enum class Over { None, Request, File, Parts };
     void parse();
     void add_field(const std::string& name, const std::string& value);
-    bool has_file(const std::string& name) const;
+    [[noreturn]] void refuse_over(Over over);
+    void check_quota();
 
     Page& page_;
     Variant variant_;
     std::vector<std::pair<std::string, std::string>> fields_;
     std::vector<FileRecord> files_;
+    std::unordered_map<std::string, std::size_t> field_at_;  // name -> index in fields_
+    std::unordered_set<std::string> file_names_;
+    Over over_ = Over::None;
+    UploadQuota quota_;
+    bool quota_checked_ = false;
 };
 
 }  // namespace tav

@@ -4,6 +4,7 @@
 // and the client's file name.
 #include "frame/html.h"
 #include "frame/page.h"
+#include "frame/quota.h"
 #include "frame/upload.h"
 #include "frame/vb.h"
 
@@ -22,6 +23,7 @@ public:
         if (!rs.eof()) prefix = rs("id");
 
         up.upI_init();
+        up.set_quota(mail_attachment_quota());
         up.upload_initialize();
         // A position the form's arrays did not hold came back as "undefined";
         // without it the part is empty and skipped below.

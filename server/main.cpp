@@ -7,6 +7,7 @@
 #include <iostream>
 #include <string>
 
+#include "frame/upload.h"
 #include "server/http_server.h"
 #include "server/page_table.h"
 #include "server/site.h"
@@ -18,7 +19,8 @@ int usage() {
                  "  tavelor init DIR [--template DIR]\n"
                  "  tavelor access-table            (prints docs/access.md)\n"
                  "  tavelor serve DIR [--port 8080] [--bind 127.0.0.1] [--workers N] [--log FILE]\n"
-                 "                    [--body-limit BYTES] [--template DIR] [--trusted-proxy ADDR]...\n";
+                 "                    [--body-limit BYTES] [--file-limit BYTES] [--part-limit N]\n"
+                 "                    [--template DIR] [--trusted-proxy ADDR]...\n";
     return 2;
 }
 
@@ -60,12 +62,16 @@ int main(int argc, char** argv) {
             else if (a == "--log") log_path = next();
             else if (a == "--body-limit") opts.body_limit = std::stoull(next());
             else if (a == "--trusted-proxy") opts.trusted_proxies.push_back(next());
+            else if (a == "--file-limit") tav::UploadGroup::limits.file_bytes = std::stoll(next());
+            else if (a == "--part-limit") tav::UploadGroup::limits.parts = std::stoul(next());
             else return usage();
         } catch (const std::exception&) {
             std::cerr << "bad value for " << a << "\n";
             return 2;
         }
     }
+    // The upload group refuses what the HTTP layer would: the same bound.
+    tav::UploadGroup::limits.request_bytes = static_cast<std::int64_t>(opts.body_limit);
     try {
         if (cmd == "init") {
             tav::init_site(dir, tpl);

@@ -5,6 +5,8 @@
 # ceiling of what a server can do with those bytes on this machine, so the
 # ratio says how much the page code and our HTTP layer cost on top.
 # A benchmark, not a test: the figures depend on the machine and its load.
+# Last come the input readers timed in-process at 10 KB, 1 MB and 10 MB
+# (tools/bench_inputs.cpp): their ms/MB should stay about level.
 # Usage: tools/bench.sh [SECONDS=10] [CONNECTIONS=50] [WORKERS] [SUITE...]
 # Each SUITE names tools/bench.d/SUITE.sh, run after the rows above on the
 # same server and nginx; "all" runs every one. A suite fills the store
@@ -28,9 +30,9 @@ nginx_bin="$(command -v nginx || echo /usr/sbin/nginx)"
 # Builds share one lock; a caller that already holds it (flock LOCK bash
 # tools/bench.sh ...) must not wait for itself.
 if [ -n "${TAVELOR_BUILD_LOCK_HELD:-}" ] || ps -o args= -p "$PPID" | grep -q 'flock /tmp/tavelor-build.lock'; then
-  cmake --build --preset release --target tavelor -j2 >/dev/null
+  cmake --build --preset release --target tavelor tavelor_bench_inputs -j2 >/dev/null
 else
-  flock /tmp/tavelor-build.lock cmake --build --preset release --target tavelor -j2 >/dev/null
+  flock /tmp/tavelor-build.lock cmake --build --preset release --target tavelor tavelor_bench_inputs -j2 >/dev/null
 fi
 
 tmp="$(mktemp -d /tmp/tavelor-bench-XXXXXX)"
@@ -175,3 +177,6 @@ for suite in "${suites[@]}"; do
   # shellcheck source=/dev/null
   source "tools/bench.d/$suite.sh"
 done
+
+echo "-- input readers (in-process, one thread, best processor time of several runs)"
+build/release/tavelor_bench_inputs

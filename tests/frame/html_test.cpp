@@ -62,8 +62,9 @@ TEST(MarkupAllowlist, KeepsFormattingDropsScript) {
              {"<p align='center'>x</p>", "<p align=\"center\">x</p>"},
              {"<table border=1><tr><td nowrap>c</td></tr></table>",
               "<table border=\"1\"><tr><td nowrap>c</td></tr></table>"},
-             {"<a href=\"Data_read.asp?id=1\" target=_blank>r</a>",
-              "<a href=\"Data_read.asp?id=1\" target=\"_blank\">r</a>"},
+             {"<a href=\"http://host/r?id=1\" target=_blank>r</a>",
+              "<a href=\"http://host/r?id=1\" target=\"_blank\">r</a>"},
+             {"<a href=\"Data_read.asp?id=1\" target=_blank>r</a>", "<a target=\"_blank\">r</a>"},
              {"<IMG border=0 SRC=./Datas/41/a.gif ALT=a_b ALIGN=left>",
               "<img border=\"0\" src=\"./Datas/41/a.gif\" alt=\"a_b\" align=\"left\">"},
              {"<embed src=\"m.swf\" width=200 type=\"application/x-shockwave-flash\">",
@@ -98,6 +99,30 @@ TEST(MarkupAllowlist, KeepsFormattingDropsScript) {
         EXPECT_EQ(allow_markup(c.in), c.out) << c.in;
 }
 
+// A page of the site loaded by the reader's browser acts in the reader's
+// name: no kept URL may name one, however it is spelled.
+TEST(MarkupAllowlist, OwnPagesAreNoTargets) {
+    struct UrlCase {
+        std::string url;
+        bool kept;
+    };
+    for (const UrlCase& c : std::vector<UrlCase>{
+             {"Del_Record.asp?id=1&amp;table=email", false}, {"DEL_RECORD.ASP", false},
+             {"./x/../Email_del.asp#top", false}, {"Email%5Fdel%2Easp?id=1", false},
+             {"Del_Record.asp%3Fid=1", false}, {"Del_Record.asp.", false}, {"\\\\office.example\\a.asp", false},
+             {"http:Del_Record.asp", false}, {"http://office.example:8080/Del_Record.asp", false},
+             {"HTTPS://Office.Example/del_record.asp?x=1", false}, {"//user@office.example/a.asp", false},
+             {"http://other.example/page.asp", true}, {"//other.example/x.asp", true},
+             {"http://office.example@other.example/x.asp", true}, {"http://office.example/a.gif", true},
+             {"a.aspx", true}, {"Datas/1/notes.asp.txt", true}, {"./Datas/41/a.gif?v=asp", true},
+         }) {
+        std::string in = "<img src=\"" + c.url + "\">";
+        EXPECT_EQ(allow_markup(in, "Office.Example:80"), c.kept ? in : "<img>") << c.url;
+        EXPECT_EQ(allow_markup("<a href=\"" + c.url + "\">t</a>", "office.example"),
+                  c.kept ? "<a href=\"" + c.url + "\">t</a>" : "<a>t</a>") << c.url;
+    }
+}
+
 // Whatever comes in, every tag that comes out is an allowed one with quoted,
 // escaped attribute values, and no script scheme survives.
 TEST(MarkupAllowlist, RandomHostileInputGivesOnlyAllowedTags) {
@@ -129,4 +154,16 @@ TEST(MarkupAllowlist, RandomHostileInputGivesOnlyAllowedTags) {
         // The normal form is stable: a second pass changes nothing.
         ASSERT_EQ(allow_markup(out), out) << in;
     }
+}
+
+// Two megabytes of elements left open under others' end tags, then tags
+// that never end: each '<' of those is text.
+TEST(MarkupAllowlist, LargeHostileInputIsReadWhole) {
+    const std::size_t n = 1 << 17;
+    std::string in, want;
+    for (std::size_t k = 0; k < n; ++k) in += "<b>x</i>", want += "<b>x";
+    for (std::size_t k = 0; k < n; ++k) in += "<x a=\"1\" ", want += "&lt;x a=\"1\" ";
+    for (std::size_t k = 0; k < n; ++k) want += "</b>";
+    ASSERT_GT(in.size(), 2u << 20);
+    EXPECT_TRUE(allow_markup(in) == want);
 }

@@ -8,6 +8,7 @@
 #include <gtest/gtest.h>
 
 #include "frame/encoding.h"
+#include "frame/quota.h"
 #include "frame/upload.h"
 #include "tests/support/page_runner.h"
 #include "tests/support/test_site.h"
@@ -327,4 +328,124 @@ TEST_F(UploadTest, FilePartWithoutEndRunsOutTheScriptTime) {
     });
     EXPECT_FALSE(after);
     EXPECT_NE(out.find("<b>The script timed out: it ran longer than its limit of "), std::string::npos) << out;
+}
+
+// Over a limit the request gets the oversize answer and the page stops
+// before it stores anything; at the limit it goes through.
+TEST_F(UploadTest, LimitsAnswerWithTheOversizePage) {
+    struct LimitCase {
+        std::int64_t UploadLimits::*bytes;  // null: the part count
+        std::int64_t limit;
+        std::string file;
+        std::string says;  // "" when the request is within the limit
+    };
+    const UploadLimits saved = UploadGroup::limits;
+    std::vector<Part> fields = {{"a", {}, "1"}, {"b", {}, "2"}};
+    for (const LimitCase& c : std::vector<LimitCase>{
+             {&UploadLimits::file_bytes, 10, std::string(11, 'x'), "每个附件不能超过 0.0 MB"},
+             {&UploadLimits::file_bytes, 10, std::string(10, 'x'), ""},
+             {&UploadLimits::request_bytes, 100, "x", "一次提交的内容（所有附件合计）不能超过"},
+             {nullptr, 2, "x", "一次提交的内容不能超过 2 项"},
+             {nullptr, 3, "x", ""},
+         }) {
+        UploadGroup::limits = saved;
+        if (c.bytes) UploadGroup::limits.*c.bytes = c.limit;
+        else UploadGroup::limits.parts = static_cast<std::size_t>(c.limit);
+        std::vector<Part> parts = fields;
+        parts.push_back({"file1", "c:\\f.txt", c.file});
+        bool after = false;
+        test::Reply r = test::run_body(site, "upload_uploadtest", multipart_request(multipart(parts)), [&](BodyPage& page) {
+            UploadGroup up{page};
+            up.upload_initialize();
+            std::string f = "file1";
+            up.upload_file(f, "Datas/", "");
+            after = true;
+        });
+        EXPECT_EQ(after, c.says.empty()) << c.says;
+        EXPECT_EQ(fs::exists(datas("f.txt")), c.says.empty()) << c.says;
+        if (!c.says.empty()) {
+            EXPECT_EQ(r.status, 413);
+            EXPECT_NE(r.body.find("上传的文件太大，没有发送成功。"), std::string::npos) << r.body;
+            EXPECT_NE(r.body.find(c.says), std::string::npos) << r.body;
+        }
+        fs::remove(datas("f.txt"));
+    }
+    UploadGroup::limits = saved;
+}
+
+// The account's use plus every file of the request against the setting row
+// (megabytes), or the default without a row or a number in it.
+TEST_F(UploadTest, QuotaCountsEveryFileOfTheRequest) {
+    struct QuotaCase {
+        const char* row;  // null: no row
+        std::int64_t used;
+        bool stored;
+    };
+    const std::int64_t mb = 1 << 20;
+    std::string body = multipart({{"file1", "c:\\q1.txt", "12345"}, {"file2", "c:\\q2.txt", "678"}});
+    for (const QuotaCase& c : std::vector<QuotaCase>{
+             {nullptr, mb - 8, true}, {nullptr, mb - 7, false}, {"0.5", mb / 2 - 8, true}, {"0.5", mb / 2, false},
+             {"lots", mb - 8, true}, {"0", 0, false},
+         }) {
+        site.exec("delete from software where softname='quota_test'");
+        if (c.row) site.exec(std::string("insert into software(softname,Hardserial) values('quota_test','") + c.row + "')");
+        test::Reply r = test::run_body(site, "upload_uploadtest", multipart_request(body), [&](BodyPage& page) {
+            page.dbI_init();
+            UploadGroup up{page};
+            up.set_quota({"quota_test", 1, [&](Page&) { return c.used; }, "邮件附件"});
+            up.upload_initialize();
+            for (std::string f : {"file1", "file2"}) up.upload_file(f, "Datas/", "");
+        });
+        EXPECT_EQ(fs::exists(datas("q1.txt")), c.stored) << c.used;
+        EXPECT_EQ(fs::exists(datas("q2.txt")), c.stored) << c.used;
+        if (!c.stored) {
+            EXPECT_EQ(r.status, 413);
+            EXPECT_NE(r.body.find("超出了邮件附件的存储限额"), std::string::npos) << r.body;
+        }
+        fs::remove(datas("q1.txt"));
+        fs::remove(datas("q2.txt"));
+    }
+}
+
+// Sent mails name their files once per recipient row; each file counts once.
+TEST_F(UploadTest, MailAttachmentUseCountsEachStoredFileOnce) {
+    fs::create_directories(site.root() + "/Email");
+    { std::ofstream(site.root() + "/Email/11a.txt") << "12345"; }
+    { std::ofstream(site.root() + "/Email/12b.txt") << "123"; }
+    { std::ofstream(site.root() + "/Email/13c.txt") << "not 7's"; }
+    site.exec("insert into email(send_user_id,to_user_id,Email_doc) values (7,1,'11a.txt*12b.txt'),"
+              "(7,2,'11a.txt*12b.txt'),(7,3,'0'),(7,4,'gone.txt*../x*..'),(8,1,'13c.txt')");
+    std::int64_t used = -1;
+    run(get_request("/x.asp"), [&](BodyPage& page) {
+        page.dbI_init();
+        used = mail_attachment_bytes(page, Value(7));
+    });
+    EXPECT_EQ(used, 8);
+}
+
+// Two megabytes of small fields and a file: every field and the file whole.
+TEST_F(UploadTest, ManySmallFieldsAreParsedWhole) {
+    const UploadLimits saved = UploadGroup::limits;
+    UploadGroup::limits.parts = 1 << 20;
+    std::vector<Part> parts;
+    for (int k = 0; k < 24000; ++k) parts.push_back({std::to_string(k).insert(0, 1, 'f'), {}, std::to_string(k * 7)});
+    parts.push_back({"f5", {}, "again"});
+    const std::string content(64 << 10, 'z');
+    parts.push_back({"file1", "c:\\big.txt", content});
+    std::string body = multipart(parts);
+    ASSERT_GT(body.size(), 2u << 20);
+    run(multipart_request(body), [&](BodyPage& page) {
+        UploadGroup up{page};
+        up.upload_initialize();
+        ASSERT_EQ(up.fields().size(), 24000u);
+        for (int k : {0, 9999, 23999}) {
+            std::string n = std::to_string(k).insert(0, 1, 'F');
+            EXPECT_EQ(up.upload_form(n), std::to_string(k * 7));
+        }
+        std::string f5 = "f5", f = "file1";
+        EXPECT_EQ(up.upload_form(f5), "35, again");
+        EXPECT_EQ(up.upload_file(f, "Datas/", ""), "big.txt");
+    });
+    UploadGroup::limits = saved;
+    EXPECT_TRUE(slurp(datas("big.txt")) == content);
 }
