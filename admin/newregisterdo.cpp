@@ -64,7 +64,9 @@ public:
             return;
         }
         rs = conn.execute("select id from user where username='"_sql + username + "'");
-        if (!rs.eof()) {
+        // A folder left by a deleted or renamed account holds that account's
+        // files: its name is not given again.
+        if (!rs.eof() || FileSystemObject().FolderExists(Server.MapPath(".") + "\\user\\" + username.str())) {
             taken(username);
         } else {
             conn.execute("insert into user(TrueName,username,password,DepartMentID,IDCard,sex,Telphone,"
@@ -72,9 +74,7 @@ public:
                          turename + "','" + username + "','" + password::hash(password.str()) + "'," + Departmentid +
                          ",'" + IDCard + "','" + sex + "','" + Telphone + "','" + Mobile + "','" + Email + "','" +
                          Duty + "','" + Address + "','" + SpeTech + "','" + Zip + "','" + UserRemark + "')");
-            std::string folder = Server.MapPath(".") + "\\user\\" + username.str();
-            FileSystemObject fso;
-            if (!fso.FolderExists(folder)) fso.CreateFolder(folder);
+            FileSystemObject().CreateFolder(Server.MapPath(".") + "\\user\\" + username.str());
             rs = conn.execute("select top 1 id from user order by id DESC");
             std::string title = Session("dw_name").str() + "网络办公系统简介";
             send_email(0, rs("id"), title, "<a href=\"help.htm\" target=\"detail\">" + html_text(title) + "</a>", 0);
@@ -101,7 +101,7 @@ private:
         if (!own && !manager) refuse("another account");
         if (!plain_folder_name(username.str())) return bad_name();
         // A name is one account's, and so is the folder user/<name>/: a
-        // rename to a taken name, or to a folder left by a deleted account,
+        // rename to a taken name, or to a folder left by another account,
         // would hand over that account's files.
         Recordset other = conn.execute("select id from user where username='"_sql + username + "' and id<>" + ID);
         if (!other.eof()) return taken(username);
