@@ -38,7 +38,7 @@ std::string setting(TestSite& site, const std::string& key) {
 }
 
 const Fields kUsual = {{"forgetpass", "on"}, {"work_time", "90"},   {"pop_music", "on"},
-                       {"stat_time", "15"},  {"old_music", "a.mp3"}, {"logout", "1"}};
+                       {"stat_time", "15"},  {"old_music", "a.mp3"}, {"logout", "1"}, {"quota_mail", "50"}};
 
 }  // namespace
 
@@ -80,11 +80,16 @@ TEST(Settings, CheckboxesTextsAndTheLogoutSelectAreStoredAsPosted) {
     TestSite site;
     ASSERT_TRUE(site.login());  // the administrator
     site.exec("update software set Hardserial='7' where softname='logout'");
-    // A time that is no whole number stores nothing and names its box.
-    auto r = post_settings(site, {{"regnewuser", "on"}, {"work_time", "abc"}, {"stat_time", "12"}});
-    EXPECT_TRUE(has(r.body, "alert \"请在 [未办理的事项] “间隔时间”处输入数字(>60)!\""));
-    EXPECT_EQ(setting(site, "forgetpass"), "1");
-    r = post_settings(site, {{"regnewuser", "on"}, {"pop_note", "yes"}, {"work_time", "75"},
+    // A time or quota that is no whole number stores nothing and names its box.
+    const std::pair<const char*, const char*> refused[] = {{"work_time", "“间隔时间”处输入数字(>60)!"},
+                                                           {"quota_store", "“个人文件柜空间(MB)”处输入数字!"}};
+    for (const auto& [box, alert] : refused) {
+        Fields f = {{"regnewuser", "on"}, {"work_time", "60"}, {"stat_time", "12"}};
+        f.push_back({box, "1e3\"><b>"});
+        EXPECT_TRUE(has(post_settings(site, f).body, alert)) << box;
+        EXPECT_EQ(setting(site, "forgetpass") + setting(site, "quota_store"), "1200") << box;
+    }
+    auto r = post_settings(site, {{"regnewuser", "on"}, {"pop_note", "yes"}, {"work_time", "75"},
                              {"stat_time", " 12"}, {"logout", "7"}});
     EXPECT_LT(r.body.find("<script language=\"vbscript\">\r\nalert \"系统参数修改成功！\""), r.body.find("<html>"))
         << "the alert stands ahead of the page";
@@ -101,7 +106,7 @@ TEST(Settings, CheckboxesTextsAndTheLogoutSelectAreStoredAsPosted) {
     EXPECT_FALSE(has(site.get("/login.asp").body, "忘记密码"));
     EXPECT_TRUE(has(site.get("/login.asp").body, "新用户注册"));
     post_settings(site, kUsual);
-    EXPECT_EQ(setting(site, "logout"), "1");
+    EXPECT_EQ(setting(site, "logout") + setting(site, "quota_mail"), "150");
     ASSERT_TRUE(site.login());
     EXPECT_TRUE(has(site.get("/sysmonitor.asp").body, "content=\"15\""));
     EXPECT_TRUE(has(site.get("/message.asp").body, "content=\"90\""));
