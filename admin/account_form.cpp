@@ -44,11 +44,17 @@ void write_account_check(const AccountForm& form) {
     check_step("f.UserName.value == \"\"", "\"请填写用户账号\"", "", "UserName");
     check_step("!IsAccount(f.UserName.value)",
                "\"用户账号含有非法字符！\\n合法字符只能是字母(a-z,A-Z)，数字(0-9)，下划线(_)。\"", "", "UserName");
-    check_step("f.UserPassWord.value == \"\"", "\"请填写密码\"", "", "UserPassWord");
-    check_step("Str1CharAllInStr2(f.UserPassWord.value, allowed) == 0", "\"密码中含有非法字符。\"",
-               "f.UserPassWord.value = \"\";", "UserPassWord");
-    check_step("f.UserPassWord.value != f.PassWord.value", "\"两次输入的密码不一致,请重新输入!\"",
-               "f.UserPassWord.value = \"\"; f.PassWord.value = \"\";", "UserPassWord");
+    // A stored account's form shows no password: the administrator's boxes
+    // set a new one when filled, the own form has none (the own password is
+    // changed with the old one on its own page).
+    if (form.use == AccountForm::Use::Register)
+        check_step("f.UserPassWord.value == \"\"", "\"请填写密码\"", "", "UserPassWord");
+    if (form.use != AccountForm::Use::OwnProfile) {
+        check_step("Str1CharAllInStr2(f.UserPassWord.value, allowed) == 0", "\"密码中含有非法字符。\"",
+                   "f.UserPassWord.value = \"\";", "UserPassWord");
+        check_step("f.UserPassWord.value != f.PassWord.value", "\"两次输入的密码不一致,请重新输入!\"",
+                   "f.UserPassWord.value = \"\"; f.PassWord.value = \"\";", "UserPassWord");
+    }
     check_step("f.TureName.value == \"\"", "\"请填写真实姓名\"", "", "TureName");
     check_step("f.Telphone.value != \"\" && !IsPhoneNumber(f.Telphone.value)", "\"请填写正确的电话号码！\"", "",
                "Telphone");
@@ -73,14 +79,14 @@ void write_account_form(Page& page, const AccountForm& form) {
     const char* lock = form.use == Use::OwnProfile && form.known ? " readonly" : "";
     field_row("用户账号", text_box("UserName", form.username, 16, lock), true);
     if (reg) Response.line("<input type=\"hidden\" name=\"TechLevel\" value=\"C\" maxlength=\"16\">");
-    field_row("用户密码",
-              "<input type=\"password\" name=\"UserPassWord\" value=\"" + html_text(form.password) +
-                  "\" maxlength=\"8\" size=\"20\">",
-              true);
-    field_row("密码确认",
-              "<input type=\"password\" name=\"PassWord\" value=\"" + html_text(form.password) +
-                  "\" maxlength=\"8\" size=\"20\">",
-              true);
+    if (form.use != Use::OwnProfile) {
+        const char* keep = admin ? "（不修改请留空）" : "";
+        field_row("用户密码",
+                  std::string("<input type=\"password\" name=\"UserPassWord\" value=\"\" maxlength=\"8\" size=\"20\">") +
+                      keep,
+                  reg);
+        field_row("密码确认", "<input type=\"password\" name=\"PassWord\" value=\"\" maxlength=\"8\" size=\"20\">", reg);
+    }
 
     std::string select = "<select name=\"DepartMentID\">";
     Recordset d = page.connection().execute("select * from DepartMent");
@@ -137,7 +143,6 @@ void read_account(AccountForm& form, Recordset& rs) {
     form.known = true;
     form.truename = Trim(rs("truename"));
     form.username = Trim(rs("username"));
-    form.password = Trim(rs("password"));
     form.departmentid = Trim(rs("Departmentid"));
     form.sex = Trim(rs("sex"));
     form.idcard = Trim(rs("IDCard"));
@@ -151,6 +156,19 @@ void read_account(AccountForm& form, Recordset& rs) {
     form.remark = Trim(rs("UserRemark"));
     form.record = form.use == AccountForm::Use::AdminProfile ? rs("record") : Trim(rs("record"));
     form.start_meeting = Trim(rs("start_meeting"));
+}
+
+bool is_own_account(const Value& id) {
+    std::string own = session_account();
+    Value trimmed = Trim(id);
+    return !own.empty() && IsNumeric(trimmed) && trimmed.num() == Value(own).num();
+}
+
+void admit_registration(Page& page) {
+    Recordset row = page.setting("regnewuser");
+    if (row.eof() || row("Hardserial") == "1") return;
+    if (!signed_in()) send_to_login();
+    if (!holds_right(page.connection(), "1904")) refuse("registration closed");
 }
 
 std::string department_name(Page& page, const Value& departmentid) {

@@ -14,7 +14,7 @@ struct AccountForm {
     enum class Use { Register, OwnProfile, AdminProfile };
     Use use = Use::Register;
     bool known = false;  // the values come from a stored account
-    Value id{}, truename{}, username{}, password{}, departmentid{}, sex{}, idcard{}, telphone{}, mobile{}, email{},
+    Value id{}, truename{}, username{}, departmentid{}, sex{}, idcard{}, telphone{}, mobile{}, email{},
         duty{}, address{}, spetech{}, zip{}, remark{}, record{}, start_meeting{};
 };
 
@@ -26,6 +26,16 @@ void write_account_form(Page& page, const AccountForm& form);
 // The account's values read from a row of user, each trimmed ("record" only
 // as it stands on the administrator's form).
 void read_account(AccountForm& form, class Recordset& rs);
+
+// True when id (from a form or a query) names the session's own account,
+// in any spelling the statements would read as that number ("01", " 1").
+bool is_own_account(const Value& id);
+
+// Registration is open to visitors while the setting regnewuser allows it
+// (a missing row allows it, as on the login page); otherwise only a holder
+// of the right to add accounts (1904) may use it. Ends the page for
+// everyone else: the login page for visitors, the refusal for the rest.
+void admit_registration(Page& page);
 
 // The department's name for the lists, "已删除部门" when it is gone.
 std::string department_name(Page& page, const Value& departmentid);

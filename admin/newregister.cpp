@@ -10,6 +10,7 @@ class newregister : public Page {
 public:
     void I_init() override {
         dbI_init();
+        admit_registration(*this);
         write_head({.title = "欢迎注册" + Session("dw_name") + "网络办公系统"});
         Response.line("<script language=\"JavaScript\" src=\"TavelorJS.js\"></script>");
         AccountForm form;
@@ -27,6 +28,6 @@ public:
     }
 };
 
-TAVELOR_PAGE(newregister, "NewRegister.asp", access::open())
+TAVELOR_PAGE(newregister, "NewRegister.asp", access::open().with("while regnewuser allows it, else right 1904"))
 
 }  // namespace tav::pages

@@ -30,9 +30,43 @@ public:
     }
 
 private:
+    // The numbers of the form. A value lands in the refresh tag of the
+    // polls and in the quota checks, so only whole numbers are stored: a
+    // post with anything else stores nothing at all and says which box.
+    struct Number {
+        const char* key;
+        const char* alert;  // VBScript expression
+        bool keep_when_empty;
+    };
+    static constexpr Number kNumbers[] = {
+        {"work_time", "\"请在 [未办理的事项] “间隔时间”处输入数字(>60)!\"", false},
+        {"stat_time", "\"请在“状态栏刷新时间”处输入数字(>30)!\"", false},
+        // Settings added later: a form of an older page that lacks them
+        // keeps the stored quota.
+        {"quota_store", "\"请在“个人文件柜空间(MB)”处输入数字!\"", true},
+        {"quota_mail", "\"请在“邮件附件空间(MB)”处输入数字!\"", true},
+    };
+
+    static bool whole_number(const std::string& v) {
+        return !v.empty() && v.size() <= 6 && v.find_first_not_of("0123456789") == std::string::npos;
+    }
+
     void save() {
+        for (const Number& n : kNumbers) {
+            std::string v = Trim(Value(form(n.key))).str();
+            if (v.empty() && n.keep_when_empty) continue;
+            if (!whole_number(v)) {
+                up.upload_terminate();
+                Response.client_compat(kCompatScript);
+                Response.line("<script language=\"vbscript\">");
+                Response.line(std::string("alert ") + n.alert);
+                Response.line("</script>");
+                return;
+            }
+        }
         for (const char* key : {"forgetpass", "regnewuser", "indroduce", "pop_note", "work_pop"}) store_flag(key);
-        conn.execute("update software set hardserial='"_sql + form("work_time") + "' where softname='work_time'");
+        conn.execute("update software set hardserial='"_sql + Trim(Value(form("work_time"))) +
+                     "' where softname='work_time'");
         store_flag("pop_music");
         std::string name;
         if (music_sent()) {
@@ -43,7 +77,9 @@ private:
             del_old_music(form("old_music"));
             conn.execute("update software set hardserial='"_sql + name + "' where softname='music'");
         }
-        conn.execute("update software set hardserial='"_sql + form("stat_time") + "' where softname='stat_time'");
+        conn.execute("update software set hardserial='"_sql + Trim(Value(form("stat_time"))) +
+                     "' where softname='stat_time'");
+        for (const char* key : {"quota_store", "quota_mail"}) store_quota(key);
         conn.execute("update software set hardserial='"_sql + (form("logout") == "1" ? "1" : "0") +
                      "' where softname='logout'");
         up.upload_terminate();
@@ -56,6 +92,17 @@ private:
     std::string form(const char* name) {
         std::string field = name;
         return up.upload_form(field);
+    }
+
+    // The quota rows came after the first databases: a missing one is added.
+    void store_quota(const char* key) {
+        Value v = Trim(Value(form(key)));
+        if (v.blank()) return;
+        Recordset row = conn.execute("select id from software where softname='"_sql + std::string(key) + "'");
+        if (row.eof())
+            conn.execute("insert into software(softname,Hardserial) values ('"_sql + std::string(key) + "','" + v + "')");
+        else
+            conn.execute("update software set hardserial='"_sql + v + "' where softname='" + std::string(key) + "'");
     }
 
     void store_flag(const char* key) {
@@ -88,6 +135,10 @@ private:
 
     // A setting row's value; a missing row fails here and cuts the form.
     Value value_of(const char* key) { return setting(key)("Hardserial"); }
+    Value quota_of(const char* key, const char* fallback) {
+        Recordset row = setting(key);
+        return row.eof() ? Value(fallback) : row("Hardserial");
+    }
     std::string checkbox(const char* key) {
         return std::string("<input type=\"checkbox\" name=\"") + key + "\"" + (value_of(key) == "1" ? " checked" : "") +
                ">";
@@ -126,6 +177,13 @@ private:
         Response.line("      exit sub");
         Response.line("    end if");
         Response.line("  end if");
+        for (const char* key : {"quota_store", "quota_mail"}) {
+            const char* label = std::string(key) == "quota_store" ? "个人文件柜空间(MB)" : "邮件附件空间(MB)";
+            Response.line(std::string("  if not isnumeric(form1.") + key + ".value) then");
+            Response.line(std::string("    alert \"请在“") + label + "”处输入数字!\"");
+            Response.line("    exit sub");
+            Response.line("  end if");
+        }
         Response.line("  form1.submit");
         Response.line("end sub");
         Response.line("</script>");
@@ -156,6 +214,12 @@ private:
                       html_text(value_of("stat_time")) +
                       "\">秒 [ 间隔过长，信息得不到及时更新；间隔太短，将消耗更多服务器资源。]</td></tr>");
         Response.line(gap);
+        Response.line("<tr><td rowspan=\"2\" align=\"center\">空间限额</td><td>个人文件柜空间(MB)"
+                      "<input type=\"text\" name=\"quota_store\" size=\"6\" value=\"" +
+                      html_text(quota_of("quota_store", "200")) + "\"></td></tr>");
+        Response.line("<tr><td>邮件附件空间(MB)<input type=\"text\" name=\"quota_mail\" size=\"6\" value=\"" +
+                      html_text(quota_of("quota_mail", "100")) + "\"></td></tr>");
+        Response.line(gap);
         bool close_window = value_of("logout") == "1";
         Response.line(std::string("<tr><td align=\"center\">退出选项</td><td>用户退出时<select name=\"logout\">"
                                   "<option value=\"1\"") + (close_window ? " selected" : "") +
@@ -174,6 +238,6 @@ private:
     UploadGroup up{*this};
 };
 
-TAVELOR_PAGE(sysmodify, "Sys_Modify.asp", access::right("1901"))
+TAVELOR_PAGE(sysmodify, "Sys_Modify.asp", access::right("1901").with("stores only whole numbers in the time and quota boxes"))
 
 }  // namespace tav::pages

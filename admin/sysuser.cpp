@@ -50,8 +50,8 @@ public:
         bar.fill_rows(n, 8);
         Response.line("</table>");
 
-        // Only an account with the right to add accounts gets the button;
-        // without a session the statement fails here, inside the bar's form.
+        // Only an account with the right to add accounts gets the button (the
+        // list itself asks for the same right, read afresh here as the menus do).
         bar.open_bar();
         Recordset own = conn.execute("select menu_idstr from user where id="_sql + Session("USER_ID"));
         if (InStr(own("menu_idstr"), "1904") > 0)

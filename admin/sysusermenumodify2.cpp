@@ -1,6 +1,7 @@
 // Sys_User_menu_ModifyDO.asp: the ticked boxes of the rights form become
 // the account's rights string, in the order the browser posted them; the
 // music and meeting boxes also set their own columns.
+#include "admin/account_form.h"
 #include "frame/page.h"
 #include "frame/vb.h"
 
@@ -10,8 +11,9 @@ class sysusermenumodify2 : public Page {
 public:
     void I_init() override {
         dbI_init();
-        require_login(LoginTest::MarkerAndId);
         Value id = Request.Form("id");
+        // Rights are given by another holder of the right, never to oneself.
+        if (is_own_account(id)) refuse("own rights");
         rs = conn.execute("select id,Truename from user where id="_sql + id);
         std::string rights;
         for (const auto& [name, value] : Request.object().form_fields().items())
@@ -33,6 +35,7 @@ public:
     }
 };
 
-TAVELOR_PAGE(sysusermenumodify2, "Sys_User_menu_ModifyDO.asp", access::right("1902"))
+TAVELOR_PAGE(sysusermenumodify2, "Sys_User_menu_ModifyDO.asp",
+             access::right("1902").with("refused for the own account"))
 
 }  // namespace tav::pages

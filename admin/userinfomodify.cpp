@@ -11,13 +11,13 @@ public:
     void I_init() override {
         dbI_init();
         AccountForm form{.use = AccountForm::Use::OwnProfile};
-        if (!Session("USER_ID").blank()) {
-            Value id = Request.querystring("ID");
-            if (id.blank()) id = Session("USER_ID");
-            form.id = id;
-            rs = conn.execute("select * from user where id="_sql + id);
-            read_account(form, rs);
-        }
+        // The own row; another account's only with the right to manage them.
+        Value id = Request.querystring("ID");
+        if (id.blank()) id = Session("USER_ID");
+        if (!is_own_account(id)) require_right(conn, "1904");
+        form.id = id;
+        rs = conn.execute("select * from user where id="_sql + id);
+        read_account(form, rs);
         write_head({.title = "Tavelor"});
         Response.line("<script language=\"JavaScript\" src=\"TavelorJS.js\"></script>");
         write_account_check(form);
@@ -34,6 +34,7 @@ public:
     }
 };
 
-TAVELOR_PAGE(userinfomodify, "User_Info_Modify.asp", access::signed_in())
+TAVELOR_PAGE(userinfomodify, "User_Info_Modify.asp",
+             access::signed_in().with("the own account; another's with right 1904"))
 
 }  // namespace tav::pages

@@ -11,13 +11,11 @@ public:
     void I_init() override {
         dbI_init();
         AccountForm form{.use = AccountForm::Use::AdminProfile};
-        if (!Session("USER_ID").blank()) {
-            Value id = Request.querystring("id");
-            if (id.blank()) id = Session("USER_ID");
-            form.id = id;
-            rs = conn.execute("select * from user where id="_sql + id);
-            read_account(form, rs);
-        }
+        Value id = Request.querystring("id");
+        if (id.blank()) id = Session("USER_ID");
+        form.id = id;
+        rs = conn.execute("select * from user where id="_sql + id);
+        read_account(form, rs);
         write_head({.title = "Tavelor"});
         Response.line("<script language=\"JavaScript\" src=\"TavelorJS.js\"></script>");
         write_account_check(form);
@@ -34,6 +32,7 @@ public:
     }
 };
 
-TAVELOR_PAGE(userinfomodify1, "User_Info_Modify1.asp", access::right("1904"))
+TAVELOR_PAGE(userinfomodify1, "User_Info_Modify1.asp",
+             access::right("1904").with("shows no password; one set here must be changed at the next login"))
 
 }  // namespace tav::pages

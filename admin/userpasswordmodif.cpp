@@ -1,7 +1,9 @@
 // User_password_Modify.asp: the own password, changed when the old one is
-// given right.
+// given right; where a login sends an account whose password the
+// administrator set.
 #include "frame/html.h"
 #include "frame/page.h"
+#include "frame/password.h"
 #include "frame/vb.h"
 
 namespace tav::pages {
@@ -10,21 +12,28 @@ class userpasswordmodif : public Page {
 public:
     void I_init() override {
         dbI_init();
-        Value truename, username;
-        if (!Session("USER_ID").blank()) {
-            rs = conn.execute("select * from user where id="_sql + Session("user_id"));
-            truename = rs("truename");
-            username = rs("username");
-            Session.set("PASSWORD", Trim(rs("password")));
-            Value newpassword = Trim(Request.Form("newpassword"));
-            Value userpassword = Trim(Request.Form("userpassword"));
-            if (!newpassword.blank()) {
-                if (userpassword == Session("PASSWORD")) {
-                    conn.execute("update user set password='"_sql + newpassword + "' where id=" + Session("user_id"));
-                    Response.write("<br><font color=red>密码已经修改为：" + html_text(newpassword) + "</font>");
-                } else {
-                    Response.write("<br><font color=red>原密码错误！</font>");
+        rs = conn.execute("select * from user where id="_sql + Session("user_id"));
+        Value truename = rs("truename");
+        Value username = rs("username");
+        bool must_change = rs("must_change").str() == "1";
+        Value newpassword = Trim(Request.Form("newpassword"));
+        Value userpassword = Trim(Request.Form("userpassword"));
+        if (!newpassword.blank()) {
+            // The stored text is a hash (or, on an old row, the clear text):
+            // it is checked, never kept in the session or shown.
+            if (!password::matches(userpassword.str(), Trim(rs("password")).str())) {
+                Response.write("<br><font color=red>原密码错误！</font>");
+            } else if (!password::acceptable(newpassword.str())) {
+                Response.write("<br><font color=red>密码中含有非法字符。</font>");
+            } else {
+                conn.execute("update user set password='"_sql + password::hash(newpassword.str()) +
+                             "',must_change=0 where id=" + Session("user_id"));
+                // The account that had to change its password goes on to the desktop.
+                if (must_change) {
+                    Response.redirect("./");
+                    END_PAGE();
                 }
+                Response.write("<br><font color=red>密码已经修改！</font>");
             }
         }
         write_head({.title = "Tavelor"});
@@ -50,6 +59,8 @@ public:
                       "</td></tr>");
         Response.line("<tr bgcolor=\"#F5F5F5\"><td align=\"right\">用户账号</td><td>" + html_text(username) + "</td></tr>");
         Response.line("</table>");
+        if (must_change)
+            Response.line("<p align=\"center\"><font color=\"red\">管理员为您设置了新密码，请先修改密码，再进入系统。</font></p>");
         Response.line("<form name=\"form1\" method=\"post\" action=\"User_password_Modify.asp\" onsubmit=\"return check()\">");
         Response.line("<table width=\"100%\" border=\"0\" cellspacing=\"1\" cellpadding=\"3\" bgcolor=\"#336699\">");
         const char* boxes[][2] = {{"原 密 码", "UserPassWord"}, {"新 密 码", "NewPassWord"}, {"确认密码", "NewPassWord1"}};
@@ -67,6 +78,7 @@ public:
     }
 };
 
-TAVELOR_PAGE(userpasswordmodif, "User_password_Modify.asp", access::signed_in())
+TAVELOR_PAGE(userpasswordmodif, "User_password_Modify.asp",
+             access::signed_in().with("the own password, given the current one"))
 
 }  // namespace tav::pages

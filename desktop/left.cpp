@@ -14,7 +14,6 @@ public:
     void I_init() override {
         Response.buffer(true);
         dbI_init();
-        require_login(LoginTest::IdOnly);
         // the folder script reads each folder's hidden field by its bare name
         Response.client_compat(kCompatDialogs);
         write_head({.no_cache_days = 1});
@@ -69,33 +68,42 @@ public:
         Value rights = Trim(user_rights()("menu_idstr"));
 
         // The rows of one folder spell one hidden field: NN00 opens it, the
-        // granted entries fill its value, NNZZ closes it.
+        // granted entries fill its value, NNZZ closes it. The rows are data
+        // and program at once, so each is written only in its known shape,
+        // its values escaped; a row of any other shape is left out.
         rs = conn.execute("select * from menu where xm='"_sql + xm + "' order by menu_id");
+        bool open = false;
         while (!rs.eof()) {
             Value id = Trim(rs("menu_id"));
             if (InStr(id, "00") > 0 || InStr(id, "ZZ") > 0 || InStr(rights, id) > 0) {
                 std::string text = Replace(Trim(rs("menu_text")), "`", "'");
-                std::string folder;
+                std::string folder, entries;
                 if (opening_row(text, folder)) {
-                    Response.write("<INPUT type='hidden' name='" + html_text(folder) + "' value=\"");
+                    if (open) Response.write("\">");
+                    Response.write("<INPUT type='hidden' name='" + folder + "' value=\"");
+                    open = true;
                 } else if (text == "”>") {
-                    Response.write("\">");
-                } else if (links_safe(text)) {
-                    // Entries carry names that users typed (categories): they
-                    // stay text inside the field's value.
-                    Response.write(in_value(text));
+                    if (open) Response.write("\">");
+                    open = false;
+                } else if (open && entry_row(text, entries)) {
+                    Response.write(entries);
                 }
             }
             rs.movenext();
         }
+        if (open) Response.write("\">");
 
         Response.write("<SCRIPT language=JavaScript>");
         rs = conn.execute("select * from menu where xm='"_sql + xm + "_m' order by menu_id");
         while (!rs.eof()) {
-            Response.write("MenuItem=MenuItem+1;");
-            Response.write("strSQL=" + rs("menu_text") + ".value;");
-            Response.write("OutBarFolder[MenuItem]= new Array('0','" + js_string(rs("user_text")) +
-                           "', 'images/arrow1.gif', '1',strSQL);");
+            // The folder's field is named in the script: a name, nothing else.
+            std::string field = Trim(rs("menu_text")).str();
+            if (plain_name(field)) {
+                Response.write("MenuItem=MenuItem+1;");
+                Response.write("strSQL=" + field + ".value;");
+                Response.write("OutBarFolder[MenuItem]= new Array('0','" + js_string(rs("user_text")) +
+                               "', 'images/arrow1.gif', '1',strSQL);");
+            }
             rs.movenext();
         }
         Response.line("</SCRIPT>");
@@ -120,6 +128,13 @@ public:
     }
 
 private:
+    // Letters, digits and the underscore: a field name the script may name.
+    static bool plain_name(const std::string& name) {
+        if (name.empty() || name.size() > 32) return false;
+        for (unsigned char c : name)
+            if (!(c == '_' || (c >= '0' && c <= '9') || (c >= 'a' && c <= 'z') || (c >= 'A' && c <= 'Z'))) return false;
+        return true;
+    }
     // The row that opens a folder's field: <INPUT type='hidden' name='menuNN' value=”
     static bool opening_row(const std::string& text, std::string& folder) {
         static const std::string head = "<INPUT type='hidden' name='";
@@ -128,43 +143,46 @@ private:
             text.compare(text.size() - tail.size(), tail.size(), tail) != 0)
             return false;
         folder = text.substr(head.size(), text.size() - head.size() - tail.size());
-        return true;
+        return plain_name(folder);
     }
-    // The folder script reads the value as quoted fields, four to an entry,
-    // the third a link: a row whose link would run script is left out.
-    static bool links_safe(const std::string& text) {
+    // An entry row: one or more entries of four quoted values (icon, label,
+    // link, target), with only blanks and commas between them. TreeBar.html
+    // reads the field's value back as such values and shows the label as
+    // text, so each value goes out as text of the double-quoted attribute;
+    // icon and link must be harmless to follow, the target a frame's name.
+    static bool entry_row(const std::string& text, std::string& out) {
         std::vector<std::string> values;
         for (std::size_t i = 0; i < text.size();) {
-            if (text[i] != '\'') {
+            char c = text[i];
+            if (c == ' ' || c == ',' || c == '\t' || c == '\r' || c == '\n') {
                 ++i;
                 continue;
             }
+            if (c != '\'') return false;
             std::size_t end = text.find('\'', i + 1);
-            if (end == std::string::npos) break;
+            if (end == std::string::npos) return false;
             values.push_back(text.substr(i + 1, end - i - 1));
             i = end + 1;
         }
-        for (std::size_t k = 2; k < values.size(); k += 4)
-            if (!safe_url(values[k])) return false;
-        return true;
-    }
-    // Text inside a double-quoted attribute; apostrophes stay, since the
-    // folder script splits the value at them.
-    static std::string in_value(const std::string& text) {
-        std::string out;
-        for (char c : text) {
-            switch (c) {
-            case '&': out += "&amp;"; break;
-            case '<': out += "&lt;"; break;
-            case '>': out += "&gt;"; break;
-            case '"': out += "&quot;"; break;
-            default: out += c;
+        if (values.empty() || values.size() % 4 != 0) return false;
+        out.clear();
+        for (std::size_t k = 0; k < values.size(); k += 4) {
+            const std::string &icon = values[k], &label = values[k + 1], &url = values[k + 2], &target = values[k + 3];
+            if (!safe_url(icon) || url.empty() || !safe_url(url) || !plain_name(target)) return false;
+            // Appended piece by piece (g++ 12 warns falsely on a long chain of +).
+            for (const std::string* part : {&icon, &label, &url}) {
+                out += '\'';
+                out += html_text(*part);
+                out += "',";
             }
+            out += " '";
+            out += target;
+            out += "',";
         }
-        return out;
+        return true;
     }
 };
 
-TAVELOR_PAGE(left, "left.asp", access::signed_in())
+TAVELOR_PAGE(left, "left.asp", access::signed_in().with("writes only menu rows of the known shape, escaped"))
 
 }  // namespace tav::pages

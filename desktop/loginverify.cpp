@@ -7,6 +7,7 @@
 #include "frame/files.h"
 #include "frame/login_throttle.h"
 #include "frame/page.h"
+#include "frame/password.h"
 #include "frame/paths.h"
 #include "frame/vb.h"
 
@@ -50,8 +51,10 @@ public:
             Response.redirect("./login.asp?login=error");
             END_PAGE();
         }
-        rs = conn.execute("select id,record from user where username='"_sql + username + "' and password='" +
-                          password + "'");
+        // The row is found by its name and the password checked here, never
+        // in the statement: the stored text is a salted hash.
+        rs = conn.execute("select id,record,password,must_change from user where username='"_sql + username + "'");
+        while (!rs.eof() && !password::matches(password.str(), rs("password").str())) rs.movenext();
         if (rs.eof()) {
             if (throttle)
                 for (const auto& key : keys) throttle->failed(key);
@@ -59,6 +62,10 @@ public:
             Response.redirect("./login.asp?login=error");
             END_PAGE();
         }
+        // A row from before hashing keeps its clear text only until it is used.
+        if (!password::is_hash(rs("password").str()))
+            conn.execute("update user set password='"_sql + password::hash(password.str()) + "' where id=" + rs("id"));
+        bool must_change = rs("must_change").str() == "1";
         if (throttle)
             for (const auto& key : keys) throttle->succeeded(key);
         Session.renew();  // a new id for the logged-in session
@@ -71,7 +78,8 @@ public:
         if (!fso.FolderExists(folder)) fso.CreateFolder(folder);
         rs.close();
         conn.close();
-        Response.redirect("./");
+        // A password the administrator set is changed before the desktop opens.
+        Response.redirect(must_change ? "User_password_Modify.asp" : "./");
         END_PAGE();
     }
 
@@ -86,6 +94,7 @@ private:
     }
 };
 
-TAVELOR_PAGE(loginverify, "loginverify.asp", access::open())
+TAVELOR_PAGE(loginverify, "loginverify.asp",
+             access::open().with("throttled; an old clear-text password becomes a hash at its login"))
 
 }  // namespace tav::pages

@@ -3,6 +3,7 @@
 #include <string>
 #include <vector>
 
+#include "frame/html.h"
 #include "frame/vb.h"
 
 namespace tav::pages {
@@ -17,7 +18,7 @@ void WordStrGroup::write_poll_head(const char* setting) {
     Response.line("<head>");
     Response.line("<meta http-equiv=\"Content-Type\" content=\"text/html; charset=gb2312\">");
     Response.write("<meta http-equiv=\"REFRESH\" content=\"");
-    Response.write(rs("Hardserial"));
+    Response.write(html_text(rs("Hardserial")));  // a number when saved by the settings form
     Response.line("\">");
     Response.line("<meta http-equiv=\"pragma\" content=\"no-cache\">");
     Response.line("<meta http-equiv=\"expires\" content=\"" + NowText(-10) + "\">");

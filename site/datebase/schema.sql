@@ -26,7 +26,8 @@ CREATE TABLE user (
   ip TEXT COLLATE NOCASE,
   password_lose INTEGER DEFAULT 0,
   pen_ok TEXT COLLATE NOCASE,
-  pen_no TEXT COLLATE NOCASE
+  pen_no TEXT COLLATE NOCASE,
+  must_change INTEGER DEFAULT 0
 );
 
 CREATE TABLE menu (

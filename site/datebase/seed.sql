@@ -12,6 +12,8 @@ INSERT INTO software(softname, Hardserial) VALUES ('pop_music', '0');
 INSERT INTO software(softname, Hardserial) VALUES ('music', '');
 INSERT INTO software(softname, Hardserial) VALUES ('stat_time', '30');
 INSERT INTO software(softname, Hardserial) VALUES ('logout', '0');
+INSERT INTO software(softname, Hardserial) VALUES ('quota_store', '200');
+INSERT INTO software(softname, Hardserial) VALUES ('quota_mail', '100');
 
 INSERT INTO DepartMent(name, Remark) VALUES ('办公室', ' ');
 INSERT INTO DepartMent(name, Remark) VALUES ('财务审计科', ' ');

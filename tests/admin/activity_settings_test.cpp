@@ -38,7 +38,7 @@ std::string setting(TestSite& site, const std::string& key) {
 }
 
 const Fields kUsual = {{"forgetpass", "on"}, {"work_time", "90"},   {"pop_music", "on"},
-                       {"stat_time", "15"},  {"old_music", "a.mp3"}, {"logout", "1"}};
+                       {"stat_time", "15"},  {"old_music", "a.mp3"}, {"logout", "1"}, {"quota_mail", "50"}};
 
 }  // namespace
 
@@ -65,8 +65,9 @@ TEST(ActivityLog, LinesNewestFirstAndTheWordsForNone) {
 
 TEST(ActivityLog, AccountListOffersThreePagesForTwentyAccounts) {
     TestSite site;
+    ASSERT_TRUE(site.login());  // the administrator
     for (int i = 1; i <= 19; ++i) { std::string n = "a"; n += std::to_string(i); add_user(site, n); };
-    auto b = site.get("/Sys_User_Active.asp").body;  // no session needed
+    auto b = site.get("/Sys_User_Active.asp").body;
     EXPECT_EQ(count(b, "<option "), 3);
     EXPECT_TRUE(has(b, "<td>30</td>"));
     EXPECT_TRUE(has(b, "Sys_User_Active_List.asp?id=20"));
@@ -77,14 +78,24 @@ TEST(ActivityLog, AccountListOffersThreePagesForTwentyAccounts) {
 
 TEST(Settings, CheckboxesTextsAndTheLogoutSelectAreStoredAsPosted) {
     TestSite site;
+    ASSERT_TRUE(site.login());  // the administrator
     site.exec("update software set Hardserial='7' where softname='logout'");
-    auto r = post_settings(site, {{"regnewuser", "on"}, {"pop_note", "yes"}, {"work_time", "abc"},
-                                  {"stat_time", " 12"}, {"logout", "7"}});
+    // A time or quota that is no whole number stores nothing and names its box.
+    const std::pair<const char*, const char*> refused[] = {{"work_time", "“间隔时间”处输入数字(>60)!"},
+                                                           {"quota_store", "“个人文件柜空间(MB)”处输入数字!"}};
+    for (const auto& [box, alert] : refused) {
+        Fields f = {{"regnewuser", "on"}, {"work_time", "60"}, {"stat_time", "12"}};
+        f.push_back({box, "1e3\"><b>"});
+        EXPECT_TRUE(has(post_settings(site, f).body, alert)) << box;
+        EXPECT_EQ(setting(site, "forgetpass") + setting(site, "quota_store"), "1200") << box;
+    }
+    auto r = post_settings(site, {{"regnewuser", "on"}, {"pop_note", "yes"}, {"work_time", "75"},
+                             {"stat_time", " 12"}, {"logout", "7"}});
     EXPECT_LT(r.body.find("<script language=\"vbscript\">\r\nalert \"系统参数修改成功！\""), r.body.find("<html>"))
         << "the alert stands ahead of the page";
     const std::pair<const char*, const char*> stored[] = {
         {"forgetpass", "0"}, {"regnewuser", "1"}, {"indroduce", "0"}, {"pop_note", "0"}, {"work_pop", "0"},
-        {"pop_music", "0"},  {"work_time", "abc"}, {"stat_time", " 12"}, {"logout", "0"}, {"music", ""}};
+        {"pop_music", "0"},  {"work_time", "75"}, {"stat_time", "12"}, {"logout", "0"}, {"music", ""}};
     for (const auto& [key, value] : stored) EXPECT_EQ(setting(site, key), value) << key;
     // The form shows what is stored.
     EXPECT_TRUE(has(r.body, "name=\"regnewuser\" checked>"));
@@ -95,7 +106,7 @@ TEST(Settings, CheckboxesTextsAndTheLogoutSelectAreStoredAsPosted) {
     EXPECT_FALSE(has(site.get("/login.asp").body, "忘记密码"));
     EXPECT_TRUE(has(site.get("/login.asp").body, "新用户注册"));
     post_settings(site, kUsual);
-    EXPECT_EQ(setting(site, "logout"), "1");
+    EXPECT_EQ(setting(site, "logout") + setting(site, "quota_mail"), "150");
     ASSERT_TRUE(site.login());
     EXPECT_TRUE(has(site.get("/sysmonitor.asp").body, "content=\"15\""));
     EXPECT_TRUE(has(site.get("/message.asp").body, "content=\"90\""));
@@ -103,6 +114,7 @@ TEST(Settings, CheckboxesTextsAndTheLogoutSelectAreStoredAsPosted) {
 
 TEST(Settings, MusicIsReplacedAndTheOldFileRemovedOnlyWhenANewOneIsTaken) {
     TestSite site;
+    ASSERT_TRUE(site.login());  // the administrator
     const std::string medium = site.root() + "/Medium/";
     std::ofstream(medium + "a.mp3") << "old";
     std::ofstream(medium + "keep.mp3") << "other";
@@ -132,6 +144,7 @@ TEST(Settings, MusicIsReplacedAndTheOldFileRemovedOnlyWhenANewOneIsTaken) {
 
 TEST(Settings, OldMusicNeverReachesOutsideTheMusicFolderAndOnlySoundIsTaken) {
     TestSite site;
+    ASSERT_TRUE(site.login());  // the administrator
     const std::string medium = site.root() + "/Medium/";
     std::ofstream(site.root() + "/Datas/victim.txt") << "x";
     for (const char* old : {"../Datas/victim.txt", "..\\Datas\\victim.txt", "../datebase/office.mdb"}) {
@@ -152,6 +165,7 @@ TEST(Settings, OldMusicNeverReachesOutsideTheMusicFolderAndOnlySoundIsTaken) {
 
 TEST(Settings, AMissingRowCutsTheFormThere) {
     TestSite site;
+    ASSERT_TRUE(site.login());  // the administrator
     site.exec("delete from software where softname='stat_time'");
     auto b = site.get("/Sys_Modify.asp").body;
     EXPECT_TRUE(has(b, "name=\"work_time\" size=\"4\" value=\"60\""));

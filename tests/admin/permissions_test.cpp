@@ -74,6 +74,7 @@ TEST(RightsForm, BoxesComeFromMenuRowsAndDocumentKinds) {
     std::string id = add_user(site, "r3", "");
     site.exec("insert into menu(menu_id,menu_text,user_text,xm) values ('menu17','menu17','空的一组','bgzx_m')");
     site.exec("insert into menu(menu_id,menu_text,user_text,xm) values ('3199','x','   ','sjzx')");
+    ASSERT_TRUE(site.login());
     auto b = site.get("/Sys_User_Menu_Modify.asp?ID=" + id).body;
     EXPECT_TRUE(has(b, "<title>用户权限修改</title>"));
     EXPECT_TRUE(has(b, "target=\"detail\""));

@@ -6,6 +6,7 @@
 #include <fstream>
 
 #include "desktop/headline.h"
+#include "frame/password.h"
 #include "tests/support/test_site.h"
 #include "tests/support/text.h"
 
@@ -77,12 +78,16 @@ TEST(LoginVerify, RightPasswordOpensTheSessionLogsAndMakesTheFolder) {
     EXPECT_TRUE(fs::is_directory(site.root() + "/user/admin"));
     EXPECT_EQ(site.scalar("select count(id) as num from monitor where work_text='登录系统……'", "num"), "1");
     // A second posting logs a second line; the existing folder is left alone.
-    ASSERT_TRUE(site.login("ADMIN", "admin"));  // names compare without case
+    // The clear text of an old row became a hash at the first login; the
+    // second checks the hash. Names compare without case, passwords with.
+    EXPECT_TRUE(tav::password::is_hash(site.scalar("select password from user where id=1", "password")));
+    ASSERT_TRUE(site.login("ADMIN", "admin"));
     EXPECT_EQ(site.scalar("select count(id) as num from monitor where work_text='登录系统……'", "num"), "2");
     // Chinese form values arrive whole.
     site.exec("insert into user(username,password,TrueName,DepartMentID,record) values ('张三','口令','张三',1,30)");
     ASSERT_TRUE(site.login("张三", "口令"));
     EXPECT_TRUE(fs::is_directory(site.root() + "/user/张三"));
+    EXPECT_FALSE(site.login("admin", "ADMIN"));
 }
 
 TEST(LoginVerify, OldLogLinesOfTheAccountAreTrimmed) {

@@ -173,8 +173,8 @@ flow(test, 'a user changes the own profile and password and uploads both signatu
   await page.fill('detail', 'input[name=NewPassWord]', 'new_pw7');
   await page.fill('detail', 'input[name=NewPassWord1]', 'new_pw7');
   await page.click('detail', 'input[name=Submit]');
-  await page.waitIn('detail', (w) => w.document.body && /密码已经修改为：new_pw7/.test(w.document.body.innerText), null, 'the new password');
-  assert.equal(server.sql("select password from user where username='qian7'").trim(), 'new_pw7');
+  await page.waitIn('detail', (w) => w.document.body && /密码已经修改！/.test(w.document.body.innerText), null, 'the new password');
+  assert.match(server.sql("select password from user where username='qian7'").trim(), /^\$argon2id\$/);
 
   for (const [button, file, column] of [['OK', 'agree.gif', 'pen_ok'], ['NO', 'defer.jpg', 'pen_no']]) {
     await detail(page, 'user_signe.asp');

@@ -9,6 +9,7 @@
 #include <gtest/gtest.h>
 
 #include "frame/encoding.h"
+#include "frame/password.h"
 #include "tests/support/accounts.h"
 #include "tests/support/payloads.h"
 #include "tests/support/test_site.h"
@@ -107,12 +108,15 @@ TEST(AdminSecurity, SavedFormsChangeOnlyWhatTheyNameAndStoreTextAsText) {
     for (const std::string& p : kSql) {
         for (const auto& [field, column] : fields) {
             site.exec("delete from user where id>" + site.victim);
+            std::filesystem::remove_all(site.root() + "/user/newbie");  // else the name stays taken by its folder
             site.post_form("NewRegisterDo.asp", registration(field, p));
             // A new row may hold the payload as its text; nothing else moves.
             EXPECT_EQ(site.old_accounts(), before) << field << " " << p;
             std::string stored = site.scalar("select " + std::string(column) + " from user where id>" + site.victim,
                                              column);
-            if (!stored.empty() && std::string(field) != "DepartMentID") {
+            if (std::string(field) == "PassWord") {
+                EXPECT_TRUE(tav::password::matches(p, stored)) << p;
+            } else if (!stored.empty() && std::string(field) != "DepartMentID") {
                 EXPECT_EQ(stored, p) << field;
             }
         }
@@ -147,7 +151,8 @@ TEST(AdminSecurity, MultipartFieldsAndNamesStayValuesAndInTheirFolders) {
         post_multipart(site, "Sys_Modify.asp",
                        multipart({{"work_time", p}, {"stat_time", "30"}, {"old_music", p}, {"logout", p}}, "mfile",
                                  "C:\\" + p + ".mp3"));
-        EXPECT_EQ(site.scalar("select count(id) as num from software", "num"), "11") << p;
+        EXPECT_EQ(site.scalar("select count(id) as num from software", "num"), "13") << p;
+        EXPECT_EQ(site.scalar("select Hardserial from software where softname='work_time'", "Hardserial"), "60");
         EXPECT_EQ(site.scalar("select Hardserial from software where softname='username'", "Hardserial"), "示范单位");
     }
     EXPECT_TRUE(std::filesystem::exists(site.root() + "/Datas/keep.txt"));
@@ -163,7 +168,7 @@ TEST(AdminSecurity, ReflectedAndStoredValuesComeBackInert) {
         for (std::size_t at = q.find('\''); at != std::string::npos; at = q.find('\'', at + 2)) q.insert(at, 1, '\'');
         for (const char* column : {"TrueName", "sex", "Telphone", "Email", "IDCard", "Mobile", "Duty", "Address",
                                    "SpeTech", "Zip", "UserRemark", "pen_ok", "pen_no"})
-            site.exec("update user set " + std::string(column) + "='" + q + "' where id=" + site.victim);
+            site.exec("update user set " + std::string(column) + "='" + q + "' where id in (1," + site.victim + ")");
         site.exec("insert into user(username,password,TrueName,DepartMentID) values ('" + q + "','x','" + q + "',1)");
         site.exec("update DepartMent set name='" + q + "' where id=1");
         site.exec("update word_type set name='" + q + "' where id=1");
@@ -171,7 +176,7 @@ TEST(AdminSecurity, ReflectedAndStoredValuesComeBackInert) {
         site.exec("update monitor set work_text='" + q + "'");
         site.exec("update software set Hardserial='" + q + "' where softname in ('music','work_time','stat_time','username')");
         site.get("login.asp");
-        ASSERT_TRUE(site.login("victim", kSecret));
+        ASSERT_TRUE(site.login());  // the administrator, who may open every page here
         const std::string& id = site.victim;
         for (const std::string& page :
              {std::string("Sys_User.asp"), std::string("Sys_User_Menu.asp"), std::string("Sys_User_Active.asp"),
@@ -182,9 +187,75 @@ TEST(AdminSecurity, ReflectedAndStoredValuesComeBackInert) {
             expect_inert(site.get(page), page + " " + p);
         // Echoed names and passwords of the save pages.
         expect_inert(site.post_form("NewRegisterDo.asp", registration("UserName", p)), "taken or new name " + p);
-        expect_inert(site.post_form("User_password_Modify.asp", {{"userpassword", kSecret}, {"newpassword", p}}),
+        expect_inert(site.post_form("User_password_Modify.asp", {{"userpassword", "admin"}, {"newpassword", p}}),
                      "new password " + p);
         Reply r = site.post_form("NewRegisterDo.asp", registration("ID", id));
         EXPECT_EQ(r.status, 302) << p;
+    }
+}
+
+// The access exploits once measured on these pages, replayed: each ends in
+// the login page, the refusal or the message named, and no account changes.
+TEST(AdminSecurity, AccessExploitsFail) {
+    struct Exploit {
+        const char* what;
+        const char* as;          // "" anonymous, else the account signed in
+        const char* regnewuser;  // the setting during the try
+        const char* url;
+        Fields fields;           // GET when empty
+        const char* answer;      // "login", "403", or a text of the answer
+    };
+    const Fields admin_row = {{"ID", "1"}, {"TureName", "x"}, {"UserName", "admin"}, {"PassWord", "p"},
+                              {"DepartMentID", "1"}, {"record", "1"}};
+    auto own = [](const char* name) {
+        return Fields{{"ID", "2"}, {"TureName", "受害者"}, {"UserName", name}, {"PassWord", "p"}, {"DepartMentID", "1"}};
+    };
+    const Exploit cases[] = {
+        {"profile of another account", "victim", "1", "NewRegisterDo.asp", admin_row, "403"},
+        {"profile without a session", "", "1", "NewRegisterDo.asp", admin_row, "login"},
+        {"profile without a session, closed", "", "0", "NewRegisterDo.asp", admin_row, "login"},
+        {"registration closed", "", "0", "NewRegisterDo.asp", registration("UserName", "intruder"), "login"},
+        {"registration form closed", "", "0", "NewRegister.asp", {}, "login"},
+        {"registration closed, no right", "victim", "0", "NewRegisterDo.asp", registration("UserName", "x2"), "403"},
+        {"registration onto a left folder", "", "1", "NewRegisterDo.asp", registration("UserName", "Gone"), "已经被别人占用"},
+        {"rename to a taken name", "victim", "1", "NewRegisterDo.asp", own("ADMIN"), "已经被别人占用"},
+        {"rename to a left folder", "victim", "1", "NewRegisterDo.asp", own("gone"), "已经被别人占用"},
+        {"rename to a path", "victim", "1", "NewRegisterDo.asp", own("../gone"), "用户账号含有非法字符"},
+        {"own rights", "admin", "1", "Sys_User_menu_ModifyDO.asp", {{"id", "01"}, {"1101", "on"}}, "403"},
+        {"another's profile form", "victim", "1", "User_Info_Modify.asp?ID=1", {}, "403"},
+        {"administrator's form", "victim", "1", "User_Info_Modify1.asp?ID=1", {}, "403"},
+        {"lost passwords", "victim", "1", "sys_losepasswordDO.asp?ID=1", {{"newpassword", "abc"}}, "403"},
+        // The honest way stays open: the administrator adds an account while registration is closed.
+        {"closed, right 1904", "admin", "0", "NewRegisterDo.asp", registration("UserName", "staff1"), "恭喜您注册成功"},
+    };
+    for (const Exploit& c : cases) {
+        Site site;
+        std::filesystem::create_directories(site.root() + "/user/gone");
+        const std::string as = c.as;
+        if (!as.empty()) {
+            ASSERT_TRUE(as == "admin" ? site.login() : site.login(as, kSecret)) << c.what;
+        }
+        site.exec(std::string("update software set Hardserial='") + c.regnewuser + "' where softname='regnewuser'");
+        const std::string before = site.users();
+        Reply r = c.fields.empty() ? site.get(c.url) : site.post_form(c.url, c.fields);
+        const std::string answer = c.answer;
+        if (answer == "login")
+            EXPECT_EQ(r.location(), "login.asp") << c.what;
+        else if (answer == "403")
+            EXPECT_EQ(r.status, 403) << c.what;
+        else
+            EXPECT_TRUE(has(r.body, answer)) << c.what << "\n" << r.body;
+        EXPECT_EQ(site.users() == before, answer != "恭喜您注册成功") << c.what;
+    }
+
+    // No page shows a password or its hash: not the administrator's form of
+    // another account, not the own form.
+    Site site;
+    ASSERT_TRUE(site.login("victim", kSecret));  // stores the hash
+    ASSERT_TRUE(site.login());
+    for (const char* page : {"User_Info_Modify1.asp?ID=2", "User_Info_Modify.asp?ID=2", "User_Info_Modify.asp"}) {
+        std::string b = site.get(page).body;
+        EXPECT_TRUE(has(b, "name=\"TureName\"")) << page;
+        EXPECT_FALSE(has(b, kSecret) || has(b, "$argon2id$")) << page;
     }
 }

@@ -127,10 +127,15 @@ TEST(PageSecurity, StoredNamesTitlesAndOrganisationNameComeBackInert) {
         site.exec("update software set Hardserial='" + q + "' where softname='username'");
         site.exec("insert into Datas(sub_menu,D_title,D_text,D_afile) values ('4102','" + q + "','" + q + "','" + q +
                   "')");
+        // Menu rows: a folder title, a row of no known shape, a label and a link inside the shape.
+        site.exec("update menu set user_text='" + q + "' where menu_id='menu41'");
+        site.exec("insert into menu(menu_id,menu_text,user_text,xm) values ('41001','" + q + "','x','home')");
+        site.exec("insert into menu(menu_id,menu_text,user_text,xm) values ('41002','`i.gif`,`" + q + "`,`" + q +
+                  "`, `detail`,','x','home')");
         site.get("login.asp");  // the organisation name goes into the session here
         ASSERT_TRUE(site.login());
         for (const char* page : {"default.asp", "top.asp", "left.asp", "bottom.asp", "started.asp", "sysmonitor.asp",
-                                 "sys_losepassword.asp", "pop_note.asp", "message_pop.asp", "login.asp"}) {
+                                 "sys_losepassword.asp", "pop_note.asp", "message_pop.asp", "login.asp", "message.asp"}) {
             std::string where = page;
             where.append(1, ' ').append(p);
             expect_inert(site.get(page), where);

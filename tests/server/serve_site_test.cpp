@@ -107,18 +107,16 @@ TEST(ServeSite, LocationHeaderEscapesOnlyTheNonAsciiBytes) {
     auto r = c.read();
     EXPECT_EQ(r.status, 302);
     EXPECT_EQ(r.headers["location"], "./login.asp?login=error");
-    // A signed-in administrator's redirect with Chinese text in it.
-    std::string body = "username=admin&password=admin";
-    c.send("POST /loginverify.asp HTTP/1.1\r\nHost: 127.0.0.1\r\nContent-Type: application/x-www-form-urlencoded\r\n"
+    // A public page whose redirect carries Chinese text: an unknown account on the lost-password form.
+    const std::string body = "username=nobody&truename=x";
+    c.send("POST /losepassword.asp HTTP/1.1\r\nHost: 127.0.0.1\r\nContent-Type: application/x-www-form-urlencoded\r\n"
            "Content-Length: " + std::to_string(body.size()) + "\r\n\r\n" + body);
-    std::string cookie = cookie_of(c.read());
-    c.send(get("/sys_losepasswordDO.asp?ID=1", "Cookie: " + cookie + "\r\n"));
     r = c.read();
     EXPECT_EQ(r.status, 302);
     const std::string loc = r.headers["location"];
     for (unsigned char ch : loc) EXPECT_LT(ch, 0x80);
     EXPECT_EQ(gb_to_utf8(percent_decode(loc, false)),
-              "Pop_OK.asp?message=处理密码忘记成功！&next_href=sys_losepassword.asp");
+              "Pop_OK.asp?message=您输入的帐号或姓名在系统中不存在！<br>请重新输入……&next_href=losepassword.asp");
 }
 
 TEST(ServeSite, StaticFilesAndNeverTheDatabase) {
