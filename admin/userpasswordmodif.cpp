@@ -28,6 +28,7 @@ public:
             } else {
                 conn.execute("update user set password='"_sql + password::hash(newpassword.str()) +
                              "',must_change=0 where id=" + Session("user_id"));
+                Session.set("must_change", "");
                 // The account that had to change its password goes on to the desktop.
                 if (must_change) {
                     Response.redirect("./");

@@ -71,6 +71,7 @@ public:
         Session.renew();  // a new id for the logged-in session
         Session.set("USER_ID", rs("id"));
         Session.set("QWX3TRh_k7", "yes");
+        if (must_change) Session.set("must_change", "1");
         log_monitor(0, rs("record"));
         rs = conn.execute("select username from user where id="_sql + Session("user_id"));
         std::string folder = Server.MapPath(".\\") + "\\user\\" + rs("username") + "\\";

@@ -2,6 +2,7 @@
 
 #include "frame/host.h"
 #include "frame/html.h"
+#include "frame/paths.h"
 #include "frame/store.h"
 
 namespace tav {
@@ -88,15 +89,33 @@ void require_right(Connection& conn, std::string_view codes) {
     if (!holds_right(conn, codes)) refuse(codes);
 }
 
+namespace {
+
+// An account whose password the administrator set reaches only the page
+// that changes it, until it has.
+void require_own_password() {
+    Context* ctx = current_context();
+    if (ctx->session->get("must_change").str() != "1") return;
+    const std::string& path = ctx->request->path();
+    static const std::string page = "/user_password_modify.asp";
+    if (path.size() >= page.size() && lower(path.substr(path.size() - page.size())) == page) return;
+    Response.redirect("User_password_Modify.asp");
+    END_PAGE();
+}
+
+}  // namespace
+
 bool admit(const Access& rule) {
     try {
         switch (rule.kind) {
             case Access::Kind::Public: return true;
             case Access::Kind::SignedIn:
                 if (!signed_in()) send_to_login();
+                require_own_password();
                 return true;
             case Access::Kind::Right:
                 if (!signed_in()) send_to_login();
+                require_own_password();
                 if (!holds_right(rule.codes)) refuse(rule.codes);
                 return true;
             case Access::Kind::Unset: refuse("no rule declared");

@@ -638,4 +638,34 @@ void build_database(const std::string& path, const std::string& sql_source) {
     }
 }
 
+void upgrade_database(const std::string& path) {
+    configure_engine_once();
+    // Columns added after sites were first made: table, column, its type.
+    static const char* const added[][3] = {
+        {"user", "must_change", "INTEGER DEFAULT 0"},
+    };
+    sqlite3* db = nullptr;
+    if (sqlite3_open_v2(path.c_str(), &db, SQLITE_OPEN_READWRITE, nullptr) != SQLITE_OK) {
+        std::string msg = db ? sqlite3_errmsg(db) : "cannot open";
+        sqlite3_close_v2(db);
+        throw std::runtime_error("opening " + path + ": " + msg);
+    }
+    sqlite3_busy_timeout(db, 5000);
+    std::string failure;
+    for (const auto& [table, column, type] : added) {
+        sqlite3_stmt* st = nullptr;
+        std::string probe = std::string("select ") + column + " from \"" + table + "\" limit 0";
+        bool present = sqlite3_prepare_v2(db, probe.c_str(), -1, &st, nullptr) == SQLITE_OK;
+        sqlite3_finalize(st);
+        if (present) continue;
+        std::string alter = std::string("alter table \"") + table + "\" add column " + column + " " + type;
+        char* err = nullptr;
+        if (sqlite3_exec(db, alter.c_str(), nullptr, nullptr, &err) != SQLITE_OK) failure = err ? err : alter;
+        sqlite3_free(err);
+        if (!failure.empty()) break;
+    }
+    sqlite3_close_v2(db);
+    if (!failure.empty()) throw std::runtime_error("upgrading " + path + ": " + failure);
+}
+
 }  // namespace tav

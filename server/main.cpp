@@ -8,6 +8,7 @@
 #include <string>
 
 #include "frame/upload.h"
+#include "frame/store.h"
 #include "server/http_server.h"
 #include "server/page_table.h"
 #include "server/site.h"
@@ -82,6 +83,8 @@ int main(int argc, char** argv) {
             if (!std::filesystem::exists(std::filesystem::path(dir) / "datebase"))
                 std::cerr << "warning: " << dir << " has no datebase folder; run 'tavelor init' first\n";
             if (log_path.empty()) log_path = tav::default_log_path(dir);
+            if (std::filesystem::exists(std::filesystem::path(dir) / "datebase" / "office.mdb"))
+                tav::upgrade_database((std::filesystem::path(dir) / "datebase" / "office.mdb").string());
             tav::Site site(dir, log_path);
             opts.body_limit_for = [&site](const tav::HttpRequest& r) { return site.body_limit_for(r); };
             opts.account_of = [&site](const tav::HttpRequest& r) { return site.account_of(r); };

@@ -163,7 +163,7 @@ TEST(FileUpload, FormPostExistingNameAndLogin) {
 
     // The quota counts the whole store plus the upload: a file that fits is
     // stored, one byte more is refused with the numbers, and nothing is kept.
-    site.exec("insert into software(softname,Hardserial) values ('quota_store','1')");
+    site.exec("update software set Hardserial='1' where softname='quota_store'");
     site.touch("fill.bin", std::string(1024 * 1024 - 20 - 8, 'x'));  // the store holds 28 bytes already
     auto quota = [&](const std::string& name, std::size_t bytes) {
         return site.post_raw("file_upload.asp", "multipart/form-data; boundary=----TavelorBoundary",

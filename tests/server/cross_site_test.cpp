@@ -16,7 +16,7 @@ using Headers = std::vector<std::pair<std::string, std::string>>;
 test::Reply del_record(TestSite& site, const std::string& method, const std::string& id, const Headers& headers) {
     HttpRequest req;
     req.method = method;
-    req.target = "/Del_Record.asp?Table=Address&ID=" + id + "&next=Address_List.asp";
+    req.target = "/Del_Record.asp?Table=DepartMent&ID=" + id + "&next=type_modify.asp";
     req.headers = headers;
     if (method == "POST") {
         req.headers.emplace_back("Content-Length", "0");
@@ -52,14 +52,14 @@ TEST(CrossSite, ForeignRequestsToAPageChangeNothing) {
         {"GET", {}, 302, true},
         {"POST", {{"Origin", "http://localhost:8080"}, {"Sec-Fetch-Site", "same-origin"}}, 302, true},
     };
-    std::string uid = site.scalar("select id from user where username='admin'", "id");
+    const std::string uid = site.scalar("select id from user where username='admin'", "id");
     for (const auto& c : cases) {
-        site.exec("insert into Address(User_id,Name) values (" + uid + ",'x')");
-        std::string id = site.scalar("select max(id) as m from Address", "m");
+        site.exec("insert into DepartMent(name) values ('x')");
+        std::string id = site.scalar("select max(id) as m from DepartMent", "m");
         auto r = del_record(site, c.method, id, c.headers);
         std::string what = std::string(c.method) + " " + (c.headers.empty() ? "" : c.headers[0].second);
         EXPECT_EQ(r.status, c.status) << what;
-        EXPECT_EQ(site.scalar("select count(id) as n from Address where id=" + id, "n"), c.deleted ? "0" : "1")
+        EXPECT_EQ(site.scalar("select count(id) as n from DepartMent where id=" + id, "n"), c.deleted ? "0" : "1")
             << what;
         EXPECT_EQ(r.header("Set-Cookie"), "") << what;  // the browser's session stays as it was
         if (c.status == 302 && !c.deleted) {
