@@ -101,6 +101,24 @@ struct Walk : TestSite {
     }
 };
 
+// What the menu or the calling page sends with a URL; a page asked without
+// it refuses for everyone, which is no test of the rule.
+std::string honest_query(const std::string& url) {
+    static const std::map<std::string, std::string> q = {
+        {"Data_Input.asp", "?m=menu31"},
+        {"Data_type.asp", "?m_id=31&xm=sjzx"},
+        {"type_modify.asp", "?Dtable=DepartMent"},
+        {"Del_Record.asp", "?Table=DepartMent&ID=999999&next=type_modify.asp"},
+        {"Folder_create.asp", "?Folder=%5Cuser%5Cadmin&Curr_dir=%5Cuser%5Cadmin"},
+        {"Folder_delete.asp", "?Folder=%5Cuser%5Cadmin%5Cnone&Curr_dir=%5Cuser%5Cadmin"},
+        {"Folder_rename.asp", "?Folder=%5Cuser%5Cadmin%5Cnone&Curr_dir=%5Cuser%5Cadmin"},
+        {"file_rename.asp", "?Folder=%5Cuser%5Cadmin&old_name=none.txt"},
+        {"file_rename_save.asp", "?Folder=%5Cuser%5Cadmin&old_name=none.txt&new_name=none2.txt"},
+    };
+    auto it = q.find(url);
+    return it == q.end() ? "" : it->second;
+}
+
 bool to_login(const Reply& r) { return r.status == 302 && r.location().find("login.asp") != std::string::npos; }
 
 }  // namespace
@@ -143,10 +161,12 @@ TEST(AccessWalk, EveryPageAsNobodyAsAnAccountWithoutRightsAndAsTheAdministrator)
             }
             // The administrator holds every right: no rule turns it away (the
             // victim's ids above may still be refused inside a page).
-            if (who.user == std::string("admin") && p.url != "logout.asp" && p.url != "loginverify.asp") {
+            // (Data_InputDo.asp reads only its form's upload: the data centre tests post one.)
+            if (who.user == std::string("admin") && p.url != "logout.asp" && p.url != "loginverify.asp" &&
+                p.url != "Data_InputDo.asp") {
                 site.forget_session();
                 ASSERT_TRUE(site.login("admin", "admin"));
-                Reply r = site.get(p.url);
+                Reply r = site.get(p.url + honest_query(p.url));
                 EXPECT_NE(r.status, 403) << p.url;
                 EXPECT_FALSE(to_login(r)) << p.url;
             }
