@@ -50,13 +50,6 @@ void Page::write_head(const Head& head) {
     if (head.style) Response.line("<link rel=\"stylesheet\" href=\"style.css\" type=\"text/css\">");
 }
 
-void Page::require_login(LoginTest test) {
-    if ((test == LoginTest::MarkerAndId && Session("QWX3TRh_k7").blank()) || Session("user_id").blank()) {
-        Response.redirect("login.asp");
-        END_PAGE();
-    }
-}
-
 Recordset Page::user_rights() {
     if (!rights_memo_) rights_memo_ = conn.execute("select menu_idstr from user where id="_sql + Session("user_id"));
     return *rights_memo_;

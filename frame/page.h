@@ -75,11 +75,6 @@ public:
     };
     void write_head(const Head& head);
 
-    // The login tests of the guarded pages: without the login marker or the
-    // account id (MarkerAndId), or without the id (IdOnly), the answer is a
-    // redirect to login.asp and the page ends.
-    enum class LoginTest { MarkerAndId, IdOnly };
-    void require_login(LoginTest test);
 
     // Per-request memos of what pages read again and again. Each is read by
     // its statement once per page object (one request) and handed out as a

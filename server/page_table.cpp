@@ -13,7 +13,11 @@ std::string access_table() {
         "the alternatives), the same substring test the menu and buttons use. An\n"
         "anonymous request to a page that is not public goes to `login.asp`; a\n"
         "signed-in account without the right gets a short refusal page (403) and\n"
-        "nothing changes. Static files are served to anyone, except the upload\n"
+        "nothing changes. Pages that touch only the account's own rows (mail, address\n"
+        "book, ledger, file store, profile, password, signature) need a session but\n"
+        "no code: every statement there holds the owner's condition, and mail is\n"
+        "offered to every account by the desktop's status cell and reminder.\n"
+        "Static files are served to anyone, except the upload\n"
         "folders: `user/NAME/` to NAME only, `Email/` to the sender and recipients of\n"
         "the mail that holds the file, `Datas/` and `Medium/` to signed-in accounts.\n\n"
         "| URL | class | rule | checked inside the page |\n|---|---|---|---|\n";
