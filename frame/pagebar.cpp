@@ -96,7 +96,15 @@ void PageBar::write_nav(std::source_location loc) {
         auto end = std::to_chars(digits, digits + sizeof digits, n).ptr;
         options.append(digits, static_cast<std::size_t>(end - digits));
     };
+    // Above 200 pages the box lists the first 10, the 100 around the
+    // current page and the last 10: a million rows would otherwise send
+    // a hundred thousand options to show ten rows.
+    const long long pages = last_ + 1;
+    const bool windowed = pages > 200;
+    const long long near_from = p_ - 50, near_to = p_ + 49;
     for (long long i = 0; i <= last_; ++i) {
+        if (windowed && i >= 10 && i < near_from) i = std::min(near_from, last_ - 9);
+        if (windowed && i > near_to && i < last_ - 9) i = last_ - 9;
         options += "<option value=\"";
         number(i);
         options += i == p_ ? "\" selected>" : "\">";

@@ -162,6 +162,38 @@ TEST_F(PageBarTest, RowsFillersSelectionAndLinksByPage) {
     }
 }
 
+// Above 200 pages the box holds the first 10, the 100 around the current
+// page and the last 10; at 200 or fewer, every page.
+TEST_F(PageBarTest, TheBoxAboveTwoHundredPagesListsAWindow) {
+    PageBar::Options two_a_page = address();
+    two_a_page.size = 2;
+    auto listed = [](const std::string& body) {
+        std::vector<int> pages;
+        for (std::size_t i = body.find("<option value=\""); i != std::string::npos;
+             i = body.find("<option value=\"", i + 1))
+            pages.push_back(std::stoi(body.substr(i + 15)));
+        return pages;
+    };
+    auto range = [](int from, int to) {
+        std::vector<int> r;
+        for (int i = from; i <= to; ++i) r.push_back(i);
+        return r;
+    };
+    auto join = [](std::vector<int> a, const std::vector<int>& b) {
+        a.insert(a.end(), b.begin(), b.end());
+        return a;
+    };
+    rows(398);  // Int(398 / 2) = 199: 200 pages, all listed
+    EXPECT_EQ(listed(list("?p=120", two_a_page)), range(0, 199));
+    rows(450);  // 226 pages
+    EXPECT_EQ(listed(list("?p=100", two_a_page)), join(join(range(0, 9), range(50, 149)), range(216, 225)));
+    EXPECT_EQ(listed(list("?p=0", two_a_page)), join(range(0, 49), range(216, 225)));
+    EXPECT_EQ(listed(list("?p=220", two_a_page)), join(range(0, 9), range(170, 225)));
+    std::string b = list("?p=100", two_a_page);
+    EXPECT_TRUE(has(b, "<option value=\"100\" selected>101</option>"));
+    EXPECT_TRUE(has(b, "页/共226页"));
+}
+
 TEST_F(PageBarTest, PThatIsNoNumberGivesTheStandardReport) {
     rows(3);
     std::string b = list("?p=abc", address());
