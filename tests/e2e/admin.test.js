@@ -231,3 +231,21 @@ flow(test, 'the settings reach the login page, the status frame and the music fo
   assert.ok(links.includes('忘记密码') && !links.includes('新用户注册'), JSON.stringify(links));
   expectNoErrors(page);
 });
+
+flow(test, 'an account without the right is shown the refusal and changes nothing', async (browser, t) => {
+  const server = await startServer({
+    sql: ["insert into user(username,password,TrueName,DepartMentID,menu_idstr,record) values ('sun8','pw8','孙八',1,'1601',30)"],
+  });
+  const page = await browser.newPage();
+  t.after(async () => { await page.close(); await server.stop(); });
+  await login(page, server.base, 'sun8', 'pw8');
+  const before = server.sql("select softname||'='||Hardserial from software order by softname");
+  await detail(page, 'Sys_Modify.asp');
+  assert.match(await page.in('detail', text), /您没有使用此功能的权限，请与系统管理员联系。/);
+  await page.screenshot('admin-refusal');
+  // The form cannot be posted from here either: the settings stay.
+  await detail(page, 'Sys_User_Menu.asp');
+  assert.match(await page.in('detail', text), /您没有使用此功能的权限/);
+  assert.equal(server.sql("select softname||'='||Hardserial from software order by softname"), before);
+  expectNoErrors(page);
+});
