@@ -8,6 +8,7 @@
 
 #include <atomic>
 #include <csignal>
+#include <limits>
 #include <functional>
 #include <future>
 #include <mutex>
@@ -337,7 +338,11 @@ private:
         bare_.reset();
         hdr_.emplace();
         hdr_->header_limit(kHeaderLimit);
-        hdr_->body_limit(srv_.opts.body_limit);
+        // The bound is checked once the header is in (on_header), so a refusal
+        // knows the forwarded client and the page's own limit.
+        // Not boost::none: this Beast compares a length with the empty optional
+        // and refuses every body.
+        hdr_->body_limit(std::numeric_limits<std::uint64_t>::max());
         reading_header_ = true;
         timed_out_ = false;
         deadline_.expires_after(srv_.opts.header_timeout);
@@ -387,13 +392,10 @@ private:
             } catch (const std::exception& e) {
                 srv_.log(std::string("Tavelor.HttpError body limit for ") + bare_->remote_addr + ": " + e.what());
             }
-            if (own && own < body_limit_) {
-                body_limit_ = own;
-                hdr_->body_limit(own);  // a chunked body meets it as it comes
-                auto len = hdr_->content_length();
-                if (len && *len > own) return send_error(413);
-            }
+            if (own && own < body_limit_) body_limit_ = own;
         }
+        hdr_->body_limit(body_limit_);  // a chunked body meets it as it comes
+        if (auto len = hdr_->content_length(); len && *len > body_limit_) return send_error(413);  // before a byte of it
         if (hdr_->is_done()) {
             std::shared_ptr<const RequestBody> body;
             if (has_body(h, true)) body = std::make_shared<MemoryBody>(std::string());
@@ -918,14 +920,27 @@ void HttpServer::stop() {
     m.io_threads.clear();
 }
 
-void HttpServer::run_until_signal() {
+void HttpServer::run_until_signal(std::function<void()> on_hangup) {
     // The signal handlers go in before the threads start, so no signal
     // arrives while the default action would still kill the process.
     std::promise<int> got;
     net::signal_set signals(impl_->ioc, SIGINT, SIGTERM);
     signals.async_wait([&got](error_code ec, int sig) { got.set_value(ec ? 0 : sig); });
+    // SIGHUP (logrotate) only reopens the log; the wait is armed again after
+    // each one. Its own set, so it never completes the shutdown wait above.
+    net::signal_set hangups(impl_->ioc, SIGHUP);
+    std::function<void()> arm = [&] {
+        hangups.async_wait([&](error_code ec, int) {
+            if (ec) return;
+            if (on_hangup) on_hangup();
+            arm();
+        });
+    };
+    arm();
     start();
     got.get_future().wait();
+    error_code ignored;
+    hangups.cancel(ignored);
     stop();
 }
 

@@ -2,6 +2,7 @@
 // workers for the page code.
 #pragma once
 
+#include <functional>
 #include <memory>
 
 #include "server/http_types.h"
@@ -15,7 +16,8 @@ public:
     void start();
     unsigned short port() const;
     void stop();
-    void run_until_signal();
+    // Serves until SIGINT or SIGTERM; on_hangup runs on each SIGHUP.
+    void run_until_signal(std::function<void()> on_hangup = {});
 
 private:
     struct Impl;

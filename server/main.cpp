@@ -19,7 +19,7 @@ int usage() {
     std::cerr << "usage:\n"
                  "  tavelor init DIR [--template DIR]\n"
                  "  tavelor access-table            (prints docs/access.md)\n"
-                 "  tavelor serve DIR [--port 8080] [--bind 127.0.0.1] [--workers N] [--log FILE]\n"
+                 "  tavelor serve DIR [--port 8080] [--bind 127.0.0.1] [--workers N] [--log FILE|-]\n"
                  "                    [--body-limit BYTES] [--file-limit BYTES] [--part-limit N]\n"
                  "                    [--template DIR] [--trusted-proxy ADDR]...\n";
     return 2;
@@ -82,7 +82,7 @@ int main(int argc, char** argv) {
         if (cmd == "serve") {
             if (!std::filesystem::exists(std::filesystem::path(dir) / "datebase"))
                 std::cerr << "warning: " << dir << " has no datebase folder; run 'tavelor init' first\n";
-            if (log_path.empty()) log_path = tav::default_log_path(dir);
+            log_path = tav::pick_log_path(log_path, tav::default_log_path(dir));
             if (std::filesystem::exists(std::filesystem::path(dir) / "datebase" / "office.mdb"))
                 tav::upgrade_database((std::filesystem::path(dir) / "datebase" / "office.mdb").string());
             tav::Site site(dir, log_path);
@@ -94,7 +94,7 @@ int main(int argc, char** argv) {
                 [&site](const tav::HttpRequest& r, tav::HttpResponse& out) { return site.handle_quick(r, out); });
             std::cout << "serving " << site.root() << " at http://" << opts.bind << ":" << opts.port
                       << "/login.asp (log: " << log_path << ")" << std::endl;
-            server.run_until_signal();
+            server.run_until_signal([&site] { site.reopen_log(); });
             return 0;
         }
     } catch (const std::exception& e) {

@@ -30,6 +30,7 @@ public:
     SessionStore& sessions() { return sessions_; }
     LoginThrottleTable& throttle() { return throttle_; }
     AppLog& log() { return log_; }
+    void reopen_log() { log_.reopen(); }
 
     static constexpr const char* kSessionCookie = "TAVSESSION";
     // A body a visitor without an account may send: the login and the

@@ -1,0 +1,221 @@
+// The built server behind Debian's nginx, configured by deploy/nginx.conf:
+// login, a page, an upload, a ranged download, an oversize upload and the
+// client address in the log, all through the proxy over loopback.
+#include <gtest/gtest.h>
+
+#include <signal.h>
+#include <sys/wait.h>
+#include <unistd.h>
+
+#include <chrono>
+#include <filesystem>
+#include <fstream>
+#include <regex>
+#include <sstream>
+#include <thread>
+
+#include "frame/encoding.h"
+#include "tests/support/http_client.h"
+
+using namespace tav;
+using test::Client;
+namespace fs = std::filesystem;
+
+namespace {
+
+const char* kNginx = "/usr/sbin/nginx";
+const std::uint64_t kBodyLimit = 300000;  // the program's; nginx gets 400k
+
+std::string slurp(const fs::path& p) {
+    std::ifstream in(p, std::ios::binary);
+    std::stringstream s;
+    s << in.rdbuf();
+    return s.str();
+}
+
+unsigned short free_port() {
+    int fd = ::socket(AF_INET, SOCK_STREAM, 0);
+    sockaddr_in a{};
+    a.sin_family = AF_INET;
+    a.sin_addr.s_addr = htonl(INADDR_LOOPBACK);
+    ::bind(fd, reinterpret_cast<sockaddr*>(&a), sizeof a);
+    socklen_t len = sizeof a;
+    ::getsockname(fd, reinterpret_cast<sockaddr*>(&a), &len);
+    ::close(fd);
+    return ntohs(a.sin_port);
+}
+
+pid_t spawn(std::vector<std::string> args) {
+    pid_t pid = ::fork();
+    if (pid == 0) {
+        std::vector<char*> argv;
+        for (auto& a : args) argv.push_back(a.data());
+        argv.push_back(nullptr);
+        ::execv(argv[0], argv.data());
+        ::_exit(127);
+    }
+    return pid;
+}
+
+bool listening(unsigned short port) {
+    for (int i = 0; i < 100; ++i) {
+        try {
+            Client probe(port);
+            return true;
+        } catch (const std::exception&) {
+            std::this_thread::sleep_for(std::chrono::milliseconds(50));
+        }
+    }
+    return false;
+}
+
+std::string cookie_of(const test::Response& r) {
+    auto it = r.headers.find("set-cookie");
+    return it == r.headers.end() ? "" : it->second.substr(0, it->second.find(';'));
+}
+
+std::string replace(std::string s, const std::string& from, const std::string& to) {
+    auto at = s.find(from);
+    if (at == std::string::npos) throw std::runtime_error("deploy/nginx.conf lacks: " + from);
+    return s.replace(at, from.size(), to);
+}
+
+struct Deployment {
+    fs::path dir;
+    unsigned short app_port = free_port(), web_port = free_port();
+    pid_t app = -1, web = -1;
+
+    Deployment() {
+        while (web_port == app_port) web_port = free_port();
+        dir = fs::temp_directory_path() / ("tavelor_nginx_" + std::to_string(::getpid()));
+        fs::remove_all(dir);
+        fs::create_directories(dir / "nginx" / "logs");
+        fs::path src = fs::path(TAVELOR_TEMPLATE_DIR).parent_path();
+        int rc = std::system((std::string(TAVELOR_BINARY) + " init " + (dir / "site").string() + " >/dev/null").c_str());
+        if (rc != 0) throw std::runtime_error("init failed");
+        app = spawn({TAVELOR_BINARY, "serve", (dir / "site").string(), "--port", std::to_string(app_port),
+                     "--trusted-proxy", "127.0.0.1", "--body-limit", std::to_string(kBodyLimit), "--log",
+                     (dir / "app.log").string()});
+        // The shipped server block with only the addresses and the size bound changed.
+        std::string block = slurp(src / "deploy" / "nginx.conf");
+        block = replace(block, "listen 80;", "listen 127.0.0.1:" + std::to_string(web_port) + ";");
+        block = replace(block, "listen [::]:80;", "");
+        block = replace(block, "client_max_body_size 1089m;", "client_max_body_size 400k;");
+        block = replace(block, "http://127.0.0.1:8080", "http://127.0.0.1:" + std::to_string(app_port));
+        std::string t = (dir / "nginx").string();
+        std::ofstream(dir / "nginx" / "nginx.conf")
+            << (::geteuid() == 0 ? "user root root;\n" : "") << "daemon off;\nworker_processes 1;\npid " << t
+            << "/nginx.pid;\nerror_log " << t << "/logs/error.log;\nevents {}\nhttp {\naccess_log off;\n"
+            << "client_body_temp_path " << t << "/body;\nproxy_temp_path " << t << "/proxy;\n"
+            << "fastcgi_temp_path " << t << "/fcgi;\nuwsgi_temp_path " << t << "/uwsgi;\nscgi_temp_path " << t
+            << "/scgi;\n" << block << "\n}\n";
+        web = spawn({kNginx, "-p", t + "/", "-c", t + "/nginx.conf", "-e", t + "/logs/error.log"});
+    }
+    ~Deployment() {
+        for (pid_t p : {web, app})
+            if (p > 0) {
+                ::kill(p, SIGTERM);
+                ::waitpid(p, nullptr, 0);
+            }
+        fs::remove_all(dir);
+    }
+};
+
+std::string multipart(const std::string& name, const std::string& content) {
+    const std::string b = "------TavelorBoundary";
+    return b + "\r\nContent-Disposition: form-data; name=\"File1\"; filename=\"" + name +
+           "\"\r\nContent-Type: application/octet-stream\r\n\r\n" + content + "\r\n" + b +
+           "\r\nContent-Disposition: form-data; name=\"Folder\"\r\n\r\n\\user\\admin\r\n" + b + "--\r\n";
+}
+
+std::string post(const std::string& path, const std::string& cookie, const std::string& type,
+                 const std::string& body, const std::string& extra = "") {
+    return "POST " + path + " HTTP/1.1\r\nHost: office.example\r\nCookie: " + cookie + "\r\nContent-Type: " + type +
+           "\r\nContent-Length: " + std::to_string(body.size()) + "\r\n" + extra + "\r\n" + body;
+}
+
+}  // namespace
+
+TEST(BehindNginx, SignInUploadRangeOversizeAndClientAddress) {
+    if (!fs::exists(kNginx)) GTEST_SKIP() << kNginx << " is not installed (tools/install-deps.sh test installs it)";
+    Deployment d;
+    ASSERT_TRUE(listening(d.app_port)) << "tavelor serve did not start";
+    ASSERT_TRUE(listening(d.web_port)) << slurp(d.dir / "nginx" / "logs" / "error.log");
+
+    Client c(d.web_port);
+    c.send("GET /login.asp HTTP/1.1\r\nHost: office.example\r\n\r\n");
+    auto form = c.read();
+    ASSERT_EQ(form.status, 200);
+    std::string cookie = cookie_of(form);
+    c.send(post("/loginverify.asp", cookie, "application/x-www-form-urlencoded", "username=admin&password=admin"));
+    auto in = c.read();
+    ASSERT_EQ(in.status, 302) << in.body;
+    cookie = cookie_of(in);
+    ASSERT_FALSE(cookie.empty());
+
+    c.send("GET /default.asp HTTP/1.1\r\nHost: office.example\r\nCookie: " + cookie + "\r\n\r\n");
+    auto desk = c.read();
+    EXPECT_EQ(desk.status, 200);
+    EXPECT_NE(desk.body.find("<frameset"), std::string::npos);
+
+    std::string content;
+    for (int i = 0; i < 5000; ++i) content += static_cast<char>('a' + i % 26 + (i / 26) % 3);
+    c.send(post("/file_upload.asp", cookie, "multipart/form-data; boundary=----TavelorBoundary",
+                multipart("proxied.bin", content)));
+    auto up = c.read();
+    EXPECT_EQ(up.status, 302);
+    EXPECT_NE(gb_to_utf8(up.headers["location"]).find("Pop_OK.asp"), std::string::npos);
+
+    c.send("GET /user/admin/proxied.bin HTTP/1.1\r\nHost: office.example\r\nCookie: " + cookie +
+           "\r\nRange: bytes=1000-1099\r\n\r\n");
+    auto part = c.read();
+    EXPECT_EQ(part.status, 206);
+    EXPECT_EQ(part.headers["content-range"], "bytes 1000-1099/5000");
+    EXPECT_EQ(part.body, content.substr(1000, 100));
+
+    // Over the program's bound but under nginx's: the program answers, with
+    // its page, and logs the client nginx saw (each row connects from its own
+    // loopback address), not nginx's 127.0.0.1 nor the X-Forwarded-For the
+    // client made up. Over nginx's bound too: nginx's bare page, which the
+    // first must not be.
+    struct Row {
+        std::size_t bytes;
+        const char* client;
+        bool programs_page;
+    } rows[] = {{kBodyLimit + 1000, "127.0.0.3", true}, {kBodyLimit + 4000, "127.0.0.4", true},
+                {500 * 1024, "127.0.0.5", false}};
+    for (const Row& r : rows) {
+        Client o(d.web_port, r.client);
+        o.send(post("/file_upload.asp", cookie, "multipart/form-data; boundary=----TavelorBoundary",
+                    multipart("big.bin", std::string(r.bytes, 'x')), "X-Forwarded-For: 10.1.2.3\r\n"));
+        auto big = o.read();
+        EXPECT_EQ(big.status, 413) << r.bytes;
+        EXPECT_EQ(gb_to_utf8(big.body).find("上传的文件太大，没有发送成功。") != std::string::npos, r.programs_page)
+            << r.bytes << "\n" << big.body;
+        std::string log = slurp(d.dir / "app.log");
+        EXPECT_EQ(log.find(std::string("Refused 413 Payload Too Large from ") + r.client + " account 1") !=
+                      std::string::npos,
+                  r.programs_page)
+            << log;
+    }
+    std::string log = slurp(d.dir / "app.log");
+    EXPECT_EQ(log.find("from 127.0.0.1 "), std::string::npos) << log;
+    EXPECT_EQ(log.find("10.1.2.3"), std::string::npos) << log;
+    EXPECT_FALSE(fs::exists(d.dir / "site" / "user" / "admin" / "big.bin"));
+
+    // logrotate's turn: the file is renamed, SIGHUP reopens it by name and
+    // the server keeps serving.
+    fs::rename(d.dir / "app.log", d.dir / "app.log.1");
+    ASSERT_EQ(::kill(d.app, SIGHUP), 0);
+    bool fresh = false;
+    for (int i = 0; i < 40 && !fresh; ++i) {
+        Client o(d.web_port, "127.0.0.9");
+        o.send(post("/file_upload.asp", cookie, "multipart/form-data; boundary=----TavelorBoundary",
+                    multipart("big.bin", std::string(kBodyLimit + 10, 'x'))));
+        EXPECT_EQ(o.read().status, 413);
+        fresh = slurp(d.dir / "app.log").find("from 127.0.0.9") != std::string::npos;
+        if (!fresh) std::this_thread::sleep_for(std::chrono::milliseconds(50));
+    }
+    EXPECT_TRUE(fresh) << "no entry in the reopened log";
+    EXPECT_EQ(::waitpid(d.app, nullptr, WNOHANG), 0) << "SIGHUP ended the server";
+}
