@@ -49,12 +49,16 @@ if ! getent passwd tavelor >/dev/null; then
 fi
 
 install -D -m 0644 deploy/tavelor.service /etc/systemd/system/tavelor.service
+install -D -m 0644 deploy/tavelor-backup.service /etc/systemd/system/tavelor-backup.service
+install -D -m 0644 deploy/tavelor-backup.timer /etc/systemd/system/tavelor-backup.timer
+install -d -m 0700 -o tavelor -g tavelor /var/backups/tavelor
 install -D -m 0644 deploy/logrotate /etc/logrotate.d/tavelor
 
 if [ "$start" = yes ]; then
   systemctl daemon-reload
   systemctl enable tavelor.service
   systemctl restart tavelor.service
+  systemctl enable --now tavelor-backup.timer
   systemctl --no-pager status tavelor.service || true
 fi
 echo "installed; nginx: copy deploy/nginx.conf to /etc/nginx/sites-available/tavelor"

@@ -1,0 +1,82 @@
+// The shipped unit files and nginx server block as the host's own tools read
+// them: systemd-analyze verify and its offline security score, nginx -t.
+#include <gtest/gtest.h>
+
+#include <unistd.h>
+
+#include <array>
+#include <cstdio>
+#include <filesystem>
+#include <fstream>
+#include <regex>
+#include <sstream>
+
+namespace fs = std::filesystem;
+
+namespace {
+
+const fs::path kSource = fs::path(TAVELOR_TEMPLATE_DIR).parent_path();
+
+struct Outcome {
+    int status;
+    std::string out;
+};
+
+Outcome run(const std::string& cmd) {
+    Outcome r{-1, ""};
+    FILE* p = ::popen((cmd + " 2>&1").c_str(), "r");
+    if (!p) return r;
+    std::array<char, 4096> buf;
+    while (std::size_t n = std::fread(buf.data(), 1, buf.size(), p)) r.out.append(buf.data(), n);
+    r.status = ::pclose(p);
+    return r;
+}
+
+// The units name the installed program; verify checks that it exists, so a
+// copy names the one just built.
+fs::path units_with_built_binary() {
+    fs::path dir = fs::temp_directory_path() / ("tavelor_units_" + std::to_string(::getpid()));
+    fs::create_directories(dir);
+    for (const char* name : {"tavelor.service", "tavelor-backup.service", "tavelor-backup.timer"}) {
+        std::ifstream in(kSource / "deploy" / name);
+        std::stringstream s;
+        s << in.rdbuf();
+        std::ofstream(dir / name) << std::regex_replace(s.str(), std::regex("/usr/local/bin/tavelor"), TAVELOR_BINARY);
+    }
+    return dir;
+}
+
+}  // namespace
+
+TEST(DeployFiles, UnitsVerifyCleanAndScoreAtMostTwo) {
+    if (!fs::exists("/usr/bin/systemd-analyze")) GTEST_SKIP() << "systemd-analyze is not installed";
+    fs::path dir = units_with_built_binary();
+    std::string verify_cmd = "systemd-analyze verify";
+    for (const char* name : {"tavelor.service", "tavelor-backup.service", "tavelor-backup.timer"}) {
+        verify_cmd += ' ';
+        verify_cmd += (dir / name).string();
+    }
+    Outcome verify = run(verify_cmd);
+    EXPECT_EQ(verify.status, 0) << verify.out;
+    EXPECT_EQ(verify.out, "") << "verify warned";
+    for (const char* name : {"tavelor.service", "tavelor-backup.service"}) {
+        Outcome sec = run("systemd-analyze security --offline=true " + (dir / name).string());
+        std::smatch m;
+        ASSERT_TRUE(std::regex_search(sec.out, m, std::regex("exposure level for \\S+: ([0-9.]+)"))) << sec.out;
+        EXPECT_LE(std::stod(m[1]), 2.0) << name << "\n" << sec.out;
+    }
+    fs::remove_all(dir);
+}
+
+TEST(DeployFiles, NginxAcceptsTheServerBlock) {
+    if (!fs::exists("/usr/sbin/nginx")) GTEST_SKIP() << "nginx is not installed";
+    fs::path dir = fs::temp_directory_path() / ("tavelor_nginx_t_" + std::to_string(::getpid()));
+    fs::create_directories(dir);
+    std::ofstream(dir / "nginx.conf") << "pid " << (dir / "nginx.pid").string() << ";\nerror_log "
+                                      << (dir / "error.log").string() << ";\nevents {}\nhttp {\ninclude "
+                                      << (kSource / "deploy" / "nginx.conf").string() << ";\n}\n";
+    Outcome t = run("/usr/sbin/nginx -t -p " + dir.string() + " -c " + (dir / "nginx.conf").string());
+    EXPECT_EQ(t.status, 0) << t.out;
+    EXPECT_NE(t.out.find("test is successful"), std::string::npos) << t.out;
+    fs::remove_all(dir);
+}
