@@ -19,6 +19,7 @@
 #include "frame/errors.h"
 #include "frame/value.h"
 #include "frame/request_data.h"
+#include "frame/site_layout.h"
 
 namespace tav {
 
@@ -122,8 +123,8 @@ public:
     // resolves outside the site root.
     std::string MapPath(std::string_view path) const;
     const std::string& root() const { return root_; }
-    // The site's database file; the one place that spells its path.
-    std::string database_path() const { return root_ + "/datebase/office.mdb"; }
+    // The site's database file (frame/site_layout.h spells its path).
+    std::string database_path() const { return layout::database_path(root_); }
     // Pages may ask for more time (uploads ask for 5000 s), but no request
     // holds a worker for longer than kMaxScriptTimeout.
     static constexpr long kMaxScriptTimeout = 90;

@@ -16,6 +16,7 @@
 #include "frame/page.h"
 #include "frame/paths.h"
 #include "frame/quota.h"
+#include "frame/site_layout.h"
 
 namespace tav {
 
@@ -48,7 +49,7 @@ bool forbidden_target(const std::string& full_path) {
     std::string folder = lower(phys.substr(0, slash));
     std::string name = lower(phys.substr(slash + 1));
     root = lower(root);
-    if (!path_inside(root, folder) || folder == root || path_inside(root + "/datebase", folder)) return true;
+    if (!path_inside(root, folder) || folder == root || path_inside(layout::database_folder(root), folder)) return true;
     if (name.empty() || name[0] == '.') return true;
     for (std::string_view tail : {"-journal", "-wal", "-shm", ".mdb", ".sql", ".log"})
         if (name.size() >= tail.size() && name.compare(name.size() - tail.size(), tail.size(), tail) == 0)
