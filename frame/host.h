@@ -136,8 +136,6 @@ private:
     long timeout_ = 90;
 };
 
-class ApplicationObject {};
-
 // The application log; where entries go is the host's affair.
 class AppLog {
 public:

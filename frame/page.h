@@ -29,8 +29,6 @@ public:
     explicit Page(std::string class_name);
     virtual ~Page();
 
-    // The host's end-of-page hook; no page does anything in it.
-    void OnEndPage() {}
     // The page body; the only entry point the host calls (under its handler).
     virtual void I_init() = 0;
 
