@@ -53,7 +53,6 @@ class ResponseObject {
 public:
     void write(std::string_view text);
     void redirect(const std::string& url);
-    void set_buffer(bool on) { buffer_ = on; }
     void set_content_type(std::string type) { content_type_ = std::move(type); }
     void add_header(std::string name, std::string value) {
         headers_.emplace_back(std::move(name), std::move(value));
@@ -82,7 +81,6 @@ private:
     std::chrono::milliseconds hold_back_{0};
     unsigned compat_ = 0;
     int status_ = 200;
-    bool buffer_ = false;
 };
 
 // One browser session's values; keys lower-cased. The host keeps these
@@ -170,7 +168,6 @@ struct ResponseGlobal {
     template <class T>
     void block(const T& text, SrcLoc loc = SrcLoc::current()) const { put(text_of(text), "\r\n ", loc); }
     void redirect(const std::string& url, SrcLoc loc = SrcLoc::current()) const;
-    void buffer(bool on, SrcLoc loc = SrcLoc::current()) const;
     // The page needs the client compatibility script (kCompatDialogs,
     // kCompatScript).
     void client_compat(unsigned bits, SrcLoc loc = SrcLoc::current()) const;

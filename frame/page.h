@@ -86,7 +86,6 @@ public:
     Connection& connection() { return conn; }
 
     // ---- Common routines
-    void funI_init();
     Value get_user_menu(const Value& id);
     Value get_user_truename(const Value& id);
     void monitor(const std::string& text);

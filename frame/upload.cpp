@@ -182,10 +182,6 @@ std::string file_name_of(const std::string& s) {
 
 }  // namespace
 
-void UploadGroup::upI_init() {
-    page_.routine("upI_init", [&] { Response.write(""); });
-}
-
 std::string megabytes(std::uint64_t bytes) {
     constexpr std::uint64_t mb = 1024 * 1024;
     if (bytes % mb == 0) return std::to_string(bytes / mb);
