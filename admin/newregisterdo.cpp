@@ -33,7 +33,6 @@ class newregisterdo : public Page {
 public:
     void I_init() override {
         dbI_init();
-        Response.buffer(true);
         Value ID = Trim(Request.Form("ID"));
         Value turename = Trim(Request.Form("turename"));
         Value username = Trim(Request.Form("username"));

@@ -11,10 +11,8 @@ namespace tav::pages {
 class usersigne : public Page {
 public:
     void I_init() override {
-        Response.buffer(true);
         Server.ScriptTimeOut(5000);
         dbI_init();
-        up.upI_init();
         rs = conn.execute("select * from User where id="_sql + Session("user_id"));
         if (Request.ServerVariables("REQUEST_METHOD") == "POST") {
             up.upload_initialize();

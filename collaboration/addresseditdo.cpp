@@ -14,7 +14,6 @@ constexpr const char* kAreaCode = "0571";
 class addresseditdo : public Page {
 public:
     void I_init() override {
-        Response.buffer(true);
         dbI_init();
         Value name = Trim(Request.Form("Name"));
         Value work = Trim(Request.Form("Work"));

@@ -11,7 +11,6 @@ class bookread : public Page {
 public:
     void I_init() override {
         dbI_init();
-        funI_init();
         [[maybe_unused]] Value gl = Request.querystring("gl");  // read; the right decides the delete links
         const bool manager = holds_right(conn, "1204");
         rs = conn.execute("select * from Book where id="_sql + Request.querystring("id"));

@@ -12,11 +12,8 @@ namespace tav::pages {
 class booksave : public Page {
 public:
     void I_init() override {
-        Response.buffer(true);
         Server.ScriptTimeOut(5000);
         dbI_init();
-        funI_init();
-        up.upI_init();
 
         std::string ip = Request.ServerVariables("remote_addr");
         up.upload_initialize();

@@ -7,7 +7,6 @@ namespace tav::pages {
 class chatmain : public Page {
 public:
     void I_init() override {
-        Response.buffer(true);
         dbI_init();
         conn.execute("delete from chat where DateDiff('d', chat_date,Now)>1");
         conn.close();

@@ -13,7 +13,6 @@ class chatsave : public Page {
 public:
     void I_init() override {
         dbI_init();
-        Response.buffer(true);
         Value says = Trim(Request.Form("oldsays"));
         Value username = Trim(Request.Form("to_username"));
         if (collaboration::chars(says.str()) > collaboration::kChatLineChars)

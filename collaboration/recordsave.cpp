@@ -9,7 +9,6 @@ namespace tav::pages {
 class recordsave : public Page {
 public:
     void I_init() override {
-        Response.buffer(true);
         dbI_init();
         Value id = Trim(Request.querystring("id"));
         Value title = Trim(Request.querystring("Rec_Title"));

@@ -15,7 +15,6 @@ namespace tav::pages {
 class datainputdo : public Page {
 public:
     void I_init() override {
-        Response.buffer(true);
         Server.ScriptTimeOut(5000);
         dbI_init();
         up.upload_initialize();

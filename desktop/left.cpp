@@ -12,7 +12,6 @@ namespace tav::pages {
 class left : public Page {
 public:
     void I_init() override {
-        Response.buffer(true);
         dbI_init();
         // the folder script reads each folder's hidden field by its bare name
         Response.client_compat(kCompatDialogs);

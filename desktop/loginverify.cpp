@@ -29,7 +29,6 @@ class loginverify : public Page {
 public:
     void I_init() override {
         dbI_init();
-        Response.buffer(true);
         Value username = Trim(Request.Form("username"));
         Value password = Trim(Request.Form("password"));
         // Guessing is slowed per account from one address: while it must

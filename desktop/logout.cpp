@@ -8,9 +8,7 @@ namespace tav::pages {
 class logout : public Page {
 public:
     void I_init() override {
-        Response.buffer(true);
         dbI_init();
-        funI_init();
         if (!Session("USER_ID").blank()) {
             conn.execute("update user set online=0,ip=' ' where id="_sql + Session("USER_ID"));
             monitor("正常退出本系统");

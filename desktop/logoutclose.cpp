@@ -7,9 +7,7 @@ namespace tav::pages {
 class logoutclose : public Page {
 public:
     void I_init() override {
-        Response.buffer(true);
         dbI_init();
-        funI_init();
         Value myclose = Request.querystring("myclose");
         (void)myclose;
         if (!Session("USER_ID").blank()) {

@@ -10,7 +10,6 @@ class losepassword : public Page {
 public:
     void I_init() override {
         dbI_init();
-        Response.buffer(true);
         Value username = Trim(Request.Form("username"));
         Value truename = Trim(Request.Form("truename"));
         if (!username.blank()) {

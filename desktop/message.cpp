@@ -11,7 +11,6 @@ public:
 
     void I_init() override {
         dbI_init();
-        words.wordstrI_init();
 
         words.write_poll_head("work_time");
 

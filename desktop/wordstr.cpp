@@ -8,10 +8,6 @@
 
 namespace tav::pages {
 
-void WordStrGroup::wordstrI_init() {
-    page_.routine("wordstrI_init", [&] { Response.write(""); });
-}
-
 void WordStrGroup::write_poll_head(const char* setting) {
     Recordset rs = page_.setting(setting);
     Response.line("<html>");

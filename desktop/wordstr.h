@@ -13,7 +13,6 @@ class WordStrGroup {
 public:
     explicit WordStrGroup(Page& page) : page_(page) {}
 
-    void wordstrI_init();
     // The review stage codes the account holds a right for, joined by bars.
     Value get_shs();
     // A sentence on the documents that await the account.

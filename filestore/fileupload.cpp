@@ -15,10 +15,8 @@ namespace tav::pages {
 class fileupload : public Page {
 public:
     void I_init() override {
-        Response.buffer(true);
         Server.ScriptTimeOut(5000);
         dbI_init();
-        up.upI_init();
         // The upload form shows its progress through the client script.
         Response.client_compat(kCompatDialogs);
         write_head({.no_cache_days = 10});

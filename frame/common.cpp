@@ -6,10 +6,6 @@
 
 namespace tav {
 
-void Page::funI_init() {
-    routine("funI_init", [&] { Response.write(""); });
-}
-
 Value Page::get_user_menu(const Value& id) {
     return routine("get_user_menu", [&]() -> Value {
         Value result = "";

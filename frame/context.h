@@ -1,4 +1,4 @@
-// The per-request context: the five host objects of the running request,
+// The per-request context: the host objects of the running request,
 // reached from every routine without a parameter.
 #pragma once
 
@@ -11,7 +11,6 @@ class RequestObject;
 class ResponseObject;
 class SessionObject;
 class ServerObject;
-class ApplicationObject;
 class AppLog;
 class LoginThrottle;
 
@@ -20,7 +19,6 @@ struct Context {
     ResponseObject* response = nullptr;
     SessionObject* session = nullptr;
     ServerObject* server = nullptr;
-    ApplicationObject* application = nullptr;
     AppLog* log = nullptr;
     LoginThrottle* throttle = nullptr;
     std::chrono::steady_clock::time_point started = std::chrono::steady_clock::now();

@@ -11,6 +11,7 @@
 #include "frame/errors.h"
 #include "frame/host.h"
 #include "frame/paths.h"
+#include "frame/site_layout.h"
 
 namespace fs = std::filesystem;
 
@@ -70,7 +71,7 @@ void write_file(const std::string& path, const std::string& text, bool append) {
 void refuse_store(const std::string& resolved) {
     Context* ctx = current_context();
     if (!ctx || !ctx->server) return;
-    if (path_inside(lower(ctx->server->root() + "/datebase"), lower(resolved))) raise_error(err::permission_denied);
+    if (path_inside(lower(layout::database_folder(ctx->server->root())), lower(resolved))) raise_error(err::permission_denied);
 }
 
 }  // namespace

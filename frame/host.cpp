@@ -124,10 +124,6 @@ void ResponseGlobal::redirect(const std::string& url, SrcLoc loc) const {
     host_call(loc);
     ctx().response->redirect(url);
 }
-void ResponseGlobal::buffer(bool on, SrcLoc loc) const {
-    host_call(loc);
-    ctx().response->set_buffer(on);
-}
 void ResponseGlobal::client_compat(unsigned bits, SrcLoc loc) const {
     host_call(loc);
     ctx().response->need_client_compat(bits);

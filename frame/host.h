@@ -19,6 +19,7 @@
 #include "frame/errors.h"
 #include "frame/value.h"
 #include "frame/request_data.h"
+#include "frame/site_layout.h"
 
 namespace tav {
 
@@ -52,7 +53,6 @@ class ResponseObject {
 public:
     void write(std::string_view text);
     void redirect(const std::string& url);
-    void set_buffer(bool on) { buffer_ = on; }
     void set_content_type(std::string type) { content_type_ = std::move(type); }
     void add_header(std::string name, std::string value) {
         headers_.emplace_back(std::move(name), std::move(value));
@@ -81,7 +81,6 @@ private:
     std::chrono::milliseconds hold_back_{0};
     unsigned compat_ = 0;
     int status_ = 200;
-    bool buffer_ = false;
 };
 
 // One browser session's values; keys lower-cased. The host keeps these
@@ -122,8 +121,8 @@ public:
     // resolves outside the site root.
     std::string MapPath(std::string_view path) const;
     const std::string& root() const { return root_; }
-    // The site's database file; the one place that spells its path.
-    std::string database_path() const { return root_ + "/datebase/office.mdb"; }
+    // The site's database file (frame/site_layout.h spells its path).
+    std::string database_path() const { return layout::database_path(root_); }
     // Pages may ask for more time (uploads ask for 5000 s), but no request
     // holds a worker for longer than kMaxScriptTimeout.
     static constexpr long kMaxScriptTimeout = 90;
@@ -134,8 +133,6 @@ private:
     std::string root_;
     long timeout_ = 90;
 };
-
-class ApplicationObject {};
 
 // The application log; where entries go is the host's affair.
 class AppLog {
@@ -171,7 +168,6 @@ struct ResponseGlobal {
     template <class T>
     void block(const T& text, SrcLoc loc = SrcLoc::current()) const { put(text_of(text), "\r\n ", loc); }
     void redirect(const std::string& url, SrcLoc loc = SrcLoc::current()) const;
-    void buffer(bool on, SrcLoc loc = SrcLoc::current()) const;
     // The page needs the client compatibility script (kCompatDialogs,
     // kCompatScript).
     void client_compat(unsigned bits, SrcLoc loc = SrcLoc::current()) const;

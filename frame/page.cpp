@@ -32,7 +32,7 @@ void Page::report(const std::string& routine, long number, const std::string& te
 void Page::dbI_init() {
     routine("dbI_init", [&] {
         conn = Connection();
-        db_path = Server.MapPath(".") + "\\datebase\\office.mdb";
+        db_path = Server.object().database_path();
         conn.Open("driver={Microsoft Access Driver (*.mdb)};UID=sa;PWD=;dbq=" + db_path);
         conn.hold_reads(true);
     });

@@ -29,8 +29,6 @@ public:
     explicit Page(std::string class_name);
     virtual ~Page();
 
-    // The host's end-of-page hook; no page does anything in it.
-    void OnEndPage() {}
     // The page body; the only entry point the host calls (under its handler).
     virtual void I_init() = 0;
 
@@ -88,7 +86,6 @@ public:
     Connection& connection() { return conn; }
 
     // ---- Common routines
-    void funI_init();
     Value get_user_menu(const Value& id);
     Value get_user_truename(const Value& id);
     void monitor(const std::string& text);

@@ -10,6 +10,7 @@
 #include "frame/files.h"
 #include "frame/host.h"
 #include "frame/page.h"
+#include "frame/site_layout.h"
 #include "frame/sql.h"
 
 namespace tav {
@@ -48,7 +49,7 @@ std::int64_t mail_attachment_bytes(Page& page, const Value& account) {
         }
     }
     std::int64_t total = 0;
-    const std::string folder = Server.MapPath("Email/");
+    const std::string folder = Server.MapPath(std::string(layout::kMailFolder) + "/");
     for (const std::string& name : names) {
         std::string path;
         try {

@@ -13,13 +13,12 @@ RequestScope::RequestScope(RequestData req, std::shared_ptr<SessionData> session
       session(std::move(session_data)),
       server(std::move(site_root)),
       log_(log),
-      ctx_{&request, &response, &session, &server, &application, &log, throttle},
+      ctx_{&request, &response, &session, &server, &log, throttle},
       bound_(ctx_) {}
 
 void RequestScope::run(Page& page, const std::function<void()>& body) {
     try {
         page.routine("I_init", body);
-        page.OnEndPage();
     } catch (const ScriptTimeout&) {
         response.write("\r\n<br><b>The script timed out: it ran longer than its limit of " +
                        std::to_string(server.script_timeout()) + " seconds.</b>\r\n");

@@ -24,8 +24,8 @@ public:
     RequestScope(const RequestScope&) = delete;
     RequestScope& operator=(const RequestScope&) = delete;
 
-    // Runs body as the page's I_init under the page's handler, then the
-    // page's end. A script timeout ends the page with the timeout notice.
+    // Runs body as the page's I_init under the page's handler. A script
+    // timeout ends the page with the timeout notice.
     void run(Page& page, const std::function<void()>& body);
     void run(Page& page);
 
@@ -33,7 +33,6 @@ public:
     ResponseObject response;
     SessionObject session;
     ServerObject server;
-    ApplicationObject application;
 
 private:
     AppLog& log_;

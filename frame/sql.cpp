@@ -4,6 +4,8 @@
 #include <cmath>
 #include <cstdlib>
 
+#include "frame/sql_tokens.h"
+
 namespace tav {
 
 SqlName sql_name(const Value& v) { return SqlName{v.str()}; }
@@ -84,10 +86,9 @@ bool parse_number(const std::string& text, BoundSql::Param& out) {
 
 namespace {
 
-bool ident_char(char c) {
-    unsigned char u = static_cast<unsigned char>(c);
-    return std::isalnum(u) || u == '_' || u == '$' || u >= 0x80;
-}
+using sql_tokens::Tok;
+
+bool ident_char(char c) { return sql_tokens::ident_char(static_cast<unsigned char>(c)); }
 
 const char* const quote_in_value = "unrecognized token: \"'\"";
 const char* const not_a_number = "near \"?\": syntax error (a value in this place must be a number)";
@@ -96,16 +97,15 @@ const char* const value_in_comment = "near \"?\": syntax error (a value inside a
 
 }  // namespace
 
-// One pass over the program text, tracking what kind of place each value
-// falls into. A quoted literal that holds values becomes one text parameter
-// (its literal pieces and the values' texts); a literal without values
-// stays in the program text as written.
+// One pass over the program text's tokens, the state of the last piece
+// telling what kind of place each value falls into. A quoted literal that
+// holds values becomes one text parameter (its literal pieces and the
+// values' texts); a literal without values stays in the program text as
+// written.
 std::string bind(const Sql& sql, BoundSql& out, bool (*is_name)(void*, const std::string&), void* ctx) {
-    enum class St { Normal, Quote, Date, Ident, Line, Block };
     out.text.clear();
     out.params.clear();
-    St st = St::Normal;
-    char ident_close = 0;
+    sql_tokens::State st;
     std::size_t lit_start = 0;  // where the open literal begins in out.text
     bool lit_values = false;    // the open literal holds a value
     std::string lit;            // the open literal's content, quotes undone
@@ -126,7 +126,7 @@ std::string bind(const Sql& sql, BoundSql& out, bool (*is_name)(void*, const std
         const std::string* next_program =
             pi + 1 < parts.size() && parts[pi + 1].kind == Sql::Kind::Program ? &parts[pi + 1].text : nullptr;
         if (part.kind == Sql::Kind::Name) {
-            if (st != St::Normal) return bad_name;
+            if (st.is_open()) return bad_name;
             const std::string& n = part.text;
             bool plain = !n.empty() && !std::isdigit(static_cast<unsigned char>(n[0]));
             for (char c : n)
@@ -138,19 +138,19 @@ std::string bind(const Sql& sql, BoundSql& out, bool (*is_name)(void*, const std
             continue;
         }
         if (part.kind == Sql::Kind::Value) {
-            switch (st) {
-            case St::Quote:
+            switch (st.open) {
+            case Tok::String:
                 if (part.text.find('\'') != std::string::npos) return quote_in_value;
                 lit += part.text;
                 lit_values = true;
                 break;
-            case St::Date:
+            case Tok::Date:
                 if (part.text.find('#') != std::string::npos || part.text.find('\'') != std::string::npos)
                     return quote_in_value;
                 lit += part.text;
                 lit_values = true;
                 break;
-            case St::Normal: {
+            case Tok::Space: {
                 BoundSql::Param p{};
                 if (!parse_number(part.text, p)) return not_a_number;
                 out.params.push_back(std::move(p));
@@ -163,77 +163,40 @@ std::string bind(const Sql& sql, BoundSql& out, bool (*is_name)(void*, const std
             continue;
         }
         const std::string& s = part.text;
-        for (std::size_t i = 0; i < s.size(); ++i) {
-            char c = s[i];
-            switch (st) {
-            case St::Normal:
-                if (c == '\'' || c == '#') {
-                    st = c == '\'' ? St::Quote : St::Date;
-                    lit_start = out.text.size();
-                    lit_values = false;
-                    lit.clear();
-                } else if (c == '"' || c == '[' || c == '`') {
-                    st = St::Ident;
-                    ident_close = c == '[' ? ']' : c;
-                } else if (c == '-' && i + 1 < s.size() && s[i + 1] == '-') {
-                    st = St::Line;
-                } else if (c == '/' && i + 1 < s.size() && s[i + 1] == '*') {
-                    out.text += c;
-                    c = s[++i];
-                    st = St::Block;
-                }
-                out.text += c;
-                break;
-            case St::Quote:
-            case St::Date: {
-                char q = st == St::Quote ? '\'' : '#';
-                if (c == q && st == St::Quote && i + 1 < s.size() && s[i + 1] == '\'') {
-                    lit += '\'';
-                    out.text += "''";
-                    ++i;
-                    break;
-                }
-                if (c != q) {
-                    lit += c;
-                    out.text += c;
-                    break;
-                }
-                st = St::Normal;
-                if (!lit_values) {
-                    out.text += c;
-                    break;
-                }
-                out.text.resize(lit_start);
-                BoundSql::Param p{};
-                p.is_text = true;
-                p.text = std::move(lit);
+        const bool continues = st.is_open();
+        for (const sql_tokens::Token& t : sql_tokens::tokenize(s, st)) {
+            const bool literal = t.kind == Tok::String || t.kind == Tok::Date;
+            const bool first = t.text.data() == s.data();
+            if (!literal) {
+                out.text += t.text;
+                continue;
+            }
+            std::string_view body = t.text;
+            if (!(first && continues)) {  // a literal opens here
+                lit_start = out.text.size();
+                lit_values = false;
                 lit.clear();
-                out.params.push_back(std::move(p));
-                placeholder('t', &s, i + 1);
-                break;
+                body.remove_prefix(1);
             }
-            case St::Ident:
-                if (c == ident_close) st = St::Normal;
-                out.text += c;
-                break;
-            case St::Line:
-                if (c == '\n') st = St::Normal;
-                out.text += c;
-                break;
-            case St::Block:
-                if (c == '*' && i + 1 < s.size() && s[i + 1] == '/') {
-                    out.text += c;
-                    c = s[++i];
-                    st = St::Normal;
-                }
-                out.text += c;
-                break;
+            if (t.closed) body.remove_suffix(1);
+            out.text += t.text;
+            for (std::size_t k = 0; k < body.size(); ++k) {
+                lit += body[k];
+                if (t.kind == Tok::String && body[k] == '\'') ++k;  // '' is one quote
             }
+            if (!t.closed || !lit_values) continue;
+            out.text.resize(lit_start);
+            BoundSql::Param p{};
+            p.is_text = true;
+            p.text = std::move(lit);
+            lit.clear();
+            out.params.push_back(std::move(p));
+            placeholder('t', &s, static_cast<std::size_t>(t.text.data() - s.data()) + t.text.size());
         }
     }
     // A literal left open with a value in it would run to the end of the
     // statement with the value inside; the engine would refuse the text.
-    if ((st == St::Quote || st == St::Date) && lit_values) return quote_in_value;
+    if ((st.open == Tok::String || st.open == Tok::Date) && lit_values) return quote_in_value;
     return {};
 }
 

@@ -391,6 +391,12 @@ Connection& Connection::operator=(Connection&&) noexcept = default;
 
 bool Connection::is_open() const { return impl_ && impl_->h; }
 
+bool Connection::file_unchanged() const {
+    if (!is_open()) return false;
+    std::optional<FileId> now = file_id(impl_->h->path);
+    return now && *now == impl_->h->file;
+}
+
 void Connection::close() { impl_.reset(); }
 
 namespace {

@@ -66,6 +66,10 @@ public:
                              std::source_location loc = std::source_location::current());
     void close();
     bool is_open() const;
+    // False once the file the connection was opened on is no longer the one
+    // under its path (removed or replaced): a connection kept across
+    // requests opens again then.
+    bool file_unchanged() const;
     // A page's reads share one read transaction until its next write or its
     // close: one snapshot a page instead of one lock round a statement.
     void hold_reads(bool on);

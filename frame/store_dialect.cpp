@@ -17,79 +17,16 @@
 #include <vector>
 
 #include "frame/paths.h"
+#include "frame/sql_tokens.h"
 #include "frame/store.h"
 
 namespace tav {
 
 namespace {
 
-enum class Tok { Space, String, Ident, Number, Quoted, Comment, Punct, Param };
-
-struct Token {
-    Tok kind;
-    std::string_view text;
-};
-
-bool ident_start(unsigned char c) { return std::isalpha(c) || c == '_' || c >= 0x80; }
-bool ident_char(unsigned char c) { return std::isalnum(c) || c == '_' || c == '$' || c >= 0x80; }
-
-std::vector<Token> tokenize(std::string_view s) {
-    std::vector<Token> out;
-    std::size_t i = 0, n = s.size();
-    while (i < n) {
-        unsigned char c = static_cast<unsigned char>(s[i]);
-        std::size_t j = i + 1;
-        Tok kind = Tok::Punct;
-        if (std::isspace(c)) {
-            while (j < n && std::isspace(static_cast<unsigned char>(s[j]))) ++j;
-            kind = Tok::Space;
-        } else if (c == '\'') {
-            // '' inside a literal is a quote; an unclosed literal runs to the
-            // end and is left for the engine to refuse.
-            kind = Tok::String;
-            while (j < n) {
-                if (s[j] == '\'') {
-                    if (j + 1 < n && s[j + 1] == '\'') {
-                        j += 2;
-                        continue;
-                    }
-                    ++j;
-                    break;
-                }
-                ++j;
-            }
-            if (j > n) j = n;
-        } else if (c == '"' || c == '`' || c == '[') {
-            char close = c == '[' ? ']' : static_cast<char>(c);
-            kind = Tok::Quoted;
-            while (j < n && s[j] != close) ++j;
-            if (j < n) ++j;
-        } else if (c == '-' && i + 1 < n && s[i + 1] == '-') {
-            kind = Tok::Comment;
-            while (j < n && s[j] != '\n') ++j;
-        } else if (c == '/' && i + 1 < n && s[i + 1] == '*') {
-            kind = Tok::Comment;
-            std::size_t e = s.find("*/", i + 2);
-            j = e == std::string_view::npos ? n : e + 2;
-        } else if (c == ':' && j < n && std::isalpha(static_cast<unsigned char>(s[j]))) {
-            // A bound value: ":t1" text, ":n1" number.
-            kind = Tok::Param;
-            while (j < n && ident_char(static_cast<unsigned char>(s[j]))) ++j;
-        } else if (ident_start(c)) {
-            kind = Tok::Ident;
-            while (j < n && ident_char(static_cast<unsigned char>(s[j]))) ++j;
-        } else if (std::isdigit(c) || (c == '.' && i + 1 < n && std::isdigit(static_cast<unsigned char>(s[i + 1])))) {
-            kind = Tok::Number;
-            while (j < n && (std::isalnum(static_cast<unsigned char>(s[j])) || s[j] == '.')) ++j;
-        } else if (j < n && ((c == '<' && (s[j] == '>' || s[j] == '=')) || (c == '>' && s[j] == '=') ||
-                             (c == '!' && s[j] == '=') || (c == '|' && s[j] == '|'))) {
-            ++j;
-        }
-        out.push_back({kind, s.substr(i, j - i)});
-        i = j;
-    }
-    return out;
-}
+using sql_tokens::Tok;
+using sql_tokens::Token;
+using sql_tokens::tokenize;
 
 bool significant(const Token& t) { return t.kind != Tok::Space && t.kind != Tok::Comment; }
 
@@ -178,7 +115,7 @@ std::string translate_sql(std::string_view sql) {
         out += t.text;
         // A text literal on either side of a comparison compares without
         // case whatever the other side is (a column or a function's result).
-        bool closed = (t.kind == Tok::String && std::count(t.text.begin(), t.text.end(), '\'') % 2 == 0) ||
+        bool closed = (t.kind == Tok::String && t.closed) ||
                       (t.kind == Tok::Param && t.text.size() > 1 && t.text[1] == 't');
         if (closed && !in_set && ((prev && is_comparison(*prev)) || (next && is_comparison(*next))))
             out += " COLLATE NOCASE";

@@ -16,6 +16,7 @@
 #include "frame/page.h"
 #include "frame/paths.h"
 #include "frame/quota.h"
+#include "frame/site_layout.h"
 
 namespace tav {
 
@@ -48,7 +49,7 @@ bool forbidden_target(const std::string& full_path) {
     std::string folder = lower(phys.substr(0, slash));
     std::string name = lower(phys.substr(slash + 1));
     root = lower(root);
-    if (!path_inside(root, folder) || folder == root || path_inside(root + "/datebase", folder)) return true;
+    if (!path_inside(root, folder) || folder == root || path_inside(layout::database_folder(root), folder)) return true;
     if (name.empty() || name[0] == '.') return true;
     for (std::string_view tail : {"-journal", "-wal", "-shm", ".mdb", ".sql", ".log"})
         if (name.size() >= tail.size() && name.compare(name.size() - tail.size(), tail.size(), tail) == 0)
@@ -180,10 +181,6 @@ std::string file_name_of(const std::string& s) {
 }
 
 }  // namespace
-
-void UploadGroup::upI_init() {
-    page_.routine("upI_init", [&] { Response.write(""); });
-}
 
 std::string megabytes(std::uint64_t bytes) {
     constexpr std::uint64_t mb = 1024 * 1024;

@@ -64,7 +64,6 @@ public:
     explicit UploadGroup(Page& page, Variant variant = Variant::Standard)
         : page_(page), variant_(variant) {}
 
-    void upI_init();
     void upload_initialize();
     std::string upload_form(std::string& name);
     std::string upload_file(std::string& form_name, const std::string& folder, const std::string& prefix);

@@ -12,7 +12,6 @@ namespace tav::pages {
 class emaillist : public Page {
 public:
     void I_init() override {
-        Response.buffer(true);
         dbI_init();
         Value me = Session("USER_ID");
 

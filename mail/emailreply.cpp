@@ -9,7 +9,6 @@ namespace tav::pages {
 class emailreply : public Page {
 public:
     void I_init() override {
-        Response.buffer(true);
         dbI_init();
         Value id = Request.querystring("id");
         Value me = Session("USER_ID");

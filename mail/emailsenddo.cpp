@@ -13,7 +13,6 @@ namespace tav::pages {
 class emailsenddo : public Page {
 public:
     void I_init() override {
-        Response.buffer(true);
         Server.ScriptTimeOut(5000);
         dbI_init();
         int slot = 1;
@@ -22,7 +21,6 @@ public:
         rs = conn.execute("select top 1 id from email");
         if (!rs.eof()) prefix = rs("id");
 
-        up.upI_init();
         up.set_quota(mail_attachment_quota());
         up.upload_initialize();
         // A position the form's arrays did not hold came back as "undefined";

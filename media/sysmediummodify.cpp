@@ -12,7 +12,6 @@ class sysmediummodify : public Page {
 public:
     void I_init() override {
         dbI_init();
-        funI_init();
         std::vector<std::string> keys = Split(media::kKindKeys, " ");
         std::vector<std::string> labels = Split(media::kKindLabels, " ");
         std::string heading = "添加新媒体文件";

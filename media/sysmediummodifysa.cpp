@@ -12,11 +12,8 @@ namespace tav::pages {
 class sysmediummodifysa : public Page {
 public:
     void I_init() override {
-        Response.buffer(true);
         Server.ScriptTimeOut(5000);
         dbI_init();
-        funI_init();
-        up.upI_init();
 
         up.upload_initialize();
         Value id = form("id");

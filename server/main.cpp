@@ -8,9 +8,11 @@
 #include <string>
 
 #include "frame/upload.h"
+#include "frame/site_layout.h"
 #include "frame/store.h"
 #include "server/http_server.h"
 #include "server/page_table.h"
+#include "server/instance.h"
 #include "server/site.h"
 
 namespace {
@@ -80,11 +82,12 @@ int main(int argc, char** argv) {
             return 0;
         }
         if (cmd == "serve") {
-            if (!std::filesystem::exists(std::filesystem::path(dir) / "datebase"))
-                std::cerr << "warning: " << dir << " has no datebase folder; run 'tavelor init' first\n";
+            if (!std::filesystem::exists(tav::layout::database_folder(dir)))
+                std::cerr << "warning: " << dir << " has no " << tav::layout::kDatabaseFolder
+                          << " folder; run 'tavelor init' first\n";
             log_path = tav::pick_log_path(log_path, tav::default_log_path(dir));
-            if (std::filesystem::exists(std::filesystem::path(dir) / "datebase" / "office.mdb"))
-                tav::upgrade_database((std::filesystem::path(dir) / "datebase" / "office.mdb").string());
+            if (std::string db = tav::layout::database_path(dir); std::filesystem::exists(db))
+                tav::upgrade_database(db);
             tav::Site site(dir, log_path);
             opts.body_limit_for = [&site](const tav::HttpRequest& r) { return site.body_limit_for(r); };
             opts.account_of = [&site](const tav::HttpRequest& r) { return site.account_of(r); };

@@ -1,17 +1,20 @@
-// One served site instance: page dispatch, static files, sessions and the
-// login throttle.
+// One served site instance: the dispatcher that sends each request to a
+// page, a static file or a private file, with the session store and the
+// login throttle the pages share. docs/architecture.md follows a request
+// through the files that do each step.
 #pragma once
 
-#include <atomic>
+#include <cstdint>
 #include <memory>
-#include <mutex>
 #include <string>
-#include <unordered_map>
 
 #include "frame/request_data.h"
 #include "server/app_log.h"
 #include "server/http_types.h"
+#include "server/private_files.h"
+#include "server/session_glue.h"
 #include "server/sessions.h"
+#include "server/static_files.h"
 #include "server/throttle.h"
 
 namespace tav {
@@ -32,7 +35,7 @@ public:
     AppLog& log() { return log_; }
     void reopen_log() { log_.reopen(); }
 
-    static constexpr const char* kSessionCookie = "TAVSESSION";
+    static constexpr const char* kSessionCookie = tav::kSessionCookie;
     // A body a visitor without an account may send: the login and the
     // registration forms are a few hundred bytes.
     static constexpr std::uint64_t kAnonymousBodyLimit = 64 * 1024;
@@ -53,46 +56,22 @@ public:
 private:
     // Refuses what another site made the browser send, then runs the page.
     HttpResponse page_request(const std::string& cls, const HttpRequest& req, std::string path);
-    HttpResponse refuse_cross_site(const HttpRequest& req, const std::string& path, const std::string& why);
-    // anonymous: run without the request's session and set no cookie.
-    HttpResponse run_page(const std::string& cls, const HttpRequest& req, std::string path, bool anonymous);
-    // True when account id sent or received a mail that has Email/name attached.
-    bool mail_attachment_of(const std::string& name, const Value& id);
-    HttpResponse serve_static(const std::string& norm, const HttpRequest& req);
-    bool may_read(const std::string& norm, const HttpRequest& req);
-
-    // The site's small static files in memory, each checked against the
-    // disk at most once a second: no open, read and close per request.
-    struct CachedFile {
-        std::string bytes, etag, last_modified, content_type, cache_control;
-        std::uint64_t size = 0;
-        std::int64_t mtime_ns = 0;
-        mutable std::atomic<std::int64_t> checked_ms{0};  // steady clock
-    };
-    std::shared_ptr<const CachedFile> cached_file(const std::string& norm);
-    std::mutex cache_mu_;
-    std::unordered_map<std::string, std::shared_ptr<const CachedFile>> cache_;
-    std::uint64_t cache_bytes_ = 0;
+    // stranger: run without the request's session and set no cookie.
+    HttpResponse run_page(const std::string& cls, const HttpRequest& req, std::string path, bool stranger);
+    // A file below the root: private ones only for a session that may read them.
+    HttpResponse file_request(const std::string& norm, const HttpRequest& req);
+    void log_refusal(const char* what, const HttpRequest& req, const std::string& path, const std::string& why);
 
     std::string root_;
     std::string dialog_script_;  // the bundle for pages that only need dialogs
     SessionStore sessions_;
     LoginThrottleTable throttle_;
     FileLog log_;
+    StaticFiles static_files_;
+    PrivateFiles private_files_;
 };
 
 // The frame's request data for an HTTP request whose URL path decodes to path.
 RequestData request_data(const HttpRequest& req, std::string path);
-
-// Content type for a file name, by its extension.
-std::string content_type_for(const std::string& name);
-
-// Makes a site instance in dir from the template: the static files, the
-// empty folders the pages write into, and the database (an existing one is
-// left alone).
-void init_site(const std::string& dir, const std::string& template_dir);
-
-// The default application log of an instance: beside its folder.
-std::string default_log_path(const std::string& dir);
 
 }  // namespace tav

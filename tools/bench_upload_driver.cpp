@@ -13,6 +13,7 @@
 #include <unistd.h>
 
 #include "server/http_types.h"
+#include "server/instance.h"
 #include "server/site.h"
 
 namespace {

@@ -481,6 +481,11 @@ TEST_F(StoreTest, ValuesAreBoundByTheirPlace) {
         {"select count(id) as num from user where username='"_sql + sql_name("user") + "'", -1},
         {"select count(id) as num from user where username='"_sql + V("x"), -1},  // literal left open
         {"select count(id) as num from user where id=:t1", -1},  // placeholder-like program text
+        // Literals, names and comments that go on across the joined values.
+        {"select count(id) as num from user where username='"_sql + V("ad") + V("min") + "'", 1},
+        {"select count(id) as num from user where username='a"_sql + V("x") + "''s' or id=" + 1, 1},
+        {"select count(id) as num from user where \""_sql + V("id") + "\"=1", -1},
+        {"select count(id) as num from user -- c\n where id="_sql + 1, 1},
     };
     for (const Case& c : cases) {
         SCOPED_TRACE(c.sql.joined());

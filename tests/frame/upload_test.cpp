@@ -81,7 +81,6 @@ TEST_F(UploadTest, FieldsAndChineseFileNameSavedWhole) {
                       {"empty", {}, ""}});
     std::string out = run(multipart_request(body), [&](BodyPage& page) {
         UploadGroup up{page};
-        up.upI_init();
         up.upload_initialize();
         std::string name = "Book_Title";
         EXPECT_EQ(up.upload_form(name), "留言 标题");
@@ -232,7 +231,6 @@ static HttpRequest get_request(const std::string& target) {
 TEST_F(UploadTest, WithoutBodyEverythingIsEmpty) {
     std::string out = run(get_request("/x.asp"), [&](BodyPage& page) {
         UploadGroup up{page};
-        up.upI_init();
         up.upload_initialize();
         std::string n = "anything";
         EXPECT_EQ(up.upload_form(n), "");

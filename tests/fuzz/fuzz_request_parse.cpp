@@ -12,6 +12,7 @@
 #include "frame/encoding.h"
 #include "frame/host.h"
 #include "server/http_types.h"
+#include "server/instance.h"
 #include "server/site.h"
 
 using namespace tav;

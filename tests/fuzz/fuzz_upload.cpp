@@ -92,7 +92,6 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
     UploadGroup::chunk = 1 + (size > 1 ? data[1] % 40 : 0);
     bool wrote = false;
     try {
-        small.upI_init();
         for (std::size_t i = 0; i < small.files().size(); ++i) {
             std::string n = small.files()[i].form_name;
             if (!small.upload_file(n, "Datas/", "").empty()) wrote = true;

@@ -62,6 +62,12 @@ TEST(StaticAccess, PrivateFoldersOnlyForTheirSessions) {
     for (const auto& c : cases) EXPECT_EQ(site.get(c.path).status, c.anonymous) << "form only: " << c.path;
     ASSERT_TRUE(site.login());
     for (const auto& c : cases) EXPECT_EQ(site.get(c.path).status, c.admin) << "admin: " << c.path;
+    // Renamed: the folder of the new name is the account's from the next
+    // request on, the old one no longer.
+    site.exec("update user set username='ann' where id=" + admin);
+    put(site, "user/ann/n.txt");
+    EXPECT_EQ(site.get("/user/ann/n.txt").status, 200);
+    EXPECT_EQ(site.get("/user/admin/a.txt").status, 404);
     site.get("/logout.asp");
     EXPECT_EQ(site.get("/user/admin/a.txt").status, 404);
 }

@@ -8,6 +8,7 @@
 
 #include "frame/encoding.h"
 #include "frame/paths.h"
+#include "server/instance.h"
 
 namespace fs = std::filesystem;
 

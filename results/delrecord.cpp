@@ -12,7 +12,6 @@ class delrecord : public Page {
 public:
     void I_init() override {
         dbI_init();
-        funI_init();
         Value ID = Request.querystring("ID");
         Value Table = Request.querystring("Table");
         allowed(LCase(Table), ID);

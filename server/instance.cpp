@@ -1,0 +1,50 @@
+#include "server/instance.h"
+
+#include <filesystem>
+#include <fstream>
+#include <sstream>
+#include <stdexcept>
+
+#include "frame/paths.h"
+#include "frame/site_layout.h"
+#include "frame/store.h"
+
+namespace fs = std::filesystem;
+
+namespace tav {
+
+std::string default_log_path(const std::string& dir) {
+    std::string d = fs::weakly_canonical(dir).string();
+    while (d.size() > 1 && d.back() == '/') d.pop_back();
+    return d + ".log";
+}
+
+void init_site(const std::string& dir, const std::string& template_dir) {
+    fs::create_directories(dir);
+    fs::path tpl(template_dir), dst(dir);
+    // The template's database folder holds the SQL the database is built from.
+    const fs::path tpl_db = tpl / layout::kDatabaseFolder;
+    for (auto it = fs::recursive_directory_iterator(tpl); it != fs::recursive_directory_iterator(); ++it) {
+        fs::path rel = fs::relative(it->path(), tpl);
+        if (layout::is_database_folder(rel.begin()->string())) continue;
+        if (it->is_directory())
+            fs::create_directories(dst / rel);
+        else if (it->is_regular_file())
+            fs::copy_file(it->path(), dst / rel, fs::copy_options::overwrite_existing);
+    }
+    for (std::string_view sub : layout::kInstanceFolders) fs::create_directories(dst / sub);
+    fs::path db = layout::database_path(dst.string());
+    if (fs::exists(db)) return;
+    std::string sql;
+    for (const char* name : {"schema.sql", "seed.sql"}) {
+        std::ifstream in(tpl_db / name, std::ios::binary);
+        if (!in) throw std::runtime_error(std::string("missing ") + (tpl_db / name).string());
+        std::stringstream ss;
+        ss << in.rdbuf();
+        sql += ss.str();
+        sql += "\n";
+    }
+    build_database(db.string(), sql);
+}
+
+}  // namespace tav

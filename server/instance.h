@@ -1,0 +1,16 @@
+// A site instance on disk: made from the template, and where its log goes.
+#pragma once
+
+#include <string>
+
+namespace tav {
+
+// Makes a site instance in dir from the template: the static files, the
+// empty folders the pages write into, and the database (an existing one is
+// left alone).
+void init_site(const std::string& dir, const std::string& template_dir);
+
+// The default application log of an instance: beside its folder.
+std::string default_log_path(const std::string& dir);
+
+}  // namespace tav
