@@ -13,7 +13,6 @@ public:
 
     void I_init() override {
         dbI_init();
-        words.wordstrI_init();
 
         words.write_poll_head("stat_time");
         Response.line("</head>");
@@ -73,7 +72,6 @@ public:
         conn.close();
         Response.line("</body>");
         Response.line("</html>");
-        Response.write("");
     }
 
 private:
