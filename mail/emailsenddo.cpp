@@ -22,7 +22,6 @@ public:
         rs = conn.execute("select top 1 id from email");
         if (!rs.eof()) prefix = rs("id");
 
-        up.upI_init();
         up.set_quota(mail_attachment_quota());
         up.upload_initialize();
         // A position the form's arrays did not hold came back as "undefined";
