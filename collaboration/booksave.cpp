@@ -15,8 +15,6 @@ public:
         Response.buffer(true);
         Server.ScriptTimeOut(5000);
         dbI_init();
-        funI_init();
-        up.upI_init();
 
         std::string ip = Request.ServerVariables("remote_addr");
         up.upload_initialize();
