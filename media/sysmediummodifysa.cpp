@@ -15,8 +15,6 @@ public:
         Response.buffer(true);
         Server.ScriptTimeOut(5000);
         dbI_init();
-        funI_init();
-        up.upI_init();
 
         up.upload_initialize();
         Value id = form("id");
