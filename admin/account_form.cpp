@@ -36,11 +36,13 @@ void check_step(const std::string& condition, const std::string& alert, const st
 }  // namespace
 
 void write_account_check(const AccountForm& form) {
-    Response.line("<script language=\"JavaScript\">");
-    Response.line("function check()");
-    Response.line("{");
-    Response.line("  var f = document.form1;");
-    Response.line("  var allowed = \"0123456789abcdefghijklmnopqrstuvwxyzABCDEFGHIJKLMNOPQRSTUVWXYZ_\";");
+    Response.lines(R"(
+<script language="JavaScript">
+function check()
+{
+  var f = document.form1;
+  var allowed = "0123456789abcdefghijklmnopqrstuvwxyzABCDEFGHIJKLMNOPQRSTUVWXYZ_";
+)");
     check_step("f.UserName.value == \"\"", "\"请填写用户账号\"", "", "UserName");
     check_step("!IsAccount(f.UserName.value)",
                "\"用户账号含有非法字符！\\n合法字符只能是字母(a-z,A-Z)，数字(0-9)，下划线(_)。\"", "", "UserName");
@@ -63,9 +65,11 @@ void write_account_check(const AccountForm& form) {
     if (form.use == AccountForm::Use::AdminProfile)
         check_step("Str1CharAllInStr2(f.record.value, \"0123456789\") == 0", "\"保存用户活动记载只能输入数字。\"",
                    "f.record.value = \"\";", "record");
-    Response.line("  return (true);");
-    Response.line("}");
-    Response.line("</script>");
+    Response.lines(R"(
+  return (true);
+}
+</script>
+)");
 }
 
 void write_account_form(Page& page, const AccountForm& form) {

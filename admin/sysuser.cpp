@@ -17,18 +17,18 @@ public:
         rs = bar.fetch("select * from User order by id DESC");
 
         write_head({});
-        Response.line("<script language=\"JavaScript\">");
-        Response.line("function new_user()");
-        Response.line("{");
-        Response.line("  window.open(\"NewRegister.asp\", \"detail\");");
-        Response.line("}");
-        Response.line("</script>");
-        Response.line("</head>");
-        Response.line("<body>");
-        Response.line("<table width=\"100%\" border=\"1\" cellspacing=\"0\" cellpadding=\"2\" bordercolorlight=\"#000000\" "
-                      "bordercolordark=\"#FFFFFF\">");
-        Response.line("<tr><td colspan=\"8\" height=\"25\" bgcolor=\"#336699\"><font color=\"#FFFFFF\">"
-                      "系统管理 =>>用户信息管理</font></td></tr>");
+        Response.lines(R"(
+<script language="JavaScript">
+function new_user()
+{
+  window.open("NewRegister.asp", "detail");
+}
+</script>
+</head>
+<body>
+<table width="100%" border="1" cellspacing="0" cellpadding="2" bordercolorlight="#000000" bordercolordark="#FFFFFF">
+<tr><td colspan="8" height="25" bgcolor="#336699"><font color="#FFFFFF">系统管理 =>>用户信息管理</font></td></tr>
+)");
         // The mail column is kept in the markup but out of sight.
         Response.line("<tr bgcolor=\"#E0E0E0\" align=\"center\"><td>用户账号</td><td>部门</td><td>真实姓名</td>"
                       "<td>性别</td><td>电话</td><!--<td>电子信箱</td>--><td>修改</td><td>删除</td></tr>");
@@ -62,7 +62,6 @@ public:
         bar.write_script();
         Response.line("</body>");
         Response.line("</html>");
-        Response.write("");
     }
 };
 

@@ -17,10 +17,11 @@ public:
         rs = conn.execute("select * from Monitor where user_id="_sql + ID + " order by id DESC");
 
         write_head({});
-        Response.line("</head>");
-        Response.line("<body>");
-        Response.line("<table width=\"650\" border=\"1\" align=\"center\" cellspacing=\"0\" cellpadding=\"2\" "
-                      "bordercolorlight=\"#000000\" bordercolordark=\"#FFFFFF\">");
+        Response.lines(R"(
+</head>
+<body>
+<table width="650" border="1" align="center" cellspacing="0" cellpadding="2" bordercolorlight="#000000" bordercolordark="#FFFFFF">
+)");
         Response.line("<tr><td colspan=\"3\" height=\"25\" bgcolor=\"#336699\"><font color=\"#FFFFFF\">" +
                       html_text(truename) + "[" + html_text(username) + "] 最近活动记载</font></td></tr>");
         Response.line("<tr bgcolor=\"#E0E0E0\" align=\"center\"><td colspan=\"2\" width=\"85%\">当日活动记载</td>"
@@ -41,12 +42,12 @@ public:
         }
         Response.write(out);
         if (n == 0) Response.line("<tr><td colspan=\"2\">此用户今日没有来！</td><td>&nbsp;</td></tr>");
-        Response.line("</table>");
-        Response.line("<p align=\"center\"><input type=\"button\" name=\"back\" value=\"返回\" class=\"buttons02\" "
-                      "onclick=\"history.back()\"></p>");
-        Response.line("</body>");
-        Response.line("</html>");
-        Response.write("");
+        Response.lines(R"html(
+</table>
+<p align="center"><input type="button" name="back" value="返回" class="buttons02" onclick="history.back()"></p>
+</body>
+</html>
+)html");
     }
 };
 

@@ -16,14 +16,13 @@ public:
         rs = bar.fetch("select * from User order by username ");
 
         write_head({});
-        Response.line("</head>");
-        Response.line("<body>");
-        Response.line("<table width=\"100%\" border=\"1\" cellspacing=\"0\" cellpadding=\"2\" bordercolorlight=\"#000000\" "
-                      "bordercolordark=\"#FFFFFF\">");
-        Response.line("<tr><td colspan=\"9\" height=\"25\" bgcolor=\"#336699\"><font color=\"#FFFFFF\">"
-                      "系统管理 =>>用户权限管理</font></td></tr>");
-        Response.line("<tr bgcolor=\"#E0E0E0\" align=\"center\"><td>用户账号</td><td>部门</td><td>真实姓名</td>"
-                      "<td>性别</td><td>电话</td><td>电子信箱</td><td>权限管理</td></tr>");
+        Response.lines(R"(
+</head>
+<body>
+<table width="100%" border="1" cellspacing="0" cellpadding="2" bordercolorlight="#000000" bordercolordark="#FFFFFF">
+<tr><td colspan="9" height="25" bgcolor="#336699"><font color="#FFFFFF">系统管理 =>>用户权限管理</font></td></tr>
+<tr bgcolor="#E0E0E0" align="center"><td>用户账号</td><td>部门</td><td>真实姓名</td><td>性别</td><td>电话</td><td>电子信箱</td><td>权限管理</td></tr>
+)");
         long n = 1;
         for (; bar.within(n) && !rs.eof(); ++n) {
             Response.line(table_row(
@@ -39,7 +38,6 @@ public:
         bar.write_bar();
         Response.line("</body>");
         Response.line("</html>");
-        Response.write("");
     }
 };
 

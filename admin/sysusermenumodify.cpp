@@ -60,12 +60,12 @@ public:
         Response.line("</td></tr>");
         Response.line("</table>");
         Response.line("<p align=\"center\"><input type=\"hidden\" name=\"ID\" value=\"" + html_text(ID) + "\">");
-        Response.line("<input type=\"submit\" name=\"btnSet\" value=\"提交\" class=\"buttons02\"> "
-                      "<input type=\"reset\" name=\"close\" value=\"返回\" class=\"buttons02\" onclick=\"history.back()\"></p>");
-        Response.line("</form>");
-        Response.line("</body>");
-        Response.line("</html>");
-        Response.write("");
+        Response.lines(R"html(
+<input type="submit" name="btnSet" value="提交" class="buttons02"> <input type="reset" name="close" value="返回" class="buttons02" onclick="history.back()"></p>
+</form>
+</body>
+</html>
+)html");
     }
 
 private:

@@ -19,16 +19,16 @@ public:
         write_head({.title = "Tavelor"});
         Response.line("<script language=\"JavaScript\" src=\"TavelorJS.js\"></script>");
         write_account_check(form);
-        Response.line("</head>");
-        Response.line("<body>");
-        Response.line("<table width=\"100%\" border=\"0\" cellspacing=\"0\" cellpadding=\"0\">");
-        Response.line("<tr><td height=\"25\" align=\"center\" bgcolor=\"#336699\"><font color=\"#FFFFFF\">"
-                      "系统管理 =>>用户信息修改</font></td></tr>");
-        Response.line("</table>");
+        Response.lines(R"(
+</head>
+<body>
+<table width="100%" border="0" cellspacing="0" cellpadding="0">
+<tr><td height="25" align="center" bgcolor="#336699"><font color="#FFFFFF">系统管理 =>>用户信息修改</font></td></tr>
+</table>
+)");
         write_account_form(*this, form);
         Response.line("</body>");
         Response.line("</html>");
-        Response.write("");
     }
 };
 

@@ -38,24 +38,24 @@ public:
             }
         }
         write_head({.title = "Tavelor"});
-        Response.line("<script language=\"JavaScript\" src=\"TavelorJS.js\"></script>");
-        Response.line("<script language=\"JavaScript\">");
-        Response.line("function check()");
-        Response.line("{");
-        Response.line("  var f = document.form1;");
-        Response.line("  var allowed = \"0123456789abcdefghijklmnopqrstuvwxyzABCDEFGHIJKLMNOPQRSTUVWXYZ_\";");
-        Response.line("  if (f.NewPassWord.value == \"\") { alert(\"请填写密码\"); f.NewPassWord.focus(); return (false); }");
-        Response.line("  if (Str1CharAllInStr2(f.NewPassWord.value, allowed) == 0) { alert(\"密码中含有非法字符。\"); "
-                      "f.NewPassWord.value = \"\"; f.NewPassWord.focus(); return (false); }");
-        Response.line("  if (f.NewPassWord.value != f.NewPassWord1.value) { alert(\"新密码与确认密码不一致,请重新输入!\"); "
-                      "f.NewPassWord1.value = \"\"; f.NewPassWord1.focus(); return (false); }");
-        Response.line("  return (true);");
-        Response.line("}");
-        Response.line("</script>");
-        Response.line("</head>");
-        Response.line("<body>");
-        Response.line("<table width=\"100%\" border=\"0\" cellspacing=\"1\" cellpadding=\"3\" bgcolor=\"#336699\">");
-        Response.line("<tr><td colspan=\"2\" height=\"25\" align=\"center\"><font color=\"#FFFFFF\">修改个人密码</font></td></tr>");
+        Response.lines(R"(
+<script language="JavaScript" src="TavelorJS.js"></script>
+<script language="JavaScript">
+function check()
+{
+  var f = document.form1;
+  var allowed = "0123456789abcdefghijklmnopqrstuvwxyzABCDEFGHIJKLMNOPQRSTUVWXYZ_";
+  if (f.NewPassWord.value == "") { alert("请填写密码"); f.NewPassWord.focus(); return (false); }
+  if (Str1CharAllInStr2(f.NewPassWord.value, allowed) == 0) { alert("密码中含有非法字符。"); f.NewPassWord.value = ""; f.NewPassWord.focus(); return (false); }
+  if (f.NewPassWord.value != f.NewPassWord1.value) { alert("新密码与确认密码不一致,请重新输入!"); f.NewPassWord1.value = ""; f.NewPassWord1.focus(); return (false); }
+  return (true);
+}
+</script>
+</head>
+<body>
+<table width="100%" border="0" cellspacing="1" cellpadding="3" bgcolor="#336699">
+<tr><td colspan="2" height="25" align="center"><font color="#FFFFFF">修改个人密码</font></td></tr>
+)");
         Response.line("<tr bgcolor=\"#F5F5F5\"><td width=\"30%\" align=\"right\">真实姓名</td><td>" + html_text(truename) +
                       "</td></tr>");
         Response.line("<tr bgcolor=\"#F5F5F5\"><td align=\"right\">用户账号</td><td>" + html_text(username) + "</td></tr>");
@@ -69,13 +69,13 @@ public:
             Response.line(std::string("<tr bgcolor=\"#F5F5F5\"><td width=\"30%\" align=\"right\">") + box[0] +
                           "</td><td><input type=\"password\" name=\"" + box[1] +
                           "\" maxlength=\"18\" size=\"20\"><font color=\"red\">*</font></td></tr>");
-        Response.line("<tr bgcolor=\"#E0E0E0\"><td colspan=\"2\" align=\"center\">"
-                      "<input type=\"submit\" name=\"Submit\" value=\" 确 认 \" class=\"buttons02\"></td></tr>");
-        Response.line("</table>");
-        Response.line("</form>");
-        Response.line("</body>");
-        Response.line("</html>");
-        Response.write("");
+        Response.lines(R"(
+<tr bgcolor="#E0E0E0"><td colspan="2" align="center"><input type="submit" name="Submit" value=" 确 认 " class="buttons02"></td></tr>
+</table>
+</form>
+</body>
+</html>
+)");
     }
 };
 

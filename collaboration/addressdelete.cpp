@@ -19,18 +19,18 @@ public:
         Response.line("您确信要删除联系人：" + html_text(name) + " 吗？");
         Response.line("<br><br>");
         Response.line("<input type=\"hidden\" name=\"ID\" value=\"" + html_text(id) + "\">");
-        Response.line("<INPUT class=\"buttons02\" type=\"submit\" value=\"删除\" name=\"Submit2\">");
-        Response.line("<INPUT class=\"buttons02\" type=\"button\" value=\"返回\" name=\"Submit2\" "
-                      "onclick=\"window.history.back()\">");
-        Response.line("</td></tr>");
-        Response.line("<tr><td height=\"4\" bgcolor=\"#6d8e4d\"></td></tr>");
-        Response.line("</table>");
-        Response.line("</td></tr>");
-        Response.line("</table>");
-        Response.line("</form>");
-        Response.line("</body>");
-        Response.line("</html>");
-        Response.write("");
+        Response.lines(R"html(
+<INPUT class="buttons02" type="submit" value="删除" name="Submit2">
+<INPUT class="buttons02" type="button" value="返回" name="Submit2" onclick="window.history.back()">
+</td></tr>
+<tr><td height="4" bgcolor="#6d8e4d"></td></tr>
+</table>
+</td></tr>
+</table>
+</form>
+</body>
+</html>
+)html");
     }
 };
 

@@ -27,25 +27,27 @@ public:
         conn.close();
 
         write_head({});
-        Response.line("<script language=\"JavaScript\" src=\"TavelorJS.js\"></script>");
-        Response.line("<script language=\"JavaScript\">");
-        Response.line("function check(){");
-        Response.line("  if (document.form1.Name.value==\"\"){");
-        Response.line("    alert(\"请填写用户姓名\");");
-        Response.line("    document.form1.Name.focus();");
-        Response.line("    return false;");
-        Response.line("  }");
-        Response.line("  if (document.form1.Email.value!=\"\" && !IsValidEmail(document.form1.Email.value)){");
-        Response.line("    alert(\"请填写正确的电子信箱！\");");
-        Response.line("    document.form1.Email.focus();");
-        Response.line("    return false;");
-        Response.line("  }");
-        Response.line("  return true;");
-        Response.line("}");
-        Response.line("</script>");
-        Response.line("</head>");
-        Response.line("<body>");
-        Response.line("<form name=\"form1\" method=\"post\" action=\"Address_EditDo.asp\" onsubmit=\"return check()\">");
+        Response.lines(R"html(
+<script language="JavaScript" src="TavelorJS.js"></script>
+<script language="JavaScript">
+function check(){
+  if (document.form1.Name.value==""){
+    alert("请填写用户姓名");
+    document.form1.Name.focus();
+    return false;
+  }
+  if (document.form1.Email.value!="" && !IsValidEmail(document.form1.Email.value)){
+    alert("请填写正确的电子信箱！");
+    document.form1.Email.focus();
+    return false;
+  }
+  return true;
+}
+</script>
+</head>
+<body>
+<form name="form1" method="post" action="Address_EditDo.asp" onsubmit="return check()">
+)html");
         if (id.blank()) {
             Response.line("<input type=\"hidden\" name=\"Append\" value=\"Yes\">");
         } else {
@@ -66,15 +68,13 @@ public:
         field("电子信箱", false, "<input type=\"text\" name=\"Email\" maxlength=\"50\" value=\"" + html_text(mail) + "\">");
         field("工作单位", false,
               "<input type=\"text\" name=\"Work\" maxlength=\"50\" size=\"40\" value=\"" + html_text(work) + "\">");
-        Response.line("<tr><td colspan=\"2\" align=\"center\" height=\"30\">"
-                      "<input type=\"submit\" class=\"buttons02\" name=\"Submit\" value=\"确认\"> "
-                      "<input type=\"button\" class=\"buttons02\" name=\"back\" value=\"返回\" "
-                      "onclick=\"window.history.back()\"></td></tr>");
-        Response.line("</table>");
-        Response.line("</form>");
-        Response.line("</body>");
-        Response.line("</html>");
-        Response.write("");
+        Response.lines(R"html(
+<tr><td colspan="2" align="center" height="30"><input type="submit" class="buttons02" name="Submit" value="确认"> <input type="button" class="buttons02" name="back" value="返回" onclick="window.history.back()"></td></tr>
+</table>
+</form>
+</body>
+</html>
+)html");
     }
 
 private:

@@ -22,15 +22,12 @@ public:
         Response.line("</head>");
         Response.line("<body>");
         // The search form is a leftover without fields; nothing reads its action.
-        Response.line("<form name=\"searchform\" method=\"post\" action=\"Address_List.asp?action=search\">");
-        Response.line("<table width=\"100%\" border=\"1\" cellspacing=\"0\" cellpadding=\"2\" bordercolorlight=\"#336699\" "
-                      "bordercolordark=\"#FFFFFF\">");
-        Response.line("<tr bgcolor=\"#336699\"><td colspan=\"8\" height=\"22\"><font color=\"#FFFFFF\">"
-                      "<img src=\"images/arrow1.gif\"> 日程安排-->>我的名片夹</font></td></tr>");
-        Response.line("<tr align=\"center\" bgcolor=\"#E0E0E0\"><td>姓名</td><td>性别</td><td>工作单位</td>"
-                      "<td>电话</td><td>手机</td><td>电子邮件</td>"
-                      "<!--<td>邮编</td><td>通讯地址</td><td>备注</td>-->"
-                      "<td>修改</td><td>删除</td></tr>");
+        Response.lines(R"(
+<form name="searchform" method="post" action="Address_List.asp?action=search">
+<table width="100%" border="1" cellspacing="0" cellpadding="2" bordercolorlight="#336699" bordercolordark="#FFFFFF">
+<tr bgcolor="#336699"><td colspan="8" height="22"><font color="#FFFFFF"><img src="images/arrow1.gif"> 日程安排-->>我的名片夹</font></td></tr>
+<tr align="center" bgcolor="#E0E0E0"><td>姓名</td><td>性别</td><td>工作单位</td><td>电话</td><td>手机</td><td>电子邮件</td><!--<td>邮编</td><td>通讯地址</td><td>备注</td>--><td>修改</td><td>删除</td></tr>
+)");
         long n = 1;
         for (; bar.within(n) && !rs.eof(); ++n) {
             std::string id = html_text(rs("id"));
@@ -52,7 +49,6 @@ public:
         conn.close();
         Response.line("</body>");
         Response.line("</html>");
-        Response.write("");
     }
 };
 

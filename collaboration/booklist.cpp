@@ -25,10 +25,11 @@ public:
         rs = bar.fetch("select * from Book where Reply_id=0 order by Book_date DESC");
 
         write_head({.title = "GuestBook List", .no_cache_days = 5});
-        Response.line("</head>");
-        Response.line("<body>");
-        Response.line("<table width=\"100%\" border=\"1\" cellspacing=\"0\" cellpadding=\"2\" "
-                      "bordercolorlight=\"#999999\" bordercolordark=\"#FFFFFF\">");
+        Response.lines(R"(
+</head>
+<body>
+<table width="100%" border="1" cellspacing="0" cellpadding="2" bordercolorlight="#999999" bordercolordark="#FFFFFF">
+)");
         Response.line(std::string("<tr bgcolor=\"#336699\"><td colspan=\"") + (manager ? "7" : "6") +
                       "\" height=\"25\"><font color=\"#FFFFFF\"><img src=\"images/arrow1.gif\"> "
                       "网络互动->>留言薄列表</font></td></tr>");
@@ -66,7 +67,6 @@ public:
                       "onclick=\"window.location.href='Book_Write.asp'\">");
         Response.line("</body>");
         Response.line("</html>");
-        Response.write("");
     }
 };
 

@@ -19,15 +19,13 @@ public:
                           "order by id DESC");
 
         write_head({.title = "GuestBook List"});
-        Response.line("</head>");
-        Response.line("<body>");
-        Response.line("<table width=\"100%\" border=\"1\" cellspacing=\"0\" cellpadding=\"2\" "
-                      "bordercolorlight=\"#999999\" bordercolordark=\"#FFFFFF\">");
-        Response.line("<tr bgcolor=\"#336699\"><td colspan=\"6\" height=\"25\"><font color=\"#FFFFFF\">"
-                      "<img src=\"images/arrow1.gif\"> 网络互动->>留言薄->本人留言回复列表</font></td></tr>");
-        Response.line("<tr align=\"center\" bgcolor=\"#E0E0E0\"><td width=\"40\">序号</td><td>留言主题</td>"
-                      "<td width=\"80\">留言者</td><td width=\"60\">阅读次数</td><td width=\"50\">回复数</td>"
-                      "<td width=\"140\">留言日期</td></tr>");
+        Response.lines(R"(
+</head>
+<body>
+<table width="100%" border="1" cellspacing="0" cellpadding="2" bordercolorlight="#999999" bordercolordark="#FFFFFF">
+<tr bgcolor="#336699"><td colspan="6" height="25"><font color="#FFFFFF"><img src="images/arrow1.gif"> 网络互动->>留言薄->本人留言回复列表</font></td></tr>
+<tr align="center" bgcolor="#E0E0E0"><td width="40">序号</td><td>留言主题</td><td width="80">留言者</td><td width="60">阅读次数</td><td width="50">回复数</td><td width="140">留言日期</td></tr>
+)");
 
         long printed = 0;
         while (!rs.eof() && printed < 10) {
@@ -48,10 +46,11 @@ public:
         }
         if (printed == 0)
             Response.line("<tr height=\"25\"><td colspan=\"6\" align=\"center\">没有新的留言回复信息</td></tr>");
-        Response.line("</table>");
-        Response.line("</body>");
-        Response.line("</html>");
-        Response.write("");
+        Response.lines(R"(
+</table>
+</body>
+</html>
+)");
     }
 };
 

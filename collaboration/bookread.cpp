@@ -21,9 +21,11 @@ public:
         monitor("查看留言: " + title);
 
         write_head({.title = "信息显示"});
-        Response.line("</head>");
-        Response.line("<body>");
-        Response.line("<form name=\"myform\" method=\"get\" action=\"Book_Write.asp\">");
+        Response.lines(R"(
+</head>
+<body>
+<form name="myform" method="get" action="Book_Write.asp">
+)");
         Response.line("<input type=\"hidden\" name=\"id\" value=\"" + html_text(ID) + "\">");
         Response.line("<table width=\"100%\" border=\"0\" cellspacing=\"0\" cellpadding=\"3\">");
         Response.line("<tr bgcolor=\"#336699\"><td height=\"25\"><font color=\"#FFFFFF\">"
@@ -58,12 +60,12 @@ public:
         if (shown < reply_num)
             Response.line("<p><font color=\"red\"> 此留言部分或全部回复已经被管理员删除！</font></p>");
 
-        Response.line("<p align=\"center\"><input type=\"submit\" class=\"buttons02\" value=\"回 复\">&nbsp;"
-                      "<input type=\"button\" class=\"buttons02\" value=\"返 回\" onclick=\"history.back()\"></p>");
-        Response.line("</form>");
-        Response.line("</body>");
-        Response.line("</html>");
-        Response.write("");
+        Response.lines(R"html(
+<p align="center"><input type="submit" class="buttons02" value="回 复">&nbsp;<input type="button" class="buttons02" value="返 回" onclick="history.back()"></p>
+</form>
+</body>
+</html>
+)html");
         conn.execute("update Book set Read_num=Read_num+1 where ID="_sql + ID);
     }
 };

@@ -25,14 +25,13 @@ public:
 
         Response.client_compat(kCompatDialogs);
         write_head({.title = "写留言"});
-        Response.line("</head>");
-        Response.line("<body>");
-        Response.line("<div id=\"wait1\" style=\"display:none\"><br><br><p align=\"center\">"
-                      "<font color=\"red\">系统正在保存留言，请稍候... </font><font color=\"blue\">Going ...</font>"
-                      "</p></div>");
-        Response.line("<div id=\"a1\">");
-        Response.line("<form name=\"postform\" method=\"post\" action=\"Book_Save.asp\" "
-                      "enctype=\"multipart/form-data\">");
+        Response.lines(R"(
+</head>
+<body>
+<div id="wait1" style="display:none"><br><br><p align="center"><font color="red">系统正在保存留言，请稍候... </font><font color="blue">Going ...</font></p></div>
+<div id="a1">
+<form name="postform" method="post" action="Book_Save.asp" enctype="multipart/form-data">
+)");
         Response.line("<input type=\"hidden\" name=\"Reply_id\" value=\"" + html_text(id) + "\">");
         Response.line("<table width=\"100%\" border=\"0\" cellspacing=\"0\" cellpadding=\"2\">");
         Response.line("<tr bgcolor=\"#336699\"><td height=\"25\"><font color=\"#FFFFFF\">"
@@ -43,51 +42,56 @@ public:
         Response.line("<tr><td>");
         InputBox box{*this};
         box.inputboxI_init();
-        Response.line("<IFRAME class=\"mytext\" id=\"mytext\" width=\"530\" valign=\"bottom\" height=\"78%\">"
-                      "</IFRAME>");
-        Response.line("<input type=\"hidden\" name=\"body\" value=\"\">");
-        Response.line("</td></tr>");
-        Response.line("<tr><td><input type=\"button\" class=\"buttons02\" name=\"save\" value=\"保存留言\" "
-                      "onclick=\"editinfo()\"></td></tr>");
-        Response.line("</table>");
-        Response.line("</form>");
-        Response.line("</div>");
+        Response.lines(R"html(
+<IFRAME class="mytext" id="mytext" width="530" valign="bottom" height="78%"></IFRAME>
+<input type="hidden" name="body" value="">
+</td></tr>
+<tr><td><input type="button" class="buttons02" name="save" value="保存留言" onclick="editinfo()"></td></tr>
+</table>
+</form>
+</div>
+)html");
 
         // The form's own routine first, as plain script.
-        Response.line("<script language=\"javascript\">");
-        Response.line("function editinfo() {");
-        Response.line("  if (bTextMode) postform.body.value = mytext.document.body.innerText;");
-        Response.line("  else postform.body.value = mytext.document.body.innerHTML;");
-        Response.line("  if (postform.Book_Title.value == \"\") {");
-        Response.line("    alert(\"请输入留言主题！\");");
-        Response.line("    postform.Book_Title.focus();");
-        Response.line("    return;");
-        Response.line("  }");
-        Response.line("  if (postform.body.value == \"\") {");
-        Response.line("    alert(\"留言内容不能为空！\");");
-        Response.line("    return;");
-        Response.line("  }");
-        Response.line("  wait1.style.display = \"\";");
-        Response.line("  a1.style.display = \"none\";");
-        Response.line("  postform.submit();");
-        Response.line("}");
-        Response.line("</script>");
+        Response.lines(R"(
+<script language="javascript">
+function editinfo() {
+  if (bTextMode) postform.body.value = mytext.document.body.innerText;
+  else postform.body.value = mytext.document.body.innerHTML;
+  if (postform.Book_Title.value == "") {
+    alert("请输入留言主题！");
+    postform.Book_Title.focus();
+    return;
+  }
+  if (postform.body.value == "") {
+    alert("留言内容不能为空！");
+    return;
+  }
+  wait1.style.display = "";
+  a1.style.display = "none";
+  postform.submit();
+}
+</script>
+)");
         // The start routine keeps its first browser's event binding (a
         // function named document.onreadystatechange), which browsers today
         // refuse to parse: typed so that they leave it to edit.js, which
         // binds it and runs it.
-        Response.line("<script type=\"text/x-jscript\">");
-        Response.line("var note_body;");
-        Response.line("if (parent.m_body + '1' != 'undefined1') note_body = parent.m_body;");
+        Response.lines(R"(
+<script type="text/x-jscript">
+var note_body;
+if (parent.m_body + '1' != 'undefined1') note_body = parent.m_body;
+)");
         // The start text is written into the editor's document: only the
         // formatting subset, and as a script literal that cannot end early.
         Response.line("else note_body = '" + js_string(allow_markup(body)) + "';");
         box.write_ready_routine("10pt arial,sans-serif");
-        Response.line("</script>");
-        Response.line("<script language=\"javascript\" src=\"edit.js\"></script>");
-        Response.line("</body>");
-        Response.line("</html>");
-        Response.write("");
+        Response.lines(R"(
+</script>
+<script language="javascript" src="edit.js"></script>
+</body>
+</html>
+)");
     }
 };
 

@@ -19,37 +19,40 @@ public:
         if (name.blank()) name = "所有人";
 
         write_head({.title = "发言区"});
-        Response.line("<script language=\"javascript\">");
-        Response.line("function checksays() {");
-        Response.line("  var f = document.enter;");
-        Response.line("  if (f.saystemp.value == \"\") {");
-        Response.line("    alert(\"请输入发言。\");");
-        Response.line("    return false;");
-        Response.line("  }");
-        Response.line("  if (f.saystemp.value == f.oldsays.value) {");
-        Response.line("    alert(\"内容不可重复。\");");
-        Response.line("    f.saystemp.focus();");
-        Response.line("    f.saystemp.select();");
-        Response.line("    return false;");
-        Response.line("  }");
-        Response.line("  f.oldsays.value = f.saystemp.value;");
-        Response.line("  f.saystemp.value = \"\";");
-        Response.line("  f.saystemp.focus();");
-        Response.line("  return true;");
-        Response.line("}");
-        Response.line("function ClearScreen() {");
-        Response.line("  parent.f1.location.href = \"about:blank\";");
-        Response.line("  setTimeout(\"write()\", 500);");
-        Response.line("}");
+        Response.lines(R"html(
+<script language="javascript">
+function checksays() {
+  var f = document.enter;
+  if (f.saystemp.value == "") {
+    alert("请输入发言。");
+    return false;
+  }
+  if (f.saystemp.value == f.oldsays.value) {
+    alert("内容不可重复。");
+    f.saystemp.focus();
+    f.saystemp.select();
+    return false;
+  }
+  f.oldsays.value = f.saystemp.value;
+  f.saystemp.value = "";
+  f.saystemp.focus();
+  return true;
+}
+function ClearScreen() {
+  parent.f1.location.href = "about:blank";
+  setTimeout("write()", 500);
+}
+)html");
         // IE's window had no write(); the delayed call above must stay as
         // harmless here as it was there.
-        Response.line("function write() {}");
-        Response.line("</script>");
-        Response.line("</head>");
-        Response.line("<body bgcolor=\"#6699cc\" leftmargin=\"5\" topmargin=\"4\">");
-        Response.line("<form name=\"enter\" method=\"post\" action=\"Chat_Save.asp\" target=\"f1\" "
-                      "onsubmit=\"return checksays()\">");
-        Response.line("<input type=\"hidden\" name=\"oldsays\" value=\"\">");
+        Response.lines(R"html(
+function write() {}
+</script>
+</head>
+<body bgcolor="#6699cc" leftmargin="5" topmargin="4">
+<form name="enter" method="post" action="Chat_Save.asp" target="f1" onsubmit="return checksays()">
+<input type="hidden" name="oldsays" value="">
+)html");
         Response.line("<font color=\"#FFFFFF\">" + html_text(truename) + "</font> 对 "
                       "<input type=\"text\" name=\"to_username\" value=\"" + html_text(name) +
                       "\" maxlength=\"10\" size=\"10\"> 说:"
@@ -57,10 +60,11 @@ public:
                       "<input type=\"submit\" name=\"send\" value=\"发言\">"
                       "<input type=\"button\" value=\"清屏\" onclick=\"ClearScreen()\">");
         Response.line("<input type=\"hidden\" name=\"Truename\" value=\"" + html_text(truename) + "\">");
-        Response.line("</form>");
-        Response.line("</body>");
-        Response.line("</html>");
-        Response.write("");
+        Response.lines(R"(
+</form>
+</body>
+</html>
+)");
     }
 };
 

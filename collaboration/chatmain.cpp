@@ -12,15 +12,16 @@ public:
         conn.close();
 
         write_head({.title = "Tavelor Chatroom", .style = false});
-        Response.line("</head>");
-        Response.line("<frameset rows=\"*,30,0\" border=\"0\" framespacing=\"0\" frameborder=\"NO\">");
-        Response.line("<frame name=\"f1\" src=\"Chat_Show.asp\" marginheight=\"3\" marginwidth=\"5\">");
-        Response.line("<frame name=\"f2\" src=\"Chat_Input.asp\" scrolling=\"NO\" noresize>");
-        Response.line("<frame name=\"b\" src=\"\" scrolling=\"NO\" noresize>");
-        Response.line("</frameset>");
-        Response.line("<noframes><body></body></noframes>");
-        Response.line("</html>");
-        Response.write("");
+        Response.lines(R"(
+</head>
+<frameset rows="*,30,0" border="0" framespacing="0" frameborder="NO">
+<frame name="f1" src="Chat_Show.asp" marginheight="3" marginwidth="5">
+<frame name="f2" src="Chat_Input.asp" scrolling="NO" noresize>
+<frame name="b" src="" scrolling="NO" noresize>
+</frameset>
+<noframes><body></body></noframes>
+</html>
+)");
     }
 };
 

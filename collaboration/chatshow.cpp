@@ -32,12 +32,14 @@ public:
     void I_init() override {
         Response.line("<meta http-equiv=\"REFRESH\" content=\"10\">");
         dbI_init();
-        Response.line("<style type=\"text/css\">");
-        Response.line("body, td { font-size: 9pt }");
-        Response.line("a { text-decoration: none }");
-        Response.line("a:hover { color: #FFFFFF; background-color: #000080 }");
-        Response.line("</style>");
-        Response.line("<body leftmargin=\"10\" topmargin=\"10\">");
+        Response.lines(R"(
+<style type="text/css">
+body, td { font-size: 9pt }
+a { text-decoration: none }
+a:hover { color: #FFFFFF; background-color: #000080 }
+</style>
+<body leftmargin="10" topmargin="10">
+)");
         Response.write(html_text(Trim(Request.Form("oldsays"))));
         Response.write(html_text(Trim(Request.Form("username"))));
 
@@ -60,7 +62,6 @@ public:
         }
         rs.close();
         conn.close();
-        Response.write("");
     }
 };
 

@@ -11,14 +11,13 @@ public:
         dbI_init();
         rs = conn.execute("select * from User where online=1");
         write_head({});
-        Response.line("</head>");
-        Response.line("<body>");
-        Response.line("<table width=\"100%\" border=\"1\" cellspacing=\"0\" cellpadding=\"2\" bordercolorlight=\"#336699\" "
-                      "bordercolordark=\"#FFFFFF\">");
-        Response.line("<tr bgcolor=\"#336699\"><td colspan=\"5\" height=\"22\"><font color=\"#FFFFFF\">"
-                      "<img src=\"images/arrow1.gif\"> 在线用户名单</font></td></tr>");
-        Response.line("<tr align=\"center\" bgcolor=\"#E0E0E0\"><td>用户账号</td><td>部门</td><td>真实姓名</td>"
-                      "<td>性别</td><td>电话</td><!--<td>电子信箱</td>--></tr>");
+        Response.lines(R"(
+</head>
+<body>
+<table width="100%" border="1" cellspacing="0" cellpadding="2" bordercolorlight="#336699" bordercolordark="#FFFFFF">
+<tr bgcolor="#336699"><td colspan="5" height="22"><font color="#FFFFFF"><img src="images/arrow1.gif"> 在线用户名单</font></td></tr>
+<tr align="center" bgcolor="#E0E0E0"><td>用户账号</td><td>部门</td><td>真实姓名</td><td>性别</td><td>电话</td><!--<td>电子信箱</td>--></tr>
+)");
         long n = 0;
         while (!rs.eof()) {
             Recordset dept = conn.execute("select name from Department where id="_sql + rs("departmentid"));
@@ -42,7 +41,6 @@ public:
         conn.close();
         Response.line("</body>");
         Response.line("</html>");
-        Response.write("");
     }
 };
 

@@ -20,14 +20,13 @@ public:
         write_head({});
         Response.line("<meta http-equiv=\"pragma\" content=\"no-cache\">");
         Response.line("<meta http-equiv=\"expires\" content=\"" + NowText(0) + "\">");
-        Response.line("</head>");
-        Response.line("<body>");
-        Response.line("<table width=\"100%\" border=\"1\" cellspacing=\"0\" cellpadding=\"2\" bordercolorlight=\"#336699\" "
-                      "bordercolordark=\"#FFFFFF\">");
-        Response.line("<tr bgcolor=\"#336699\"><td colspan=\"5\" height=\"22\"><font color=\"#FFFFFF\">"
-                      "<img src=\"images/arrow1.gif\"> 我的电脑->>我的流水帐</font></td></tr>");
-        Response.line("<tr align=\"center\" bgcolor=\"#E0E0E0\"><td>序号</td><td>记载主题</td><td>金额</td>"
-                      "<td>备注</td><td>日期</td></tr>");
+        Response.lines(R"(
+</head>
+<body>
+<table width="100%" border="1" cellspacing="0" cellpadding="2" bordercolorlight="#336699" bordercolordark="#FFFFFF">
+<tr bgcolor="#336699"><td colspan="5" height="22"><font color="#FFFFFF"><img src="images/arrow1.gif"> 我的电脑->>我的流水帐</font></td></tr>
+<tr align="center" bgcolor="#E0E0E0"><td>序号</td><td>记载主题</td><td>金额</td><td>备注</td><td>日期</td></tr>
+)");
         long n = 1;
         for (; bar.within(n) && !rs.eof(); ++n) {
             std::string id = html_text(rs("id"));
@@ -50,7 +49,6 @@ public:
         conn.close();
         Response.line("</body>");
         Response.line("</html>");
-        Response.write("");
     }
 };
 

@@ -24,25 +24,26 @@ public:
         conn.close();
 
         write_head({});
-        Response.line("<script language=\"JavaScript\">");
-        Response.line("function isNumber(v){");
-        Response.line("  if (v==null || v==\"\") return 0;");
-        Response.line("  if (isNaN(v)) return 0;");
-        Response.line("  return 1;");
-        Response.line("}");
-        Response.line("function check(){");
-        Response.line("  var f=document.form1;");
-        Response.line("  if (f.Rec_Title.value==\"\"){ alert(\"请填写主题！\"); f.Rec_Title.focus(); return false; }");
-        Response.line("  if (f.Rec_Money.value==\"\"){ alert(\"请填写金额！\"); f.Rec_Money.focus(); return false; }");
-        Response.line("  if (isNumber(f.Rec_Money.value)==0){ alert(\"金额只能输入数字！\"); f.Rec_Money.focus(); "
-                      "return false; }");
-        Response.line("  if (f.Rec_text.value==\"\"){ alert(\"还是写一点事由吧！\"); f.Rec_text.focus(); return false; }");
-        Response.line("  return true;");
-        Response.line("}");
-        Response.line("</script>");
-        Response.line("</head>");
-        Response.line("<body>");
-        Response.line("<form name=\"form1\" method=\"get\" action=\"Record_Save.asp\" onsubmit=\"return check()\">");
+        Response.lines(R"html(
+<script language="JavaScript">
+function isNumber(v){
+  if (v==null || v=="") return 0;
+  if (isNaN(v)) return 0;
+  return 1;
+}
+function check(){
+  var f=document.form1;
+  if (f.Rec_Title.value==""){ alert("请填写主题！"); f.Rec_Title.focus(); return false; }
+  if (f.Rec_Money.value==""){ alert("请填写金额！"); f.Rec_Money.focus(); return false; }
+  if (isNumber(f.Rec_Money.value)==0){ alert("金额只能输入数字！"); f.Rec_Money.focus(); return false; }
+  if (f.Rec_text.value==""){ alert("还是写一点事由吧！"); f.Rec_text.focus(); return false; }
+  return true;
+}
+</script>
+</head>
+<body>
+<form name="form1" method="get" action="Record_Save.asp" onsubmit="return check()">
+)html");
         // Written without quotes, as the form always had it.
         Response.line("<input type=\"hidden\" name=\"id\" value=" + html_unquoted(id) + ">");
         Response.line("<table width=\"100%\" border=\"1\" cellspacing=\"0\" cellpadding=\"3\" bordercolorlight=\"#336699\" "
@@ -57,17 +58,14 @@ public:
                       html_text(money) + "\"></td></tr>");
         Response.line("<tr><td align=\"right\">事由</td><td><textarea name=\"Rec_text\" cols=\"50\" rows=\"10\" "
                       "class=\"small1\">" + html_text(text) + "</textarea></td></tr>");
-        Response.line("<tr><td colspan=\"2\"><font color=\"#FF0000\">*号要求必须填写，&nbsp;&nbsp;&nbsp;&nbsp;"
-                      "当“记载主题”为 del 时则删除此记录！</font></td></tr>");
-        Response.line("<tr><td colspan=\"2\" align=\"center\" height=\"30\">"
-                      "<input type=\"submit\" class=\"buttons02\" name=\"Submit\" value=\"确定\"> "
-                      "<input type=\"button\" class=\"buttons02\" name=\"back\" value=\"返回\" "
-                      "onclick=\"window.location.href='Record_List.asp'\"></td></tr>");
-        Response.line("</table>");
-        Response.line("</form>");
-        Response.line("</body>");
-        Response.line("</html>");
-        Response.write("");
+        Response.lines(R"(
+<tr><td colspan="2"><font color="#FF0000">*号要求必须填写，&nbsp;&nbsp;&nbsp;&nbsp;当“记载主题”为 del 时则删除此记录！</font></td></tr>
+<tr><td colspan="2" align="center" height="30"><input type="submit" class="buttons02" name="Submit" value="确定"> <input type="button" class="buttons02" name="back" value="返回" onclick="window.location.href='Record_List.asp'"></td></tr>
+</table>
+</form>
+</body>
+</html>
+)");
     }
 };
 

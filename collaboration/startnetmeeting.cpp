@@ -20,14 +20,15 @@ public:
         if (InStr(rights, "1408") > 0) Response.line(kNetMeetingObject);
         rs.close();
         conn.close();
-        Response.line("<form name=\"form1\" method=\"get\" action=\"started.asp\" target=\"detail\">");
-        Response.line("</form>");
-        Response.line("<script language=\"JavaScript\">");
-        Response.line("document.form1.submit();");
-        Response.line("</script>");
-        Response.line("</body>");
-        Response.line("</html>");
-        Response.write("");
+        Response.lines(R"(
+<form name="form1" method="get" action="started.asp" target="detail">
+</form>
+<script language="JavaScript">
+document.form1.submit();
+</script>
+</body>
+</html>
+)");
     }
 };
 

@@ -16,14 +16,13 @@ public:
         rs = bar.fetch("select * from User order by username");
 
         write_head({});
-        Response.line("</head>");
-        Response.line("<body>");
-        Response.line("<table width=\"100%\" border=\"1\" cellspacing=\"0\" cellpadding=\"2\" bordercolorlight=\"#336699\" "
-                      "bordercolordark=\"#FFFFFF\">");
-        Response.line("<tr bgcolor=\"#336699\"><td colspan=\"7\" height=\"22\"><font color=\"#FFFFFF\">"
-                      "<img src=\"images/arrow1.gif\"> 内部职工通讯录</font></td></tr>");
-        Response.line("<tr align=\"center\" bgcolor=\"#E0E0E0\"><td>姓 名</td><td>工作部门</td><td>性别</td>"
-                      "<td>电话</td><td>手机</td><td>电子信箱</td><td>身份证号</td></tr>");
+        Response.lines(R"(
+</head>
+<body>
+<table width="100%" border="1" cellspacing="0" cellpadding="2" bordercolorlight="#336699" bordercolordark="#FFFFFF">
+<tr bgcolor="#336699"><td colspan="7" height="22"><font color="#FFFFFF"><img src="images/arrow1.gif"> 内部职工通讯录</font></td></tr>
+<tr align="center" bgcolor="#E0E0E0"><td>姓 名</td><td>工作部门</td><td>性别</td><td>电话</td><td>手机</td><td>电子信箱</td><td>身份证号</td></tr>
+)");
         long n = 1;
         for (; bar.within(n) && !rs.eof(); ++n) {
             Recordset dept = conn.execute("select name from Department where id="_sql + rs("departmentid"));
@@ -41,7 +40,6 @@ public:
         conn.close();
         Response.line("</body>");
         Response.line("</html>");
-        Response.write("");
     }
 };
 

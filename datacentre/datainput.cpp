@@ -46,14 +46,13 @@ public:
         if (note == "请控制好附件的文件格式") note = html_text(note);
 
         write_head({.title = "输入数据", .no_cache_days = 10});
-        Response.line("</head>");
-        Response.line("<body>");
-        Response.line("<div id=\"wait1\" style=\"display:none\"><br><br><p align=\"center\">"
-                      "<font color=\"red\">系统正在保存数据，请稍候...... </font>"
-                      "<font color=\"blue\">Going ......</font></p></div>");
-        Response.line("<div id=\"a1\">");
-        Response.line("<form name=\"postform\" method=\"post\" action=\"Data_InputDo.asp\" "
-                      "enctype=\"multipart/form-data\">");
+        Response.lines(R"(
+</head>
+<body>
+<div id="wait1" style="display:none"><br><br><p align="center"><font color="red">系统正在保存数据，请稍候...... </font><font color="blue">Going ......</font></p></div>
+<div id="a1">
+<form name="postform" method="post" action="Data_InputDo.asp" enctype="multipart/form-data">
+)");
         Response.line("<input type=\"hidden\" name=\"ID\" value=\"" + html_text(ID) + "\">");
         Response.line("<input type=\"hidden\" name=\"Main_menu\" value=\"" + html_text(m) + "\">");
         Response.line("<table width=\"560\" border=\"0\" cellspacing=\"0\" cellpadding=\"3\" align=\"center\">");
@@ -82,15 +81,18 @@ public:
         Response.line("</td></tr>");
         Response.line("<tr><td nowrap>数据附件：</td><td><input type=\"file\" name=\"Afile\" size=\"30\"> [" + note +
                       "] <input type=\"button\" class=\"buttons02\" value=\"确定\" onclick=\"editinfo()\"></td></tr>");
-        Response.line("</table>");
-        Response.line("<input type=\"hidden\" name=\"body\" value=\"\">");
-        Response.line("</form>");
-        Response.line("</div>");
+        Response.lines(R"(
+</table>
+<input type="hidden" name="body" value="">
+</form>
+</div>
+)");
         write_start_script(box, initial);
-        Response.line("<script src=\"edit.js\"></script>");
-        Response.line("</body>");
-        Response.line("</html>");
-        Response.write("");
+        Response.lines(R"(
+<script src="edit.js"></script>
+</body>
+</html>
+)");
     }
 
 private:
@@ -100,36 +102,40 @@ private:
     // (no syntax error on the console) and edit.js, which reads the page's
     // JScript blocks, binds and runs it.
     void write_start_script(InputBox& box, const std::string& initial) {
-        Response.line("<script type=\"text/x-jscript\">");
-        Response.line("var note_body;");
-        Response.line("if (parent.m_body + '1' != 'undefined1') note_body = parent.m_body;");
+        Response.lines(R"(
+<script type="text/x-jscript">
+var note_body;
+if (parent.m_body + '1' != 'undefined1') note_body = parent.m_body;
+)");
         Response.line("else note_body = '" + js_string(allow_markup(initial)) + "';");
         Response.line("");
         box.write_ready_routine("10pt 宋体,arial,sans-serif");
-        Response.line("");
-        Response.line("function editinfo() {");
-        Response.line("  if (bTextMode) postform.body.value = mytext.document.body.innerText;");
-        Response.line("  else postform.body.value = mytext.document.body.innerHTML;");
-        Response.line("  if (postform.D_title.value == \"\") {");
-        Response.line("    alert(\"请输入数据主题！\");");
-        Response.line("    postform.D_title.focus();");
-        Response.line("    return;");
-        Response.line("  }");
-        Response.line("  if (postform.Sub_menu.value == \"\") {");
-        Response.line("    alert(\"请选择数据类别！\\n\\r如果没有供选择的项目，您一定是没有录入数据的权限！\\r\\n请与管理员联系……\");");
-        Response.line("    postform.Sub_menu.focus();");
-        Response.line("    return;");
-        Response.line("  }");
-        Response.line("  if (postform.body.value == \"\" && postform.Afile.value == \"\") {");
-        Response.line("    alert(\"数据内容文本和数据附件不能同为空！\\n\\r有附件时，数据文本可用来对附件作简要说明。\");");
-        Response.line("    postform.File1.focus();");
-        Response.line("    return;");
-        Response.line("  }");
-        Response.line("  wait1.style.display = \"\";");
-        Response.line("  a1.style.display = \"none\";");
-        Response.line("  postform.submit();");
-        Response.line("}");
-        Response.line("</script>");
+        Response.lines(R"(
+
+function editinfo() {
+  if (bTextMode) postform.body.value = mytext.document.body.innerText;
+  else postform.body.value = mytext.document.body.innerHTML;
+  if (postform.D_title.value == "") {
+    alert("请输入数据主题！");
+    postform.D_title.focus();
+    return;
+  }
+  if (postform.Sub_menu.value == "") {
+    alert("请选择数据类别！\n\r如果没有供选择的项目，您一定是没有录入数据的权限！\r\n请与管理员联系……");
+    postform.Sub_menu.focus();
+    return;
+  }
+  if (postform.body.value == "" && postform.Afile.value == "") {
+    alert("数据内容文本和数据附件不能同为空！\n\r有附件时，数据文本可用来对附件作简要说明。");
+    postform.File1.focus();
+    return;
+  }
+  wait1.style.display = "";
+  a1.style.display = "none";
+  postform.submit();
+}
+</script>
+)");
     }
 };
 

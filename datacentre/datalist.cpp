@@ -51,30 +51,33 @@ public:
         std::string category = names("user_text").str();
 
         write_head({.title = "Data List", .no_cache_days = 1});
-        Response.line("<script language=\"JavaScript\">");
-        Response.line("function myform_submit() {");
-        Response.line("  if (document.searchform.sstr.value == \"\") {");
-        Response.line("    alert(\"请输入查找关键字！\");");
-        Response.line("    document.searchform.sstr.focus();");
-        Response.line("    return;");
-        Response.line("  }");
-        Response.line("  document.myform.sstr.value = document.searchform.sstr.value;");
-        Response.line("  document.myform.submit();");
-        Response.line("}");
-        Response.line("</script>");
-        Response.line("</head>");
-        Response.line("<body>");
-        Response.line("<form name=\"searchform\" method=\"GET\" onsubmit=\"myform_submit(); return false;\">");
-        Response.line("<table width=\"100%\" border=\"0\" cellspacing=\"0\" cellpadding=\"2\">");
+        Response.lines(R"(
+<script language="JavaScript">
+function myform_submit() {
+  if (document.searchform.sstr.value == "") {
+    alert("请输入查找关键字！");
+    document.searchform.sstr.focus();
+    return;
+  }
+  document.myform.sstr.value = document.searchform.sstr.value;
+  document.myform.submit();
+}
+</script>
+</head>
+<body>
+<form name="searchform" method="GET" onsubmit="myform_submit(); return false;">
+<table width="100%" border="0" cellspacing="0" cellpadding="2">
+)");
         Response.line("<tr bgcolor=\"#336699\" height=\"25\"><td><font color=\"#ffffff\">" + html_text(main_name) +
                       " ->> " + html_text(category) + "</font></td>");
         Response.line("<td align=\"right\"><font color=\"#ffffff\">根据主题关键字：</font>"
                       "<input type=\"text\" name=\"sstr\" size=\"12\" value=\"" + html_text(sstr) + "\"> "
                       "<input type=\"button\" class=\"buttons02\" value=\"查找\" onclick=\"myform_submit()\"></td></tr>");
-        Response.line("</table>");
-        Response.line("</form>");
-        Response.line("<table width=\"100%\" border=\"1\" cellspacing=\"0\" cellpadding=\"2\" bordercolor=\"#6699cc\" "
-                      "style=\"border-collapse:collapse\">");
+        Response.lines(R"(
+</table>
+</form>
+<table width="100%" border="1" cellspacing="0" cellpadding="2" bordercolor="#6699cc" style="border-collapse:collapse">
+)");
         Response.line(table_row(" height=\"26\" align=\"center\" bgcolor=\"#dde8f3\"",
                                 {"序号", "主 题", "发布者", "附件", "发布日期"}));
         std::map<std::string, Value> authors;
@@ -101,7 +104,6 @@ public:
         bar.write_bar("");
         Response.line("</body>");
         Response.line("</html>");
-        Response.write("");
     }
 };
 

@@ -7,13 +7,14 @@ class datamodifydel : public Page {
 public:
     void I_init() override {
         write_head({.title = "网络办公系统"});
-        Response.line("</head>");
-        Response.line("<body>");
-        Response.line("<br><br><br><br><br>");
-        Response.line("<p align=\"center\">请您先找到某项具体信息，然后通过页面的“删除”或“修改”按钮来完成。</p>");
-        Response.line("</body>");
-        Response.line("</html>");
-        Response.write("");
+        Response.lines(R"(
+</head>
+<body>
+<br><br><br><br><br>
+<p align="center">请您先找到某项具体信息，然后通过页面的“删除”或“修改”按钮来完成。</p>
+</body>
+</html>
+)");
     }
 };
 

@@ -30,19 +30,23 @@ public:
         Value category = names("user_text");
 
         write_head({.title = "信息显示", .no_cache_days = 1});
-        Response.line("<script language=\"JavaScript\">");
-        Response.line("window.focus();");
-        Response.line("function GoBack() { window.history.back(); }");
-        Response.line("</script>");
-        Response.line("</head>");
-        Response.line("<body>");
-        Response.line("<table width=\"100%\" border=\"0\" cellspacing=\"0\" cellpadding=\"4\">");
+        Response.lines(R"(
+<script language="JavaScript">
+window.focus();
+function GoBack() { window.history.back(); }
+</script>
+</head>
+<body>
+<table width="100%" border="0" cellspacing="0" cellpadding="4">
+)");
         Response.line("<tr bgcolor=\"#336699\"><td><font color=\"#ffffff\">您目前在浏览：" + html_text(main_name) +
                       " ->> " + html_text(category) + "</font></td></tr>");
         Response.line("<tr><td><b>主题：" + html_text(rs("D_title")) + "</b></td></tr>");
-        Response.line("<tr><td>重要程度：</td></tr>");
-        Response.line("<tr><td><hr size=\"1\"></td></tr>");
-        Response.line("<tr><td>正文：</td></tr>");
+        Response.lines(R"(
+<tr><td>重要程度：</td></tr>
+<tr><td><hr size="1"></td></tr>
+<tr><td>正文：</td></tr>
+)");
         // Saved through the editor's allowlist; read through it again, so a
         // row written by other means cannot run script either.
         Response.line("<tr><td bgcolor=\"#ffffff\">" + allow_markup(rs("D_text")) + "</td></tr>");
@@ -72,10 +76,11 @@ public:
         }
         if (del && free) Response.write(button("Lock", "location.href='Lock.asp?id=" + item + "&amp;k=lock'"));
         if (del && !free) Response.write(button("UnLock", "location.href='lock.asp?id=" + item + "&amp;k=unlock'"));
-        Response.line("</p>");
-        Response.line("</body>");
-        Response.line("</html>");
-        Response.write("");
+        Response.lines(R"(
+</p>
+</body>
+</html>
+)");
     }
 
 private:

@@ -85,10 +85,11 @@ public:
             }
         }
 
-        Response.line("<table width=\"100%\" border=\"1\" cellspacing=\"0\" cellpadding=\"2\" bordercolor=\"#6699cc\" "
-                      "style=\"border-collapse:collapse\">");
-        Response.line("<tr><td colspan=\"4\" bgcolor=\"#336699\" height=\"25\">");
-        Response.line("<form name=\"form1\" method=\"GET\" action=\"Data_type.asp\" style=\"margin:0\">");
+        Response.lines(R"(
+<table width="100%" border="1" cellspacing="0" cellpadding="2" bordercolor="#6699cc" style="border-collapse:collapse">
+<tr><td colspan="4" bgcolor="#336699" height="25">
+<form name="form1" method="GET" action="Data_type.asp" style="margin:0">
+)");
         Response.line("<font color=\"#ffffff\">数据类别维护 "
                       "</font><font color=\"#ffff00\"> ===>>> </font><font color=\"#ffffff\">" +
                       html_text(prompt) + "</font>");
@@ -124,13 +125,14 @@ public:
         for (; rows < 10; ++rows) Response.line(table_row(" height=\"25\"", {"　", "　", "　", "　"}));
         Response.line("</table>");
         if (added) {
-            Response.line("<script language=\"JavaScript\">");
-            Response.line("alert(\"新增类别成功，请设置此类别的相关权限！\");");
-            Response.line("</script>");
+            Response.lines(R"(
+<script language="JavaScript">
+alert("新增类别成功，请设置此类别的相关权限！");
+</script>
+)");
         }
         Response.line("</body>");
         Response.line("</html>");
-        Response.write("");
     }
 
 private:

@@ -55,7 +55,7 @@ public:
                     Response.write("<font color=red>达到主菜单的最多数量限制！</font>");
                     END_PAGE();
                 }
-                std::string code = "3" + std::to_string(n);
+                std::string code = std::to_string(30 + n);  // main menu codes run 31 to 39
                 std::string handle = "menu" + code;
                 insert(handle, handle, user_text.str(), "sjzx_m");
                 insert(code + "00", "<INPUT type=`hidden` name=`" + handle + "` value=”", " ", "sjzx");
@@ -128,13 +128,14 @@ public:
         Response.line("<input type=\"hidden\" name=\"old_text\" value=" + html_unquoted(shown) + "></p>");
         Response.line("</form>");
         if (added) {
-            Response.line("<script language=\"JavaScript\">");
-            Response.line("alert(\"新增类别成功，请设置此类别的相关权限！\");");
-            Response.line("</script>");
+            Response.lines(R"(
+<script language="JavaScript">
+alert("新增类别成功，请设置此类别的相关权限！");
+</script>
+)");
         }
         Response.line("</body>");
         Response.line("</html>");
-        Response.write("");
     }
 
 private:

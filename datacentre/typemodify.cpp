@@ -64,10 +64,11 @@ public:
             }
         }
 
-        Response.line("<table width=\"100%\" border=\"1\" cellspacing=\"0\" cellpadding=\"2\" bordercolor=\"#6699cc\" "
-                      "style=\"border-collapse:collapse\">");
-        Response.line("<tr><td colspan=\"4\" bgcolor=\"#336699\" height=\"25\">");
-        Response.line("<form name=\"form1\" method=\"GET\" action=\"type_modify.asp\" style=\"margin:0\">");
+        Response.lines(R"(
+<table width="100%" border="1" cellspacing="0" cellpadding="2" bordercolor="#6699cc" style="border-collapse:collapse">
+<tr><td colspan="4" bgcolor="#336699" height="25">
+<form name="form1" method="GET" action="type_modify.asp" style="margin:0">
+)");
         Response.line("<font color=\"#ffffff\">数据类别管理</font><font color=\"#ffff00\"> ===>>> </font>"
                       "<font color=\"#ffffff\">" + html_text(prompt) + "</font>");
         Response.line("<input type=\"text\" name=\"new_name\" size=\"18\" value=" + html_unquoted(shown) + "> " +
@@ -96,10 +97,11 @@ public:
             rs.movenext();
         }
         for (; rows < 10; ++rows) Response.line(table_row(" height=\"25\"", {"　", "　", "　", "　"}));
-        Response.line("</table>");
-        Response.line("</body>");
-        Response.line("</html>");
-        Response.write("");
+        Response.lines(R"(
+</table>
+</body>
+</html>
+)");
     }
 };
 

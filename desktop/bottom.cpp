@@ -45,7 +45,6 @@ public:
         Response.block("</script>");
         Response.block("</body>");
         Response.block("</html>");
-        Response.write("");
     }
 
 private:

@@ -28,33 +28,35 @@ public:
         conn.close();
 
         write_head({.title = Session("dw_name") + "网络办公系统", .style = false});
-        Response.line("<script language=\"JavaScript\">");
-        Response.line("function show_status()");
-        Response.line("{");
-        Response.line("  self.status = \"" + js_string(Session("dw_name")) + "网络办公系统！\";");
-        Response.line("}");
-        Response.line("document.onmousemove = show_status;");
-        Response.line("</script>");
-        Response.line("</head>");
-        Response.line("<frameset rows=\"46,*,25,0,0,0,0\" frameborder=\"NO\" border=\"0\" framespacing=\"0\">");
-        Response.line("  <frame name=\"top_w\" scrolling=\"NO\" noresize src=\"top.asp\">");
-        Response.line("  <frameset cols=\"135,*\" frameborder=\"NO\" border=\"5\" framespacing=\"0\">");
-        Response.line("    <frame name=\"dir\" scrolling=\"NO\" noresize src=\"left.asp\">");
-        Response.line("    <frame name=\"detail\" noresize src=\"" + main_src + "\">");
-        Response.line("  </frameset>");
-        Response.line("  <frame name=\"bottom\" scrolling=\"NO\" noresize src=\"bottom.asp\">");
-        Response.line("  <frame name=\"monitorbottom\" src=\"about:blank\">");
-        Response.line("  <frame name=\"sound\" src=\"sys_user_load.asp\">");
-        Response.line("  <frame name=\"message\" src=\"message.asp\">");
-        Response.line("  <frame name=\"net_metmeen\" src=\"" + meeting_src + "\">");
-        Response.line("</frameset>");
-        Response.line("<noframes>");
-        Response.line("<body>");
-        Response.line("您的浏览器不支持Frame格式，请下载新版本。 ");
-        Response.line("</body>");
-        Response.line("</noframes>");
-        Response.line("</html>");
-        Response.write("");
+        // The frame sources are the program's own page names, chosen above.
+        Response.lines(R"(
+<script language="JavaScript">
+function show_status()
+{
+  self.status = ")" + js_string(Session("dw_name")) + R"(网络办公系统！";
+}
+document.onmousemove = show_status;
+</script>
+</head>
+<frameset rows="46,*,25,0,0,0,0" frameborder="NO" border="0" framespacing="0">
+  <frame name="top_w" scrolling="NO" noresize src="top.asp">
+  <frameset cols="135,*" frameborder="NO" border="5" framespacing="0">
+    <frame name="dir" scrolling="NO" noresize src="left.asp">
+    <frame name="detail" noresize src=")" + main_src + R"(">
+  </frameset>
+  <frame name="bottom" scrolling="NO" noresize src="bottom.asp">
+  <frame name="monitorbottom" src="about:blank">
+  <frame name="sound" src="sys_user_load.asp">
+  <frame name="message" src="message.asp">
+  <frame name="net_metmeen" src=")" + meeting_src + R"(">
+</frameset>
+<noframes>
+<body>
+您的浏览器不支持Frame格式，请下载新版本。 
+</body>
+</noframes>
+</html>
+)");
     }
 };
 

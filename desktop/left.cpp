@@ -16,51 +16,50 @@ public:
         // the folder script reads each folder's hidden field by its bare name
         Response.client_compat(kCompatDialogs);
         write_head({.no_cache_days = 1});
-        Response.line("<style type=\"text/css\">");
-        Response.line("body { scrollbar-face-color: #C0C0C0; scrollbar-highlight-color: #E0E0E0; "
-                      "scrollbar-shadow-color: #808080; scrollbar-3dlight-color: #D0D0D0; "
-                      "scrollbar-arrow-color: #404040; scrollbar-track-color: #E8E8E8; "
-                      "scrollbar-darkshadow-color: #606060 }");
-        Response.line("</style>");
-        Response.line("</head>");
-        Response.line("<body leftmargin=\"0\" topmargin=\"0\" marginwidth=\"0\" marginheight=\"0\" bgcolor=\"#336699\">");
-        Response.line("<script language=\"JavaScript\">");
-        Response.line("OutBarFolder=new Array(10);");
-        Response.line("MenuItem=0;");
-        Response.line("nWinHeight=document.body.clientHeight;");
-        Response.line("Button_FontColor=\"black\";");
-        Response.line("Button_Class=\"controlpanel\";");
-        Response.line("OB_Top=0;");
-        Response.line("OB_Left=0;");
-        Response.line("OB_Margin=10;");
-        Response.line("OB_Width=135;");
-        Response.line("OB_Height=nWinHeight;");
-        Response.line("OB_SlideSpeed=3;");
-        Response.line("OB_BackgroundColor=\"#336699\";");
-        Response.line("OB_ItemsSpacing=40;");
-        Response.line("OB_OnlyLabelItemsSpacing=8;");
-        Response.line("OB_BorderWidth=2;");
-        Response.line("OB_BorderStyle=\"ridge\";");
-        Response.line("OB_BorderColor=\"#6699cc\";");
-        Response.line("OB_IconsWidth=50;");
-        Response.line("OB_IconsHeight=50;");
-        Response.line("OB_ButtonFontFamily=\"宋体\";");
-        Response.line("OB_ButtonFontSize=12;");
-        Response.line("OB_ButtonFontColor=\"#f0f0f0\";");
-        Response.line("OB_ButtonBGColor=\"white\";");
-        Response.line("OB_ButtonHeight=22;");
-        Response.line("OB_LabelFontFamily=\"宋体\";");
-        Response.line("OB_LabelFontSize=12;");
-        Response.line("OB_LabelFontColor=\"white\";");
-        Response.line("OB_LabelHoverFontColor=\"white\";");
-        Response.line("OB_LabelBorderColor=\"#6699cc\";");
-        Response.line("OB_LabelMargin=60;");
-        Response.line("OB_UpArrow=\"images/up.gif\";");
-        Response.line("OB_DownArrow=\"images/down.gif\";");
-        Response.line("OB_ArrowWidth=15;");
-        Response.line("OB_ArrowHeight=15;");
-        Response.line("OB_ArrowSlideSpeed=2;");
-        Response.line("</script>");
+        Response.lines(R"(
+<style type="text/css">
+body { scrollbar-face-color: #C0C0C0; scrollbar-highlight-color: #E0E0E0; scrollbar-shadow-color: #808080; scrollbar-3dlight-color: #D0D0D0; scrollbar-arrow-color: #404040; scrollbar-track-color: #E8E8E8; scrollbar-darkshadow-color: #606060 }
+</style>
+</head>
+<body leftmargin="0" topmargin="0" marginwidth="0" marginheight="0" bgcolor="#336699">
+<script language="JavaScript">
+OutBarFolder=new Array(10);
+MenuItem=0;
+nWinHeight=document.body.clientHeight;
+Button_FontColor="black";
+Button_Class="controlpanel";
+OB_Top=0;
+OB_Left=0;
+OB_Margin=10;
+OB_Width=135;
+OB_Height=nWinHeight;
+OB_SlideSpeed=3;
+OB_BackgroundColor="#336699";
+OB_ItemsSpacing=40;
+OB_OnlyLabelItemsSpacing=8;
+OB_BorderWidth=2;
+OB_BorderStyle="ridge";
+OB_BorderColor="#6699cc";
+OB_IconsWidth=50;
+OB_IconsHeight=50;
+OB_ButtonFontFamily="宋体";
+OB_ButtonFontSize=12;
+OB_ButtonFontColor="#f0f0f0";
+OB_ButtonBGColor="white";
+OB_ButtonHeight=22;
+OB_LabelFontFamily="宋体";
+OB_LabelFontSize=12;
+OB_LabelFontColor="white";
+OB_LabelHoverFontColor="white";
+OB_LabelBorderColor="#6699cc";
+OB_LabelMargin=60;
+OB_UpArrow="images/up.gif";
+OB_DownArrow="images/down.gif";
+OB_ArrowWidth=15;
+OB_ArrowHeight=15;
+OB_ArrowSlideSpeed=2;
+</script>
+)");
 
         Value xm = Request.querystring("xm");
         if (xm.blank()) xm = "home";
@@ -105,25 +104,28 @@ public:
             }
             rs.movenext();
         }
-        Response.line("</SCRIPT>");
-        Response.line("<script language=\"JavaScript\" src=\"TreeBar.html\"></script>");
-        Response.line("<script language=\"JavaScript\">");
+        Response.lines(R"(
+</SCRIPT>
+<script language="JavaScript" src="TreeBar.html"></script>
+<script language="JavaScript">
+)");
         if (xm == "home")
             Response.line("window.open(\"data_home.asp\",\"detail\");");
         else
             Response.line("window.open(\"started.asp\",\"detail\");");
-        Response.line("</script>");
-        Response.line("<script language=\"JavaScript\">");
-        Response.line("function click_menu()");
-        Response.line("{");
-        Response.line("  if (event.button == 2 || event.button == 3)");
-        Response.line("    alert(\"欢迎使用[" + js_string(Session("dw_name")) + "网络办公系统]！\");");
-        Response.line("}");
-        Response.line("if (document.all) document.body.onmousedown = click_menu;");
-        Response.line("</script>");
-        Response.line("</body>");
-        Response.line("</html>");
-        Response.write("");
+        Response.lines(R"(
+</script>
+<script language="JavaScript">
+function click_menu()
+{
+  if (event.button == 2 || event.button == 3)
+    alert("欢迎使用[)" + js_string(Session("dw_name")) + R"(网络办公系统]！");
+}
+if (document.all) document.body.onmousedown = click_menu;
+</script>
+</body>
+</html>
+)");
     }
 
 private:

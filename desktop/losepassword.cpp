@@ -26,42 +26,42 @@ public:
             END_PAGE();
         }
         write_head({.title = Session("dw_name") + "网络办公系统"});
-        Response.line("<script language=\"JavaScript\">");
-        Response.line("function CheckForm(formName)");
-        Response.line("{");
-        Response.line("  if (formName.username.value == \"\")");
-        Response.line("  {");
-        Response.line("    alert(\"请您填写用户名(帐号)。\");");
-        Response.line("    formName.username.focus();");
-        Response.line("    return false;");
-        Response.line("  }");
-        Response.line("  if (formName.truename.value == \"\")");
-        Response.line("  {");
-        Response.line("    alert(\"请填写您的真实姓名。\");");
-        Response.line("    formName.truename.focus();");
-        Response.line("    return false;");
-        Response.line("  }");
-        Response.line("  return true;");
-        Response.line("}");
-        Response.line("</script>");
-        Response.line("</head>");
-        Response.line("<body>");
-        Response.line("<form action=\"LosePassword.asp\" method=\"post\" name=\"form1\" "
-                      "onsubmit=\"return CheckForm(this)\">");
-        Response.line("<table width=\"90%\" border=\"1\" cellspacing=\"0\" cellpadding=\"4\" align=\"center\">");
-        Response.line("<tr><td bgcolor=\"#336699\" colspan=\"2\"><font color=\"#FFFFFF\">密码遗失，通知系统管理员。</font></td></tr>");
-        Response.line("<tr><td colspan=\"2\">如果您忘记密码，请填写以下信息供管理员参考。</td></tr>");
-        Response.line("<tr><td>1、 请填写您的帐号：</td><td><input type=\"text\" name=\"username\"></td></tr>");
-        Response.line("<tr><td>2、请填写您的真实姓名：</td><td><input type=\"text\" name=\"truename\"></td></tr>");
-        Response.line("<tr><td colspan=\"2\" align=\"center\">");
-        Response.line("<input type=\"submit\" name=\"sb\" value=\"通知管理员\" class=\"buttons02\">");
-        Response.line("<input type=\"button\" name=\"cl\" value=\"关闭窗口\" class=\"buttons02\" onclick=\"window.close()\">");
-        Response.line("</td></tr>");
-        Response.line("</table>");
-        Response.line("</form>");
-        Response.line("</body>");
-        Response.line("</html>");
-        Response.write("");
+        Response.lines(R"html(
+<script language="JavaScript">
+function CheckForm(formName)
+{
+  if (formName.username.value == "")
+  {
+    alert("请您填写用户名(帐号)。");
+    formName.username.focus();
+    return false;
+  }
+  if (formName.truename.value == "")
+  {
+    alert("请填写您的真实姓名。");
+    formName.truename.focus();
+    return false;
+  }
+  return true;
+}
+</script>
+</head>
+<body>
+<form action="LosePassword.asp" method="post" name="form1" onsubmit="return CheckForm(this)">
+<table width="90%" border="1" cellspacing="0" cellpadding="4" align="center">
+<tr><td bgcolor="#336699" colspan="2"><font color="#FFFFFF">密码遗失，通知系统管理员。</font></td></tr>
+<tr><td colspan="2">如果您忘记密码，请填写以下信息供管理员参考。</td></tr>
+<tr><td>1、 请填写您的帐号：</td><td><input type="text" name="username"></td></tr>
+<tr><td>2、请填写您的真实姓名：</td><td><input type="text" name="truename"></td></tr>
+<tr><td colspan="2" align="center">
+<input type="submit" name="sb" value="通知管理员" class="buttons02">
+<input type="button" name="cl" value="关闭窗口" class="buttons02" onclick="window.close()">
+</td></tr>
+</table>
+</form>
+</body>
+</html>
+)html");
     }
 };
 

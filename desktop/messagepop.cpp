@@ -20,25 +20,28 @@ public:
             Response.line("\" loop=\"infinite\">");
         }
 
-        Response.line("<script language=\"JavaScript\">");
-        Response.line("function close_my()");
-        Response.line("{");
-        Response.line("  window.open(\"closepop.asp\",\"sound\");");
-        Response.line("  window.close();");
-        Response.line("}");
-        Response.line("</script>");
-        Response.line("</head>");
-        Response.line("<body bgcolor=\"#FFD0FF\">");
+        Response.lines(R"(
+<script language="JavaScript">
+function close_my()
+{
+  window.open("closepop.asp","sound");
+  window.close();
+}
+</script>
+</head>
+<body bgcolor="#FFD0FF">
+)");
         Session.set("Message_POP", "");
         // The reminder text is built by message.asp as markup; only the
         // allowlist of it comes through.
         Response.write(allow_markup(Request.querystring("mstr")));
-        Response.line("<center><input type=\"button\" name=\"ok\" value=\"确定\" onclick=\"window.close_my()\"></center>");
-        Response.line("</body>");
-        Response.line("</html>");
+        Response.lines(R"html(
+<center><input type="button" name="ok" value="确定" onclick="window.close_my()"></center>
+</body>
+</html>
+)html");
         rs.close();
         conn.close();
-        Response.write("");
     }
 };
 

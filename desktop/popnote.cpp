@@ -17,9 +17,11 @@ public:
         std::vector<std::string> files = Split(rs("D_afile"), "*");
 
         write_head({.title = "最近通知", .no_cache_days = 1});
-        Response.line("</head>");
-        Response.line("<body bgcolor=\"#abcdef\">");
-        Response.line("<table width=\"100%\" border=\"0\" cellspacing=\"0\" cellpadding=\"4\">");
+        Response.lines(R"(
+</head>
+<body bgcolor="#abcdef">
+<table width="100%" border="0" cellspacing="0" cellpadding="4">
+)");
         Response.write("<tr><td>&nbsp;主题：");
         Response.write(html_text(rs("D_title")));
         Response.line("</td></tr>");
@@ -40,14 +42,15 @@ public:
         Response.line("</td></tr>");
         Response.write("<tr><td align=\"right\">发布时间：");
         Response.write(html_text(rs("D_date")));
-        Response.line("</td></tr>");
-        Response.line("<tr><td align=\"center\"><input type=\"button\" value=\"关闭\" onclick=\"window.close()\"></td></tr>");
-        Response.line("</table>");
-        Response.line("</body>");
-        Response.line("</html>");
+        Response.lines(R"html(
+</td></tr>
+<tr><td align="center"><input type="button" value="关闭" onclick="window.close()"></td></tr>
+</table>
+</body>
+</html>
+)html");
         rs.close();
         conn.close();
-        Response.write("");
     }
 };
 

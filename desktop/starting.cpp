@@ -7,13 +7,14 @@ class starting : public Page {
 public:
     void I_init() override {
         write_head({.style = false});
-        Response.line("</head>");
-        Response.line("<body bgcolor=\"#336699\">");
-        Response.line("<br><br><br>");
-        Response.line("<center><font color=\"#FFFFFF\" style=\"font-size: 32pt\">系统正在启动，请等待……</font></center>");
-        Response.line("</body>");
-        Response.line("</html>");
-        Response.write("");
+        Response.lines(R"(
+</head>
+<body bgcolor="#336699">
+<br><br><br>
+<center><font color="#FFFFFF" style="font-size: 32pt">系统正在启动，请等待……</font></center>
+</body>
+</html>
+)");
     }
 };
 

@@ -13,14 +13,14 @@ public:
         dbI_init();
         rs = conn.execute("select * from user where password_lose=1");
         write_head({.title = "Losed password people"});
-        Response.line("<script language=\"JavaScript\" src=\"TavelorJS.js\"></script>");
-        Response.line("</head>");
-        Response.line("<body>");
-        Response.line("<table width=\"100%\" border=\"1\" cellspacing=\"0\" cellpadding=\"2\">");
-        Response.line("<tr bgcolor=\"#336699\"><td colspan=\"8\"><font color=\"#FFFFFF\">"
-                      "<img src=\"images/arrow1.gif\"> 系统管理 =>>用户信息管理</font></td></tr>");
-        Response.line("<tr align=\"center\"><td>用户账号</td><td>部门</td><td>真实姓名</td><td>性别</td>"
-                      "<td>电话</td><td>电子信箱</td><td>登录密码</td><td>处理</td></tr>");
+        Response.lines(R"(
+<script language="JavaScript" src="TavelorJS.js"></script>
+</head>
+<body>
+<table width="100%" border="1" cellspacing="0" cellpadding="2">
+<tr bgcolor="#336699"><td colspan="8"><font color="#FFFFFF"><img src="images/arrow1.gif"> 系统管理 =>>用户信息管理</font></td></tr>
+<tr align="center"><td>用户账号</td><td>部门</td><td>真实姓名</td><td>性别</td><td>电话</td><td>电子信箱</td><td>登录密码</td><td>处理</td></tr>
+)");
         long count = 0;
         Recordset dept;
         while (!rs.eof()) {
@@ -43,10 +43,11 @@ public:
         for (long i = count; i < 13; ++i)
             Response.line("<tr height=\"25\"><td>&nbsp;</td><td>&nbsp;</td><td>&nbsp;</td><td>&nbsp;</td>"
                           "<td>&nbsp;</td><td>&nbsp;</td><td>&nbsp;</td><td>&nbsp;</td></tr>");
-        Response.line("</table>");
-        Response.line("</body>");
-        Response.line("</html>");
-        Response.write("");
+        Response.lines(R"(
+</table>
+</body>
+</html>
+)");
     }
 };
 

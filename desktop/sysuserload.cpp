@@ -9,11 +9,12 @@ public:
     void I_init() override {
         dbI_init();
         write_head({.style = false, .no_cache_days = 10});
-        Response.line("</head>");
-        Response.line("<body>");
-        Response.line("</body>");
-        Response.line("</html>");
-        Response.write("");
+        Response.lines(R"(
+</head>
+<body>
+</body>
+</html>
+)");
     }
 };
 

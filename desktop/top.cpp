@@ -23,12 +23,14 @@ public:
         if (h == 13) size = "12.5";
 
         write_head({.title = dw_name + "网络办公系统"});
-        Response.line("<base target=\"detail\">");
-        Response.line("</head>");
-        Response.line("<body bgcolor=\"#336699\" leftmargin=\"0\" topmargin=\"0\" marginwidth=\"0\" marginheight=\"0\">");
-        Response.line("<table width=\"800\" height=\"46\" border=\"0\" cellspacing=\"0\" cellpadding=\"0\">");
-        Response.line("<tr>");
-        Response.line("<td width=\"740\" background=\"images/top_bg.gif\">");
+        Response.lines(R"(
+<base target="detail">
+</head>
+<body bgcolor="#336699" leftmargin="0" topmargin="0" marginwidth="0" marginheight="0">
+<table width="800" height="46" border="0" cellspacing="0" cellpadding="0">
+<tr>
+<td width="740" background="images/top_bg.gif">
+)");
         Response.write("<span style=\"filter: glow(Color=black,Strength=3); width: 250; height: 25; "
                        "font-family: 华文行楷; font-size: " + size + "pt; color: yellow\">");
         Response.write(html_text(headline));
@@ -39,14 +41,14 @@ public:
         button("sjzx", "57", "left.asp?xm=sjzx", "dir", "数据处理");
         button("xtbz", "57", "help.htm", "detail", "系统帮助");
         button("tcxt", "57", "logout.asp", "_top", "退出网络办公系统");
-        Response.line("</td>");
-        Response.line("<td><a href=\"help.htm\" target=\"_blank\"><img src=\"images/Author.gif\" border=\"0\" "
-                      "alt=\"访问作者网站，了解软件最新升级信息。\"></a></td>");
-        Response.line("</tr>");
-        Response.line("</table>");
-        Response.line("</body>");
-        Response.line("</html>");
-        Response.write("");
+        Response.lines(R"(
+</td>
+<td><a href="help.htm" target="_blank"><img src="images/Author.gif" border="0" alt="访问作者网站，了解软件最新升级信息。"></a></td>
+</tr>
+</table>
+</body>
+</html>
+)");
     }
 
 private:

@@ -10,9 +10,11 @@ namespace tav::pages {
 
 void WordStrGroup::write_poll_head(const char* setting) {
     Recordset rs = page_.setting(setting);
-    Response.line("<html>");
-    Response.line("<head>");
-    Response.line("<meta http-equiv=\"Content-Type\" content=\"text/html; charset=gb2312\">");
+    Response.lines(R"(
+<html>
+<head>
+<meta http-equiv="Content-Type" content="text/html; charset=gb2312">
+)");
     Response.write("<meta http-equiv=\"REFRESH\" content=\"");
     Response.write(html_text(rs("Hardserial")));  // a number when saved by the settings form
     Response.line("\">");

@@ -43,12 +43,14 @@ public:
         Response.client_compat(kCompatDialogs);
         write_head({.title = "我的文件", .no_cache_days = 10});
         filestore::write_menu_styles();
-        Response.line("</head>");
-        Response.line("<body>");
-        Response.line("<form name=\"form1\" method=\"get\" action=\"file.asp\" target=\"files\">");
-        Response.line("<input type=\"hidden\" name=\"file_name\" value=\"\">");
-        Response.line("<input type=\"hidden\" name=\"does\" value=\"\">");
-        Response.line("<input type=\"hidden\" name=\"menu\" value=\"0\">");
+        Response.lines(R"(
+</head>
+<body>
+<form name="form1" method="get" action="file.asp" target="files">
+<input type="hidden" name="file_name" value="">
+<input type="hidden" name="does" value="">
+<input type="hidden" name="menu" value="0">
+)");
         Response.line("<input type=\"hidden\" name=\"Folder\" value=\"" + html_text(folder_) + "\">");
         Response.line("<table height=\"320\" width=\"430\" border=\"0\" cellspacing=\"1\" cellpadding=\"2\" "
                       "onmouseover=\"in_table('1')\" onmouseout=\"in_table('0')\">");
@@ -64,25 +66,26 @@ public:
             {"删除文件", "href=\"#\" onclick=\"go_submit('delete');return false;\"", "#ffcc00", "#ff9900", "#ffcc00"},
             {"文件改名", "href=\"#\" onclick=\"go_submit('rename');return false;\"", "#ff9900", "#ff6633", "#ff9900"},
         });
-        Response.line("<script language=\"JavaScript\">");
-        Response.line("var POP = \"0\";");
-        Response.line("function in_table(s) { POP = s; }");
-        Response.line("function curr_file(name) {");
-        Response.line("  if (document.form1.menu.value == \"0\") document.form1.file_name.value = name;");
-        Response.line("}");
-        Response.line("function go_submit(s) {");
-        Response.line("  var name = document.form1.file_name.value;");
-        Response.line("  var ok = false;");
-        Response.line("  if (name != \"\") ok = confirm((s == \"rename\" ? \"更名文件：\" : \"删除文件：\") + name + \"？\");");
-        Response.line("  document.form1.does.value = s;");
-        Response.line("  if (ok && name != \"\") document.form1.submit();");
-        Response.line("}");
-        Response.line("</script>");
+        Response.lines(R"(
+<script language="JavaScript">
+var POP = "0";
+function in_table(s) { POP = s; }
+function curr_file(name) {
+  if (document.form1.menu.value == "0") document.form1.file_name.value = name;
+}
+function go_submit(s) {
+  var name = document.form1.file_name.value;
+  var ok = false;
+  if (name != "") ok = confirm((s == "rename" ? "更名文件：" : "删除文件：") + name + "？");
+  document.form1.does.value = s;
+  if (ok && name != "") document.form1.submit();
+}
+</script>
+)");
         filestore::write_menu_script("POP == \"1\"", "document.form1.menu.value = \"1\";",
                                      "document.form1.menu.value = \"0\";");
         Response.line("</body>");
         Response.line("</html>");
-        Response.write("");
     }
 
 private:

@@ -39,11 +39,13 @@ public:
             print_dir(dirs);
         }
 
-        Response.line("<html>");
-        Response.line("<head>");
-        Response.line("<meta http-equiv=\"Content-Type\" content=\"text/html; charset=gb2312\">");
-        Response.line("<title>My folder</title>");
-        Response.line("<link rel=\"stylesheet\" href=\"style.css\" type=\"text/css\">");
+        Response.lines(R"(
+<html>
+<head>
+<meta http-equiv="Content-Type" content="text/html; charset=gb2312">
+<title>My folder</title>
+<link rel="stylesheet" href="style.css" type="text/css">
+)");
         filestore::write_menu_styles();
         Response.line("</head>");
         Response.line("<body>");
@@ -56,13 +58,14 @@ public:
         filestore::write_menu_script("", "", "");
         Response.line("<form name=\"form1\" method=\"get\" action=\"file.asp\" target=\"files\">");
         Response.line("<input type=\"hidden\" name=\"Folder\" value=\"" + q + "\">");
-        Response.line("</form>");
-        Response.line("<script language=\"JavaScript\">");
-        Response.line("document.form1.submit();");
-        Response.line("</script>");
-        Response.line("</body>");
-        Response.line("</html>");
-        Response.write("");
+        Response.lines(R"(
+</form>
+<script language="JavaScript">
+document.form1.submit();
+</script>
+</body>
+</html>
+)");
     }
 
 private:

@@ -25,35 +25,38 @@ public:
         conn.close();
         std::string cut = html_unquoted(up_to_blank(old_name.str()));
         write_head({.title = ""});
-        Response.line("<script language=\"JavaScript\">");
-        Response.line("function go_check() {");
-        Response.line("  if (document.form1.new_name.value == \"\") {");
-        Response.line("    alert(\"请输入新文件名！\");");
-        Response.line("    document.form1.new_name.focus();");
-        Response.line("    return;");
-        Response.line("  }");
-        Response.line("  if (document.form1.new_name.value == document.form1.old_name.value) {");
-        Response.line("    alert(\"新文件名与原来的相同！\");");
-        Response.line("    document.form1.new_name.focus();");
-        Response.line("    return;");
-        Response.line("  }");
-        Response.line("  document.form1.submit();");
-        Response.line("}");
-        Response.line("</script>");
-        Response.line("</head>");
-        Response.line("<body>");
-        Response.line("<form name=\"form1\" method=\"get\" action=\"file_rename_save.asp\" enctype=\"multipart/form-data\">");
-        Response.line("<table width=\"400\" border=\"0\" cellspacing=\"1\" cellpadding=\"4\" align=\"center\">");
+        Response.lines(R"(
+<script language="JavaScript">
+function go_check() {
+  if (document.form1.new_name.value == "") {
+    alert("请输入新文件名！");
+    document.form1.new_name.focus();
+    return;
+  }
+  if (document.form1.new_name.value == document.form1.old_name.value) {
+    alert("新文件名与原来的相同！");
+    document.form1.new_name.focus();
+    return;
+  }
+  document.form1.submit();
+}
+</script>
+</head>
+<body>
+<form name="form1" method="get" action="file_rename_save.asp" enctype="multipart/form-data">
+<table width="400" border="0" cellspacing="1" cellpadding="4" align="center">
+)");
         Response.line("<tr><td>将文件：<font color=\"red\">" + html_text(old_name) + "</font></td></tr>");
         Response.line("<tr><td>更名为：<input type=\"text\" name=\"new_name\" value=" + cut + " size=\"30\">");
         Response.line("<input type=\"hidden\" name=\"Folder\" value=\"" + html_text(folder) + "\">");
         Response.line("<input type=\"hidden\" name=\"old_name\" value=" + cut + ">");
-        Response.line("<input type=\"button\" value=\"确 定\" onclick=\"go_check()\"></td></tr>");
-        Response.line("</table>");
-        Response.line("</form>");
-        Response.line("</body>");
-        Response.line("</html>");
-        Response.write("");
+        Response.lines(R"html(
+<input type="button" value="确 定" onclick="go_check()"></td></tr>
+</table>
+</form>
+</body>
+</html>
+)html");
     }
 };
 

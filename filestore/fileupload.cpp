@@ -20,19 +20,21 @@ public:
         // The upload form shows its progress through the client script.
         Response.client_compat(kCompatDialogs);
         write_head({.no_cache_days = 10});
-        Response.line("<script language=\"JavaScript\">");
-        Response.line("function go_check() {");
-        Response.line("  var v = document.form1.File1.value;");
-        Response.line("  if (v == \"\" || v.indexOf(\":\") < 0 || v.indexOf(\".\") < 0 || v.indexOf(\"\\\\\") < 0) {");
-        Response.line("    alert(\"你没有选择文件！\\n请通过浏览按钮从文件夹中选取某个文件\");");
-        Response.line("    document.form1.File1.focus();");
-        Response.line("    return;");
-        Response.line("  }");
-        Response.line("  document.form1.submit();");
-        Response.line("}");
-        Response.line("</script>");
-        Response.line("</head>");
-        Response.line("<body>");
+        Response.lines(R"(
+<script language="JavaScript">
+function go_check() {
+  var v = document.form1.File1.value;
+  if (v == "" || v.indexOf(":") < 0 || v.indexOf(".") < 0 || v.indexOf("\\") < 0) {
+    alert("你没有选择文件！\n请通过浏览按钮从文件夹中选取某个文件");
+    document.form1.File1.focus();
+    return;
+  }
+  document.form1.submit();
+}
+</script>
+</head>
+<body>
+)");
         const std::string root = filestore::account_root(conn);
         up.upload_initialize();
         std::string field = "Folder";
@@ -42,18 +44,21 @@ public:
         const std::string asked = folder.empty() ? Request.querystring("Folder").str() : folder;
         if (!asked.empty() && !filestore::inside(asked, root)) refuse("file store: folder outside own");
         if (folder.empty()) {
-            Response.line("<form name=\"form1\" method=\"post\" action=\"file_upload.asp\" enctype=\"multipart/form-data\">");
-            Response.line("<table width=\"400\" border=\"0\" cellspacing=\"1\" cellpadding=\"4\" align=\"center\">");
-            Response.line("<tr><td>文件名：<input type=\"file\" name=\"File1\" size=\"30\"></td></tr>");
+            Response.lines(R"(
+<form name="form1" method="post" action="file_upload.asp" enctype="multipart/form-data">
+<table width="400" border="0" cellspacing="1" cellpadding="4" align="center">
+<tr><td>文件名：<input type="file" name="File1" size="30"></td></tr>
+)");
             Response.line("<tr><td align=\"center\"><input type=\"hidden\" name=\"Folder\" value=\"" +
                           html_text(Request.querystring("Folder")) + "\">");
-            Response.line("<input type=\"button\" value=\"确 定\" onclick=\"go_check()\"></td></tr>");
-            Response.line("</table>");
-            Response.line("</form>");
+            Response.lines(R"html(
+<input type="button" value="确 定" onclick="go_check()"></td></tr>
+</table>
+</form>
+)html");
             up.upload_terminate();
             Response.line("</body>");
             Response.line("</html>");
-            Response.write("");
             return;
         }
         check_upload(root);

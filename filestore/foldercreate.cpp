@@ -38,23 +38,26 @@ public:
         }
 
         write_head({.title = "My folder", .no_cache_days = 10});
-        Response.line("</head>");
-        Response.line("<body>");
-        Response.line("<form name=\"myform\" method=\"get\" action=\"Folder_create.asp\">");
-        Response.line("<table width=\"250\" border=\"0\" cellspacing=\"1\" cellpadding=\"4\" bgcolor=\"#336699\" align=\"center\">");
-        Response.line("<tr><td align=\"center\"><font color=\"white\">□ ::: 新建文件夹::: □</font></td></tr>");
-        Response.line("<tr><td bgcolor=\"#ffffff\" align=\"center\">");
-        Response.line("<input type=\"text\" name=\"Folder\" value=\"新文件夹\" size=\"20\"><br><br>");
-        Response.line("<input type=\"submit\" value=\"确 定\"> ");
-        Response.line("<input type=\"button\" value=\"返 回\" onclick=\"history.back()\">");
-        Response.line("<input type=\"hidden\" name=\"FDO\" value=\"create\">");
+        Response.lines(R"html(
+</head>
+<body>
+<form name="myform" method="get" action="Folder_create.asp">
+<table width="250" border="0" cellspacing="1" cellpadding="4" bgcolor="#336699" align="center">
+<tr><td align="center"><font color="white">□ ::: 新建文件夹::: □</font></td></tr>
+<tr><td bgcolor="#ffffff" align="center">
+<input type="text" name="Folder" value="新文件夹" size="20"><br><br>
+<input type="submit" value="确 定"> 
+<input type="button" value="返 回" onclick="history.back()">
+<input type="hidden" name="FDO" value="create">
+)html");
         Response.line("<input type=\"hidden\" name=\"CURR_DIR\" value=\"" + html_text(curr_dir) + "\">");
-        Response.line("</td></tr>");
-        Response.line("</table>");
-        Response.line("</form>");
-        Response.line("</body>");
-        Response.line("</html>");
-        Response.write("");
+        Response.lines(R"(
+</td></tr>
+</table>
+</form>
+</body>
+</html>
+)");
     }
 };
 

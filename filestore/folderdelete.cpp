@@ -32,11 +32,13 @@ public:
         }
 
         write_head({.title = "My folder", .no_cache_days = 10});
-        Response.line("</head>");
-        Response.line("<body>");
-        Response.line("<table width=\"250\" border=\"0\" cellspacing=\"1\" cellpadding=\"4\" bgcolor=\"#336699\" align=\"center\">");
-        Response.line("<tr><td align=\"center\"><font color=\"white\">□ ::: 删除文件夹::: □</font></td></tr>");
-        Response.line("<tr><td bgcolor=\"#ffffff\" align=\"center\">");
+        Response.lines(R"(
+</head>
+<body>
+<table width="250" border="0" cellspacing="1" cellpadding="4" bgcolor="#336699" align="center">
+<tr><td align="center"><font color="white">□ ::: 删除文件夹::: □</font></td></tr>
+<tr><td bgcolor="#ffffff" align="center">
+)");
         if (shown == "\\") {
             Response.line("根目录 \\ 不可删除！<br>请先选择某个子文件夹……<br><br>");
         } else {
@@ -48,12 +50,13 @@ public:
             Response.line("<input type=\"hidden\" name=\"CURR_DIR\" value=\"" + html_text(curr_dir) + "\">");
             Response.line("</form>");
         }
-        Response.line("<input type=\"button\" value=\"返 回\" onclick=\"history.back()\">");
-        Response.line("</td></tr>");
-        Response.line("</table>");
-        Response.line("</body>");
-        Response.line("</html>");
-        Response.write("");
+        Response.lines(R"html(
+<input type="button" value="返 回" onclick="history.back()">
+</td></tr>
+</table>
+</body>
+</html>
+)html");
     }
 };
 

@@ -7,18 +7,19 @@ namespace tav::pages {
 class folderlist : public Page {
 public:
     void I_init() override {
-        Response.line("<html>");
-        Response.line("<head>");
-        Response.line("<title>网络办公系统</title>");
-        Response.line("<meta http-equiv=\"Content-Type\" content=\"text/html; charset=gb2312\">");
-        Response.line("</head>");
-        Response.line("<frameset cols=\"200,*\" frameborder=\"NO\" border=\"5\" framespacing=\"0\">");
-        Response.line("  <frame name=\"folder\" src=\"folder.asp\" scrolling=\"suto\">");
-        Response.line("  <frame name=\"files\" src=\"file.asp\" noresize>");
-        Response.line("</frameset>");
-        Response.line("<noframes><body></body></noframes>");
-        Response.line("</html>");
-        Response.write("");
+        Response.lines(R"(
+<html>
+<head>
+<title>网络办公系统</title>
+<meta http-equiv="Content-Type" content="text/html; charset=gb2312">
+</head>
+<frameset cols="200,*" frameborder="NO" border="5" framespacing="0">
+  <frame name="folder" src="folder.asp" scrolling="suto">
+  <frame name="files" src="file.asp" noresize>
+</frameset>
+<noframes><body></body></noframes>
+</html>
+)");
     }
 };
 

@@ -61,9 +61,11 @@ public:
         Response.line("<body>");
         bool is_root = shown == "\\";
         if (!is_root) Response.line("<form name=\"myform\" method=\"get\" action=\"Folder_rename.asp\">");
-        Response.line("<table width=\"250\" border=\"0\" cellspacing=\"1\" cellpadding=\"4\" bgcolor=\"#336699\" align=\"center\">");
-        Response.line("<tr><td align=\"center\"><font color=\"white\">□ ::: 重命名文件夹::: □</font></td></tr>");
-        Response.line("<tr><td bgcolor=\"#ffffff\" align=\"center\">");
+        Response.lines(R"(
+<table width="250" border="0" cellspacing="1" cellpadding="4" bgcolor="#336699" align="center">
+<tr><td align="center"><font color="white">□ ::: 重命名文件夹::: □</font></td></tr>
+<tr><td bgcolor="#ffffff" align="center">
+)");
         if (is_root) {
             Response.line("根目录 \\ 不可删除！<br>请先选择某个子文件夹……<br><br>");
         } else {
@@ -72,16 +74,17 @@ public:
                           "\" size=\"20\"><br><br>");
             Response.line("<input type=\"submit\" value=\"更 名\"> ");
         }
-        Response.line("<input type=\"button\" value=\"返 回\" onclick=\"history.back()\">");
-        Response.line("</td></tr>");
-        Response.line("</table>");
-        Response.line("<input type=\"hidden\" name=\"FDO\" value=\"rename\">");
+        Response.lines(R"html(
+<input type="button" value="返 回" onclick="history.back()">
+</td></tr>
+</table>
+<input type="hidden" name="FDO" value="rename">
+)html");
         Response.line("<input type=\"hidden\" name=\"CURR_DIR\" value=\"" + html_text(curr_dir) + "\">");
         Response.line("<input type=\"hidden\" name=\"ROOT\" value=\"" + html_text(root) + "\">");
         if (!is_root) Response.line("</form>");
         Response.line("</body>");
         Response.line("</html>");
-        Response.write("");
     }
 };
 

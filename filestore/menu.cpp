@@ -5,15 +5,13 @@
 namespace tav::filestore {
 
 void write_menu_styles() {
-    Response.line("<style type=\"text/css\">");
-    Response.line(".skin0 { position:absolute; width:100px; border:2px solid black; background-color:menu; "
-                  "font-family:Verdana; line-height:20px; cursor:default; font-size:12px; z-index:100; "
-                  "visibility:hidden; }");
-    Response.line(".menuitems { padding-left:10px; padding-right:10px; }");
-    Response.line(".skin1 { cursor:default; position:absolute; width:100px; text-align:left; "
-                  "font-family:Arial, Helvetica, sans-serif; font-size:12px; background-color:menu; "
-                  "border:2px outset buttonhighlight; visibility:hidden; z-index:100; }");
-    Response.line("</style>");
+    Response.lines(R"(
+<style type="text/css">
+.skin0 { position:absolute; width:100px; border:2px solid black; background-color:menu; font-family:Verdana; line-height:20px; cursor:default; font-size:12px; z-index:100; visibility:hidden; }
+.menuitems { padding-left:10px; padding-right:10px; }
+.skin1 { cursor:default; position:absolute; width:100px; text-align:left; font-family:Arial, Helvetica, sans-serif; font-size:12px; background-color:menu; border:2px outset buttonhighlight; visibility:hidden; z-index:100; }
+</style>
+)");
 }
 
 void write_menu(const std::vector<MenuRow>& rows) {
@@ -31,63 +29,73 @@ void write_menu(const std::vector<MenuRow>& rows) {
 }
 
 void write_menu_script(const std::string& show_test, const std::string& on_show, const std::string& on_hide) {
-    Response.line("<script language=\"JavaScript1.2\">");
-    Response.line("var menuskin = \"skin1\";");
-    Response.line("var display_url = 0;");
-    Response.line("function showmenuie5() {");
+    Response.lines(R"(
+<script language="JavaScript1.2">
+var menuskin = "skin1";
+var display_url = 0;
+function showmenuie5() {
+)");
     if (!show_test.empty()) Response.line("  if (!(" + show_test + ")) return false;");
-    Response.line("  var rightedge = document.body.clientWidth - event.clientX;");
-    Response.line("  var bottomedge = document.body.clientHeight - event.clientY;");
-    Response.line("  if (rightedge < ie5menu.offsetWidth)");
-    Response.line("    ie5menu.style.left = document.body.scrollLeft + event.clientX - ie5menu.offsetWidth;");
-    Response.line("  else");
-    Response.line("    ie5menu.style.left = document.body.scrollLeft + event.clientX;");
-    Response.line("  if (bottomedge < ie5menu.offsetHeight)");
-    Response.line("    ie5menu.style.top = document.body.scrollTop + event.clientY - ie5menu.offsetHeight;");
-    Response.line("  else");
-    Response.line("    ie5menu.style.top = document.body.scrollTop + event.clientY;");
-    Response.line("  ie5menu.style.visibility = \"visible\";");
+    Response.lines(R"(
+  var rightedge = document.body.clientWidth - event.clientX;
+  var bottomedge = document.body.clientHeight - event.clientY;
+  if (rightedge < ie5menu.offsetWidth)
+    ie5menu.style.left = document.body.scrollLeft + event.clientX - ie5menu.offsetWidth;
+  else
+    ie5menu.style.left = document.body.scrollLeft + event.clientX;
+  if (bottomedge < ie5menu.offsetHeight)
+    ie5menu.style.top = document.body.scrollTop + event.clientY - ie5menu.offsetHeight;
+  else
+    ie5menu.style.top = document.body.scrollTop + event.clientY;
+  ie5menu.style.visibility = "visible";
+)");
     if (!on_show.empty()) Response.line("  " + on_show);
-    Response.line("  return false;");
-    Response.line("}");
-    Response.line("function hidemenuie5() {");
-    Response.line("  ie5menu.style.visibility = \"hidden\";");
+    Response.lines(R"(
+  return false;
+}
+function hidemenuie5() {
+  ie5menu.style.visibility = "hidden";
+)");
     if (!on_hide.empty()) Response.line("  " + on_hide);
-    Response.line("}");
-    Response.line("function highlightie5() {");
-    Response.line("  if (event.srcElement.className == \"menuitems\") {");
-    Response.line("    event.srcElement.style.backgroundColor = \"highlight\";");
-    Response.line("    event.srcElement.style.color = \"white\";");
-    Response.line("    if (display_url == 1) window.status = event.srcElement.url;");
-    Response.line("  }");
-    Response.line("}");
-    Response.line("function lowlightie5() {");
-    Response.line("  if (event.srcElement.className == \"menuitems\") {");
-    Response.line("    event.srcElement.style.backgroundColor = \"\";");
-    Response.line("    event.srcElement.style.color = \"black\";");
-    Response.line("    window.status = \"\";");
-    Response.line("  }");
-    Response.line("}");
-    Response.line("function jumptoie5() {");
-    Response.line("  if (event.srcElement.className == \"menuitems\") {");
-    Response.line("    if (event.srcElement.getAttribute(\"target\") != null)");
-    Response.line("      window.open(event.srcElement.url, event.srcElement.getAttribute(\"target\"));");
-    Response.line("    else");
-    Response.line("      window.location = event.srcElement.url;");
-    Response.line("  }");
-    Response.line("}");
-    Response.line("if (document.all && window.print) {");
-    Response.line("  ie5menu.className = menuskin;");
-    Response.line("  document.oncontextmenu = showmenuie5;");
-    Response.line("  document.body.onclick = hidemenuie5;");
-    Response.line("}");
-    Response.line("</script>");
+    Response.lines(R"(
+}
+function highlightie5() {
+  if (event.srcElement.className == "menuitems") {
+    event.srcElement.style.backgroundColor = "highlight";
+    event.srcElement.style.color = "white";
+    if (display_url == 1) window.status = event.srcElement.url;
+  }
+}
+function lowlightie5() {
+  if (event.srcElement.className == "menuitems") {
+    event.srcElement.style.backgroundColor = "";
+    event.srcElement.style.color = "black";
+    window.status = "";
+  }
+}
+function jumptoie5() {
+  if (event.srcElement.className == "menuitems") {
+    if (event.srcElement.getAttribute("target") != null)
+      window.open(event.srcElement.url, event.srcElement.getAttribute("target"));
+    else
+      window.location = event.srcElement.url;
+  }
+}
+if (document.all && window.print) {
+  ie5menu.className = menuskin;
+  document.oncontextmenu = showmenuie5;
+  document.body.onclick = hidemenuie5;
+}
+</script>
+)");
 }
 
 void create_ok() {
-    Response.line("<script language=\"JavaScript\">");
-    Response.line(" window.top.detail.folder.location.reload()");
-    Response.line("</script>");
+    Response.lines(R"(
+<script language="JavaScript">
+ window.top.detail.folder.location.reload()
+</script>
+)");
 }
 
 }  // namespace tav::filestore

@@ -164,6 +164,19 @@ struct ResponseGlobal {
     // Line write: the text and CR LF.
     template <class T>
     void line(const T& text, SrcLoc loc = SrcLoc::current()) const { put(text_of(text), "\r\n", loc); }
+    // Lines write, for markup kept as a raw string: the newline right after
+    // R"( is dropped so that the block starts on its own source line, and
+    // every other "\n" goes out as CR LF, as line() ends its text.
+    void lines(std::string_view text, SrcLoc loc = SrcLoc::current()) const {
+        if (!text.empty() && text.front() == '\n') text.remove_prefix(1);
+        std::string out;
+        out.reserve(text.size() + text.size() / 16);
+        for (char c : text) {
+            if (c == '\n') out += '\r';
+            out += c;
+        }
+        put(out, "", loc);
+    }
     // Block write: the text, CR LF and one blank.
     template <class T>
     void block(const T& text, SrcLoc loc = SrcLoc::current()) const { put(text_of(text), "\r\n ", loc); }

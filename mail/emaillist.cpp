@@ -46,18 +46,21 @@ public:
         Response.line("</head>");
         Response.line("<body>");
         write_search(folder, type);
-        Response.line("<table width=\"100%\" border=\"0\" cellspacing=\"0\" cellpadding=\"2\" bgcolor=\"#FFFFFF\">");
-        Response.line("<tr bgcolor=\"#E0E0E0\" height=\"26\">");
-        Response.line("<td width=\"60\" nowrap><input type=\"checkbox\" name=\"clickall\" value=\"on\" "
-                      "onclick=\"selectall(this.checked)\">全选</td>");
-        Response.line("<td>邮件主题</td>");
+        Response.lines(R"html(
+<table width="100%" border="0" cellspacing="0" cellpadding="2" bgcolor="#FFFFFF">
+<tr bgcolor="#E0E0E0" height="26">
+<td width="60" nowrap><input type="checkbox" name="clickall" value="on" onclick="selectall(this.checked)">全选</td>
+<td>邮件主题</td>
+)html");
         Response.line(std::string("<td width=\"80\">") + (folder == 3 ? "收件人" : "发件人") + "</td>");
-        Response.line("<td width=\"70\">重要程度</td>");
-        Response.line("<td width=\"40\">回复</td>");
-        Response.line("<td width=\"60\">状态</td>");
-        Response.line("<td width=\"40\">附件</td>");
-        Response.line("<td width=\"90\">发送日期</td>");
-        Response.line("</tr>");
+        Response.lines(R"(
+<td width="70">重要程度</td>
+<td width="40">回复</td>
+<td width="60">状态</td>
+<td width="40">附件</td>
+<td width="90">发送日期</td>
+</tr>
+)");
 
         long n = 1;
         for (; !empty && bar.within(n) && !rs.eof(); ++n) {
@@ -76,7 +79,6 @@ public:
         bar.write_bar(buttons);
         Response.line("</body>");
         Response.line("</html>");
-        Response.write("");
     }
 
 private:
@@ -100,9 +102,11 @@ private:
     void write_search(long folder, const Value& type) {
         // The ticking boxes of the list stand in this form too, so the
         // selection script finds them through it.
-        Response.line("<form name=\"searchform\" method=\"get\">");
-        Response.line("<table width=\"100%\" border=\"0\" cellspacing=\"0\" cellpadding=\"3\">");
-        Response.line("<tr bgcolor=\"#336699\" height=\"28\">");
+        Response.lines(R"(
+<form name="searchform" method="get">
+<table width="100%" border="0" cellspacing="0" cellpadding="3">
+<tr bgcolor="#336699" height="28">
+)");
         Response.line("<td><font color=\"#FFFFFF\">我的信箱-&gt;&gt;" +
                       html_text(mail::folder_names()[static_cast<std::size_t>(folder)]) + "</font></td>");
         Response.line("<td align=\"right\"><font color=\"#FFFFFF\">根据邮件主题关键字：</font>"
@@ -140,63 +144,65 @@ private:
     }
 
     void write_script() {
-        Response.line("<script language=\"javascript\">");
-        Response.line("function myform_submit(){");
-        Response.line("  if (document.searchform.sstr.value == \"\") {");
-        Response.line("    alert(\"请输入查找关键字！\");");
-        Response.line("    document.searchform.sstr.focus();");
-        Response.line("    return;");
-        Response.line("  }");
-        Response.line("  document.myform.sstr.value = document.searchform.sstr.value;");
-        Response.line("  document.myform.submit();");
-        Response.line("}");
-        Response.line("function selectall(v){");
-        Response.line("  var f = document.searchform;");
-        Response.line("  for (var i = 0; i < f.elements.length; i++) {");
-        Response.line("    if (f.elements[i].value == \"on\") f.elements[i].checked = v;");
-        Response.line("  }");
-        Response.line("  f.clickall.checked = v;");
-        Response.line("}");
-        Response.line("function changechecked(box){");
-        Response.line("  if (box.checked) {");
-        Response.line("    box.checked = true;");
-        Response.line("    if (isallselected()) document.searchform.clickall.checked = true;");
-        Response.line("  } else {");
-        Response.line("    document.searchform.clickall.checked = false;");
-        Response.line("  }");
-        Response.line("}");
-        Response.line("function isallselected(){");
-        Response.line("  var f = document.searchform, all = 0, ticked = 0;");
-        Response.line("  for (var i = 0; i < f.elements.length; i++) {");
-        Response.line("    if (f.elements[i].name.indexOf(\"check\") >= 0) {");
-        Response.line("      all++;");
-        Response.line("      if (f.elements[i].checked) ticked++;");
-        Response.line("    }");
-        Response.line("  }");
-        Response.line("  return ticked == all;");
-        Response.line("}");
-        Response.line("function isselected(){");
-        Response.line("  var f = document.searchform, e, name;");
-        Response.line("  f.dellist.value = \"\";");
-        Response.line("  for (var i = 0; i < f.elements.length; i++) {");
-        Response.line("    e = f.elements[i];");
-        Response.line("    if (e.value == \"on\" && e.checked) {");
-        Response.line("      name = e.name;");
-        Response.line("      if (f.dellist.value != \"\") f.dellist.value += \"*\";");
-        Response.line("      f.dellist.value += name.substring(name.indexOf(\"check\") + 5, name.length + 1);");
-        Response.line("    }");
-        Response.line("  }");
-        Response.line("}");
-        Response.line("function clickdelete(){");
-        Response.line("  isselected();");
-        Response.line("  var f = document.searchform;");
-        Response.line("  if (f.dellist.value == \"\") {");
-        Response.line("    alert(\"没有选择删除项\");");
-        Response.line("    return;");
-        Response.line("  }");
-        Response.line("  window.location.href = \"Email_Del.asp?dellist=\" + f.dellist.value + \"&Type=\" + f.type.value;");
-        Response.line("}");
-        Response.line("</script>");
+        Response.lines(R"(
+<script language="javascript">
+function myform_submit(){
+  if (document.searchform.sstr.value == "") {
+    alert("请输入查找关键字！");
+    document.searchform.sstr.focus();
+    return;
+  }
+  document.myform.sstr.value = document.searchform.sstr.value;
+  document.myform.submit();
+}
+function selectall(v){
+  var f = document.searchform;
+  for (var i = 0; i < f.elements.length; i++) {
+    if (f.elements[i].value == "on") f.elements[i].checked = v;
+  }
+  f.clickall.checked = v;
+}
+function changechecked(box){
+  if (box.checked) {
+    box.checked = true;
+    if (isallselected()) document.searchform.clickall.checked = true;
+  } else {
+    document.searchform.clickall.checked = false;
+  }
+}
+function isallselected(){
+  var f = document.searchform, all = 0, ticked = 0;
+  for (var i = 0; i < f.elements.length; i++) {
+    if (f.elements[i].name.indexOf("check") >= 0) {
+      all++;
+      if (f.elements[i].checked) ticked++;
+    }
+  }
+  return ticked == all;
+}
+function isselected(){
+  var f = document.searchform, e, name;
+  f.dellist.value = "";
+  for (var i = 0; i < f.elements.length; i++) {
+    e = f.elements[i];
+    if (e.value == "on" && e.checked) {
+      name = e.name;
+      if (f.dellist.value != "") f.dellist.value += "*";
+      f.dellist.value += name.substring(name.indexOf("check") + 5, name.length + 1);
+    }
+  }
+}
+function clickdelete(){
+  isselected();
+  var f = document.searchform;
+  if (f.dellist.value == "") {
+    alert("没有选择删除项");
+    return;
+  }
+  window.location.href = "Email_Del.asp?dellist=" + f.dellist.value + "&Type=" + f.type.value;
+}
+</script>
+)");
     }
 };
 

@@ -24,16 +24,17 @@ public:
         bool from_other = rs("send_user_id") != me;
 
         write_head({.title = "信息显示", .no_cache_days = 1});
-        Response.line("<script language=\"javascript\">");
-        Response.line("function GoBack(){");
-        Response.line("  window.history.back();");
-        Response.line("}");
-        Response.line("</script>");
-        Response.line("</head>");
-        Response.line("<body>");
-        Response.line("<table width=\"100%\" border=\"0\" cellspacing=\"0\" cellpadding=\"4\">");
-        Response.line("<tr bgcolor=\"#336699\" height=\"28\"><td><font color=\"#FFFFFF\">您目前在浏览：我的邮件-&gt;&gt;查看邮件"
-                      "</font></td></tr>");
+        Response.lines(R"(
+<script language="javascript">
+function GoBack(){
+  window.history.back();
+}
+</script>
+</head>
+<body>
+<table width="100%" border="0" cellspacing="0" cellpadding="4">
+<tr bgcolor="#336699" height="28"><td><font color="#FFFFFF">您目前在浏览：我的邮件-&gt;&gt;查看邮件</font></td></tr>
+)");
         Response.line("<tr><td>主题：" + html_text(rs("Email_title")) + "</td></tr>");
         Response.write("<tr><td>重要程度：" + html_text(mail::degree_name(rs("email_id"))));
         if (attached) Response.write("&nbsp;&nbsp;&nbsp;&nbsp;附件：有");
@@ -57,12 +58,13 @@ public:
             Response.write("<input type=\"button\" class=\"buttons02\" value=\"回 复\" "
                            "onclick=\"window.location.href='Email_Reply.asp?id=" +
                            html_text(js_string(rs("id"))) + "'\"> ");
-        Response.line("<input type=\"button\" class=\"buttons02\" value=\"返 回\" onclick=\"GoBack()\">");
-        Response.line("</center>");
-        Response.line("</body>");
-        Response.line("</html>");
+        Response.lines(R"html(
+<input type="button" class="buttons02" value="返 回" onclick="GoBack()">
+</center>
+</body>
+</html>
+)html");
         if (from_other) conn.execute("update Email set read=1 where id="_sql + id + " and to_user_id=" + me);
-        Response.write("");
     }
 };
 

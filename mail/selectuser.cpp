@@ -15,11 +15,13 @@ public:
         Response.client_compat(kCompatDialogs);  // returnValue and close() inside the dialog stand-in
         write_head({.title = "选择用户", .no_cache_days = 1});
         write_script();
-        Response.line("</head>");
-        Response.line("<body bgcolor=\"#6699cc\">");
-        Response.line("<table width=\"100%\" border=\"0\" cellspacing=\"0\" cellpadding=\"3\">");
-        Response.line("<tr bgcolor=\"#336699\"><td><font color=\"#FFFFFF\">选择收信人</font></td></tr>");
-        Response.line("</table>");
+        Response.lines(R"(
+</head>
+<body bgcolor="#6699cc">
+<table width="100%" border="0" cellspacing="0" cellpadding="3">
+<tr bgcolor="#336699"><td><font color="#FFFFFF">选择收信人</font></td></tr>
+</table>
+)");
         // Never submitted: the form only groups the boxes.
         Response.line("<form name=\"select_form\" method=\"post\" action=\"Email_send.asp\" target=\"detail\">");
         Response.line("<table width=\"100%\" border=\"0\" cellspacing=\"0\" cellpadding=\"2\">");
@@ -33,41 +35,46 @@ public:
             rs.movenext();
         }
         if (n % 5 != 0) Response.line("</tr>");
-        Response.line("</table>");
-        Response.line("<center>");
-        Response.line("<input type=\"button\" class=\"buttons02\" name=\"clear\" value=\"全选\" onclick=\"checkall()\">");
-        Response.line("<input type=\"reset\" class=\"buttons02\" value=\"清除\">");
-        Response.line("<input type=\"button\" class=\"buttons02\" value=\"确定\" onclick=\"do_submit()\">");
-        Response.line("</center>");
-        Response.line("<input type=\"hidden\" name=\"test\">");
-        Response.line("</form>");
-        Response.line("</body>");
-        Response.line("</html>");
-        Response.write("");
+        Response.lines(R"html(
+</table>
+<center>
+<input type="button" class="buttons02" name="clear" value="全选" onclick="checkall()">
+<input type="reset" class="buttons02" value="清除">
+<input type="button" class="buttons02" value="确定" onclick="do_submit()">
+</center>
+<input type="hidden" name="test">
+</form>
+</body>
+</html>
+)html");
     }
 
 private:
     void write_script() {
-        Response.line("<script language=\"javascript\">");
-        Response.line("function checkall(){");
-        Response.line("  var f = document.select_form;");
-        Response.line("  for (var i = 0; i < f.elements.length; i++) f.elements[i].checked = !f.elements[i].checked;");
-        Response.line("  f.clear.value = \"反选\";");
-        Response.line("}");
-        Response.line("function do_submit(){");
-        Response.line("  var f = document.select_form, picked = \"\";");
+        Response.lines(R"(
+<script language="javascript">
+function checkall(){
+  var f = document.select_form;
+  for (var i = 0; i < f.elements.length; i++) f.elements[i].checked = !f.elements[i].checked;
+  f.clear.value = "反选";
+}
+function do_submit(){
+  var f = document.select_form, picked = "";
+)");
         // the last four elements are the three buttons and the field test
-        Response.line("  for (var i = 0; i < f.elements.length - 4; i++) {");
-        Response.line("    if (f.elements[i].checked) picked += i + \",\";");
-        Response.line("  }");
-        Response.line("  if (picked == \"\") {");
-        Response.line("    alert(\"请选取收件人！\");");
-        Response.line("    return;");
-        Response.line("  }");
-        Response.line("  window.returnValue = picked + \"0\";");
-        Response.line("  window.close();");
-        Response.line("}");
-        Response.line("</script>");
+        Response.lines(R"(
+  for (var i = 0; i < f.elements.length - 4; i++) {
+    if (f.elements[i].checked) picked += i + ",";
+  }
+  if (picked == "") {
+    alert("请选取收件人！");
+    return;
+  }
+  window.returnValue = picked + "0";
+  window.close();
+}
+</script>
+)");
     }
 };
 

@@ -13,24 +13,25 @@ public:
         Value title = rs("title");
         Value text = rs("Medium_text");
         write_head({.title = Session("dw_name").str() + "网络办公系统"});
-        Response.line("</head>");
-        Response.line("<body>");
-        Response.line("<table width=\"610\" border=\"0\" cellspacing=\"1\" cellpadding=\"2\" align=\"center\">");
-        Response.line("<tr bgcolor=\"#336699\"><td colspan=\"2\" height=\"26\"><font color=\"#FFFFFF\">"
-                      "网络互动 =>>在线播放 =>>媒体信息</font></td></tr>");
+        Response.lines(R"(
+</head>
+<body>
+<table width="610" border="0" cellspacing="1" cellpadding="2" align="center">
+<tr bgcolor="#336699"><td colspan="2" height="26"><font color="#FFFFFF">网络互动 =>>在线播放 =>>媒体信息</font></td></tr>
+)");
         Response.line("<tr bgcolor=\"#E0E0E0\"><td width=\"80\">媒体标题：</td><td>" + html_text(title) + "</td></tr>");
         Response.line("<tr bgcolor=\"#E0E0E0\"><td colspan=\"2\">媒体简介：</td></tr>");
         // The description keeps its formatting, never its script.
         Response.line("<tr bgcolor=\"#E0E0E0\"><td colspan=\"2\" width=\"610\">\xE3\x80\x80" + allow_markup(text) +
                       "</td></tr>");
-        Response.line("</table>");
-        Response.line("<p align=\"center\"><input type=\"button\" value=\"返回\" name=\"back\" "
-                      "onclick=\"history.back()\"></p>");
-        Response.line("</body>");
-        Response.line("</html>");
+        Response.lines(R"html(
+</table>
+<p align="center"><input type="button" value="返回" name="back" onclick="history.back()"></p>
+</body>
+</html>
+)html");
         rs.close();
         conn.close();
-        Response.write("");
     }
 };
 

@@ -47,10 +47,12 @@ public:
 
         write_head({.title = "Medium List"});
         write_script();
-        Response.line("</head>");
-        Response.line("<body>");
-        Response.line("<form name=\"lists\">");
-        Response.line("<table width=\"100%\" border=\"0\" cellspacing=\"1\" cellpadding=\"2\" class=\"a9px\">");
+        Response.lines(R"(
+</head>
+<body>
+<form name="lists">
+<table width="100%" border="0" cellspacing="1" cellpadding="2" class="a9px">
+)");
         Response.write("<tr bgcolor=\"#336699\"><td colspan=\"6\" height=\"26\"><font color=\"#FFFFFF\">在线视听=>");
         // A key that is none of the six runs the label lookup off the end.
         if (kind < 0) raise_error(9, "Subscript out of range");
@@ -96,7 +98,6 @@ public:
         Response.line("</html>");
         rs.close();
         conn.close();
-        Response.write("");
     }
 
 private:
@@ -117,31 +118,32 @@ private:
     }
 
     void write_script() {
-        Response.line("<script language=\"javascript\">");
-        Response.line("function GoBack(){ history.back(); }");
-        Response.line("function openWin(url){");
-        Response.line("  window.open(url,\"Medium_Win\",\"directories=no,location=no,resizable=no,left=523,top=0,"
-                      "menubar=no,width=275,height=100\");");
-        Response.line("}");
-        Response.line("function play_more(){");
-        Response.line("  var n=0, ids=\"\", f=document.lists;");
-        Response.line("  for(var i=0;i<f.elements.length;i++){");
-        Response.line("    var e=f.elements[i];");
-        Response.line("    if(e.checked){ n++; ids+=e.name+\"|\"; }");
-        Response.line("  }");
-        Response.line("  if(n>0) openWin(\"Medium_play_Audio.asp?id=\"+ids);");
-        Response.line("  else alert(\"请点选您想播放的媒体！\");");
-        Response.line("}");
-        Response.line("function myform_submit(){");
-        Response.line("  if(document.myform.sstr.value==\"\"){");
-        Response.line("    alert(\"请输入关键字！\");");
-        Response.line("    document.myform.sstr.focus();");
-        Response.line("    return;");
-        Response.line("  }");
-        Response.line("  document.myform.PY.value=\"\";");
-        Response.line("  document.myform.submit();");
-        Response.line("}");
-        Response.line("</script>");
+        Response.lines(R"(
+<script language="javascript">
+function GoBack(){ history.back(); }
+function openWin(url){
+  window.open(url,"Medium_Win","directories=no,location=no,resizable=no,left=523,top=0,menubar=no,width=275,height=100");
+}
+function play_more(){
+  var n=0, ids="", f=document.lists;
+  for(var i=0;i<f.elements.length;i++){
+    var e=f.elements[i];
+    if(e.checked){ n++; ids+=e.name+"|"; }
+  }
+  if(n>0) openWin("Medium_play_Audio.asp?id="+ids);
+  else alert("请点选您想播放的媒体！");
+}
+function myform_submit(){
+  if(document.myform.sstr.value==""){
+    alert("请输入关键字！");
+    document.myform.sstr.focus();
+    return;
+  }
+  document.myform.PY.value="";
+  document.myform.submit();
+}
+</script>
+)");
     }
 
     bool plays_ = false;

@@ -79,27 +79,31 @@ public:
         address = Replace(address, "\\", "/");
 
         Response.client_compat(kCompatDialogs);
-        Response.line("<html>");
-        Response.line("<head>");
-        Response.line("<meta http-equiv=\"Content-Type\" content=\"text/html; charset=gb2312\">");
-        Response.line("<meta http-equiv=\"pragma\" content=\"no-cache\">");
+        Response.lines(R"(
+<html>
+<head>
+<meta http-equiv="Content-Type" content="text/html; charset=gb2312">
+<meta http-equiv="pragma" content="no-cache">
+)");
         Response.line("<meta http-equiv=\"expires\" content=\"" + NowText(-1) + "\">");
         Response.line("<TITLE>" + html_text(window_title) + "</TITLE>");
-        Response.line("</head>");
-        Response.line("<body background=\"images/login_bj.gif\" leftmargin=\"0\" topmargin=\"0\" marginwidth=\"0\" "
-                      "marginheight=\"0\">");
-        Response.line("<center>");
+        Response.lines(R"(
+</head>
+<body background="images/login_bj.gif" leftmargin="0" topmargin="0" marginwidth="0" marginheight="0">
+<center>
+)");
         Response.line(wmp ? media::wmp_object(address, 275, 1) : media::real_audio_object(address));
         rs.close();
         conn.close();
-        Response.line("</center>");
-        Response.line("</body>");
-        Response.line("<script language=\"javascript\">");
-        Response.line("self.resizeTo(275,125);");
-        Response.line("self.moveTo(523,0);");
-        Response.line("</script>");
-        Response.line("</html>");
-        Response.write("");
+        Response.lines(R"(
+</center>
+</body>
+<script language="javascript">
+self.resizeTo(275,125);
+self.moveTo(523,0);
+</script>
+</html>
+)");
     }
 };
 

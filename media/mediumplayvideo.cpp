@@ -43,28 +43,32 @@ public:
         address = Replace(address, "\\", "/");
 
         Response.client_compat(kCompatDialogs);
-        Response.line("<html>");
-        Response.line("<head>");
-        Response.line("<meta http-equiv=\"Content-Type\" content=\"text/html; charset=gb2312\">");
-        Response.line("<meta http-equiv=\"pragma\" content=\"no-cache\">");
+        Response.lines(R"(
+<html>
+<head>
+<meta http-equiv="Content-Type" content="text/html; charset=gb2312">
+<meta http-equiv="pragma" content="no-cache">
+)");
         Response.line("<meta http-equiv=\"expires\" content=\"" + NowText(0) + "\">");
         Response.line("<TITLE>" + html_text(title) + "</TITLE>");
-        Response.line("</head>");
-        Response.line("<body background=\"images/login_bj.gif\" leftmargin=\"0\" topmargin=\"0\" marginwidth=\"0\" "
-                      "marginheight=\"0\">");
-        Response.line("<CENTER>");
+        Response.lines(R"(
+</head>
+<body background="images/login_bj.gif" leftmargin="0" topmargin="0" marginwidth="0" marginheight="0">
+<CENTER>
+)");
         Response.line(wmp ? media::wmp_object(address, 352, 0) : media::real_video_objects(address));
         rs.close();
         conn.close();
-        Response.line("</CENTER>");
-        Response.line("</body>");
-        Response.line("<script language=\"javascript\">");
-        Response.line("self.resizeTo(352,325);");
-        Response.line("self.moveTo(447,0);");
-        Response.line("window.focus();");
-        Response.line("</script>");
-        Response.line("</html>");
-        Response.write("");
+        Response.lines(R"(
+</CENTER>
+</body>
+<script language="javascript">
+self.resizeTo(352,325);
+self.moveTo(447,0);
+window.focus();
+</script>
+</html>
+)");
     }
 };
 

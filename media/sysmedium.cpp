@@ -24,21 +24,22 @@ public:
         }
 
         write_head({.title = std::nullopt});
-        Response.line("<script language=\"javascript\">");
-        Response.line("function GoBack(){ history.back(); }");
-        Response.line("function openWin(url){");
-        Response.line("  window.open(url,\"Medium_Win\",\"directories=no,location=no,resizable=no,left=523,top=0,"
-                      "menubar=no,width=275,height=100\");");
-        Response.line("}");
-        Response.line("function myform_submit(){");
-        Response.line("  document.myform.sstr.value=document.searchform.sstr.value;");
-        Response.line("  document.myform.submit();");
-        Response.line("}");
-        Response.line("</script>");
-        Response.line("</head>");
-        Response.line("<body>");
-        Response.line("<form name=\"searchform\" method=\"get\">");
-        Response.line("<table width=\"100%\" border=\"0\" cellspacing=\"1\" cellpadding=\"2\" class=\"a9px\">");
+        Response.lines(R"(
+<script language="javascript">
+function GoBack(){ history.back(); }
+function openWin(url){
+  window.open(url,"Medium_Win","directories=no,location=no,resizable=no,left=523,top=0,menubar=no,width=275,height=100");
+}
+function myform_submit(){
+  document.myform.sstr.value=document.searchform.sstr.value;
+  document.myform.submit();
+}
+</script>
+</head>
+<body>
+<form name="searchform" method="get">
+<table width="100%" border="0" cellspacing="1" cellpadding="2" class="a9px">
+)");
         Response.line("<tr bgcolor=\"#336699\"><td colspan=\"6\" height=\"26\"><font color=\"#FFFFFF\">"
                       "网络互动 =>>在线播放文件维护\xE3\x80\x80根据媒体标题关键字：</font>"
                       "<input type=\"text\" name=\"sstr\" size=\"12\" value=\"" + html_text(sstr) +
@@ -83,7 +84,6 @@ public:
         Response.line("</html>");
         rs.close();
         conn.close();
-        Response.write("");
     }
 };
 

@@ -36,15 +36,18 @@ public:
         Response.client_compat(kCompatDialogs);
         write_head({.title = std::nullopt});
         write_script(edit);
-        Response.line("</head>");
-        Response.line("<body>");
-        Response.line("<table width=\"100%\" border=\"0\" cellspacing=\"1\" cellpadding=\"2\" class=\"a9px\">");
+        Response.lines(R"(
+</head>
+<body>
+<table width="100%" border="0" cellspacing="1" cellpadding="2" class="a9px">
+)");
         Response.line("<tr bgcolor=\"#336699\"><td colspan=\"2\" height=\"26\"><font color=\"#FFFFFF\">媒体维护 =>>" +
                       heading + "</font></td></tr>");
-        Response.line("</table>");
-        Response.line("<form name=\"form1\" method=\"post\" action=\"Sys_Medium_Modify_Save.asp\" "
-                      "enctype=\"multipart/form-data\" onsubmit=\"return check()\">");
-        Response.line("<table width=\"100%\" border=\"0\" cellspacing=\"1\" cellpadding=\"2\" class=\"a9px\">");
+        Response.lines(R"html(
+</table>
+<form name="form1" method="post" action="Sys_Medium_Modify_Save.asp" enctype="multipart/form-data" onsubmit="return check()">
+<table width="100%" border="0" cellspacing="1" cellpadding="2" class="a9px">
+)html");
         row("媒体标题：", "<input type=\"text\" name=\"Title\" maxlength=\"50\" size=\"30\" value=\"" + html_text(title) + "\">");
         row("保存路径：", "<input type=\"text\" name=\"Path\" maxlength=\"80\" size=\"30\" value=\"" + html_text(path) +
                              "\"> 相对于网站的目录,注意首尾含字符'/'");
@@ -78,12 +81,13 @@ public:
         } else {
             Response.write("\xE3\x80\x80");
         }
-        Response.line("</td></tr>");
-        Response.line("</table>");
-        Response.line("</body>");
-        Response.line("</html>");
+        Response.lines(R"(
+</td></tr>
+</table>
+</body>
+</html>
+)");
         conn.close();
-        Response.write("");
     }
 
 private:
@@ -95,30 +99,30 @@ private:
     // The checks run on the lower-cased file name, in order; the first fault
     // stops with its message.
     void write_script(bool edit) {
-        Response.line("<script language=\"javascript\">");
-        Response.line("function check(){");
-        Response.line("  var f=document.form1, file=f.Filename.value.toLowerCase();");
-        Response.line("  if(f.Title.value==\"\"){ alert(\"请填写媒体标题！\"); f.Title.focus(); return false; }");
-        Response.line("  if(f.Path.value==\"\"){ alert(\"请填写媒体保存路径！\"); f.Path.focus(); return false; }");
+        Response.lines(R"(
+<script language="javascript">
+function check(){
+  var f=document.form1, file=f.Filename.value.toLowerCase();
+  if(f.Title.value==""){ alert("请填写媒体标题！"); f.Title.focus(); return false; }
+  if(f.Path.value==""){ alert("请填写媒体保存路径！"); f.Path.focus(); return false; }
+)");
         Response.line(std::string("  var edit=") + (edit ? "true" : "false") + ";");
-        Response.line("  if(!edit && file==\"\"){ alert(\"请填写媒体文件名！\"); f.Filename.focus(); return false; }");
-        Response.line("  if(!edit || file!=\"\"){");
-        Response.line("    if(file.search(\":\")==-1){ alert(\"您输入的文件名不正确，请通过“浏览”按钮选取声音文件!\"); "
-                      "f.Filename.focus(); return false; }");
-        Response.line("    if(file.search(\".mp\")==-1 && file.search(\".rm\")==-1 && file.search(\".asf\")==-1 && "
-                      "file.search(\".wmv\")==-1){");
-        Response.line("      alert(\"您选取的不是声音文件！\\r\\n请选择文件扩展名为mp3、rm、asf、wmv的文件。\"); "
-                      "f.Filename.focus(); return false; }");
-        Response.line("  }");
-        Response.line("  if(edit && file!=\"\" && !confirm(\"用新文件替换原文件吗？\")) return false;");
-        Response.line("  if(f.Py.value.length!=1){ alert(\"请填写演唱者姓名拼音首字母！\\r\\n这样便于分类查找歌曲，*表示所有类别。\"); "
-                      "f.Py.focus(); return false; }");
-        Response.line("  return true;");
-        Response.line("}");
-        Response.line("function MyDelete(){");
-        Response.line("  return confirm(\"删除文件：\"+document.form2.Title.value+\"吗？\");");
-        Response.line("}");
-        Response.line("</script>");
+        Response.lines(R"(
+  if(!edit && file==""){ alert("请填写媒体文件名！"); f.Filename.focus(); return false; }
+  if(!edit || file!=""){
+    if(file.search(":")==-1){ alert("您输入的文件名不正确，请通过“浏览”按钮选取声音文件!"); f.Filename.focus(); return false; }
+    if(file.search(".mp")==-1 && file.search(".rm")==-1 && file.search(".asf")==-1 && file.search(".wmv")==-1){
+      alert("您选取的不是声音文件！\r\n请选择文件扩展名为mp3、rm、asf、wmv的文件。"); f.Filename.focus(); return false; }
+  }
+  if(edit && file!="" && !confirm("用新文件替换原文件吗？")) return false;
+  if(f.Py.value.length!=1){ alert("请填写演唱者姓名拼音首字母！\r\n这样便于分类查找歌曲，*表示所有类别。"); f.Py.focus(); return false; }
+  return true;
+}
+function MyDelete(){
+  return confirm("删除文件："+document.form2.Title.value+"吗？");
+}
+</script>
+)");
     }
 };
 
