@@ -170,6 +170,10 @@ struct ResponseGlobal {
     // Block write: the text, CR LF and one blank.
     template <class T>
     void block(const T& text, SrcLoc loc = SrcLoc::current()) const { put(text_of(text), "\r\n ", loc); }
+    // Lines write: a raw string block of fixed markup, each "\n" sent as the
+    // CR LF the pages always ended their lines with.
+    template <class T>
+    void lines(const T& text, SrcLoc loc = SrcLoc::current()) const { put(crlf(text_of(text)), "", loc); }
     void redirect(const std::string& url, SrcLoc loc = SrcLoc::current()) const;
     void buffer(bool on, SrcLoc loc = SrcLoc::current()) const;
     // The page needs the client compatibility script (kCompatDialogs,
@@ -179,6 +183,15 @@ struct ResponseGlobal {
 
 private:
     void put(std::string_view text, const char* tail, SrcLoc loc) const;
+    static std::string crlf(std::string_view text) {
+        std::string out;
+        out.reserve(text.size() + text.size() / 16);
+        for (char c : text) {
+            if (c == '\n') out += '\r';
+            out += c;
+        }
+        return out;
+    }
 };
 
 struct SessionGlobal {
