@@ -230,8 +230,6 @@ bool names_file(const std::string& list, const std::string& name) {
     return false;
 }
 
-const std::string kCompatScriptTag = "<script src=\"tavcompat.js\"></script>\r\n";
-
 }  // namespace
 
 RequestData request_data(const HttpRequest& req, std::string path) {
@@ -256,12 +254,7 @@ RequestData request_data(const HttpRequest& req, std::string path) {
 }
 
 Site::Site(const std::string& root, const std::string& log_path)
-    : root_(fs::weakly_canonical(root).string()), log_(log_path) {
-    // Until an instance has the smaller dialog bundle, the full one serves.
-    struct stat st;
-    bool small = ::stat((root_ + "/tavdialog.js").c_str(), &st) == 0;
-    dialog_script_ = small ? "<script src=\"tavdialog.js\"></script>\r\n" : kCompatScriptTag;
-}
+    : root_(fs::weakly_canonical(root).string()), log_(log_path) {}
 
 std::string Site::account_of(const HttpRequest& req) {
     auto data = sessions_.peek(cookie_value(req.header("Cookie"), kSessionCookie));
@@ -427,11 +420,7 @@ HttpResponse Site::run_page(const std::string& cls, const HttpRequest& req, std:
         return out;
     }
     std::string& body = response.body();
-    unsigned compat = response.client_compat();
-    if (compat & kCompatScript)
-        body.insert(0, kCompatScriptTag);
-    else if (compat & kCompatDialogs)
-        body.insert(0, dialog_script_);
+    if (response.client_compat() & kCompatDialogs) body.insert(0, "<script src=\"tavdialog.js\"></script>\r\n");
     out.set_header("Content-Type", response.content_type());
     out.body = utf8_to_gb(body);
     return out;
@@ -783,6 +772,27 @@ std::string default_log_path(const std::string& dir) {
     return d + ".log";
 }
 
+std::string join_client_script(const std::string& compat_dir) {
+    fs::path dir(compat_dir);
+    std::ifstream order(dir / "order.txt");
+    if (!order) throw std::runtime_error("missing " + (dir / "order.txt").string());
+    std::string out, name;
+    while (std::getline(order, name)) {
+        if (!name.empty() && name.back() == '\r') name.pop_back();
+        if (name.empty() || name[0] == '#') continue;
+        // A part is a plain name in this folder, nothing else.
+        if (name.find_first_not_of("abcdefghijklmnopqrstuvwxyz_") != std::string::npos)
+            throw std::runtime_error("bad part name in " + (dir / "order.txt").string() + ": " + name);
+        std::ifstream in(dir / (name + ".js"), std::ios::binary);
+        if (!in) throw std::runtime_error("missing " + (dir / (name + ".js")).string());
+        std::stringstream ss;
+        ss << in.rdbuf();
+        out += ss.str();
+        if (!out.empty() && out.back() != '\n') out += '\n';
+    }
+    return out;
+}
+
 void init_site(const std::string& dir, const std::string& template_dir) {
     fs::create_directories(dir);
     fs::path tpl(template_dir), dst(dir);
@@ -796,6 +806,11 @@ void init_site(const std::string& dir, const std::string& template_dir) {
     }
     for (const char* sub : {"user", "Datas", "Email", "Medium/temp", "datebase"})
         fs::create_directories(dst / sub);
+    {
+        std::ofstream out(dst / "tavdialog.js", std::ios::binary | std::ios::trunc);
+        out << join_client_script((tpl / "compat").string());
+        if (!out) throw std::runtime_error("cannot write " + (dst / "tavdialog.js").string());
+    }
     fs::path db = dst / "datebase" / "office.mdb";
     if (fs::exists(db)) return;
     std::string sql;
