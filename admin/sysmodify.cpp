@@ -35,7 +35,7 @@ private:
     // post with anything else stores nothing at all and says which box.
     struct Number {
         const char* key;
-        const char* alert;  // VBScript expression
+        const char* alert;  // the refusal's text, a script literal
         bool keep_when_empty;
     };
     static constexpr Number kNumbers[] = {
@@ -57,10 +57,7 @@ private:
             if (v.empty() && n.keep_when_empty) continue;
             if (!whole_number(v)) {
                 up.upload_terminate();
-                Response.client_compat(kCompatScript);
-                Response.line("<script language=\"vbscript\">");
-                Response.line(std::string("alert ") + n.alert);
-                Response.line("</script>");
+                Response.lines(std::string("<script language=\"javascript\">\nalert(") + n.alert + ");\n</script>\n");
                 return;
             }
         }
@@ -83,10 +80,10 @@ private:
         conn.execute("update software set hardserial='"_sql + (form("logout") == "1" ? "1" : "0") +
                      "' where softname='logout'");
         up.upload_terminate();
-        Response.client_compat(kCompatScript);
-        Response.line("<script language=\"vbscript\">");
-        Response.line("alert \"系统参数修改成功！\"");
-        Response.line("</script>");
+        Response.lines(R"~(<script language="javascript">
+alert("系统参数修改成功！");
+</script>
+)~");
     }
 
     std::string form(const char* name) {
@@ -146,54 +143,62 @@ private:
 
     void write_form() {
         write_head({.title = "系统参数修改", .no_cache_days = 1});
-        Response.client_compat(kCompatScript);
-        Response.line("<script language=\"vbscript\">");
-        Response.line("sub do_submit()");
-        Response.line("  dim ext");
-        Response.line("  if not isnumeric(form1.work_time.value) then");
-        Response.line("    alert \"请在 [未办理的事项] “间隔时间”处输入数字(>60)!\"");
-        Response.line("    exit sub");
-        Response.line("  end if");
-        Response.line("  if cdbl(form1.work_time.value) < 60 then");
-        Response.line("    alert \"您输入的弹出 [未办理的事项] 间隔时间太短!\" & chr(13) & \"应在60秒或以上。\"");
-        Response.line("    exit sub");
-        Response.line("  end if");
-        Response.line("  if not isnumeric(form1.stat_time.value) then");
-        Response.line("    alert \"请在“状态栏刷新时间”处输入数字(>30)!\"");
-        Response.line("    exit sub");
-        Response.line("  end if");
-        Response.line("  if cdbl(form1.stat_time.value) < 10 then");
-        Response.line("    alert \"您输入的状态栏刷新时间间隔太短!\" & chr(13) & \"应在10秒或以上。\"");
-        Response.line("    exit sub");
-        Response.line("  end if");
-        Response.line("  if form1.mfile.value <> \"\" then");
-        Response.line("    if instr(form1.mfile.value, \":\") = 0 then");
-        Response.line("      alert \"您输入的文件名不正确，请通过“浏览”按钮选取声音文件!\"");
-        Response.line("      exit sub");
-        Response.line("    end if");
-        Response.line("    ext = ucase(right(form1.mfile.value, 4))");
-        Response.line("    if ext <> \".WAV\" and ext <> \".MP3\" and ext <> \".MID\" then");
-        Response.line("      alert \"您选取的不是声音文件！\" & chr(13) & \"请选择文件扩展名为mid、mp3、wav的文件。\"");
-        Response.line("      exit sub");
-        Response.line("    end if");
-        Response.line("  end if");
-        for (const char* key : {"quota_store", "quota_mail"}) {
-            const char* label = std::string(key) == "quota_store" ? "个人文件柜空间(MB)" : "邮件附件空间(MB)";
-            Response.line(std::string("  if not isnumeric(form1.") + key + ".value) then");
-            Response.line(std::string("    alert \"请在“") + label + "”处输入数字!\"");
-            Response.line("    exit sub");
-            Response.line("  end if");
-        }
-        Response.line("  form1.submit");
-        Response.line("end sub");
-        Response.line("</script>");
-        Response.line("</head>");
-        Response.line("<body bgcolor=\"#6699cc\">");
-        Response.line("<form name=\"form1\" method=\"post\" action=\"Sys_Modify.asp\" target=\"detail\" "
-                      "enctype=\"multipart/form-data\">");
-        Response.line("<table width=\"90%\" border=\"0\" align=\"center\" cellspacing=\"1\" cellpadding=\"4\" bgcolor=\"#FFFFFF\">");
-        Response.line("<tr><td colspan=\"2\" align=\"center\" bgcolor=\"#336699\"><font color=\"#FFFFFF\"><b>修改系统参数"
-                      "</b></font></td></tr>");
+        // The music file's upload shows its progress through the compat script.
+        Response.client_compat(kCompatDialogs);
+        Response.lines(R"~(<script language="javascript">
+// A number as the form's first checks read one: blanks around it, &h for hexadecimal.
+function num(v) {
+  var s = String(v).trim();
+  var h = /^&h([0-9a-f]+)$/i.exec(s);
+  if (h) return parseInt(h[1], 16);
+  return s == "" ? NaN : Number(s);
+}
+function do_submit() {
+  var f = document.form1;
+  if (isNaN(num(f.work_time.value))) {
+    alert("请在 [未办理的事项] “间隔时间”处输入数字(>60)!");
+    return;
+  }
+  if (num(f.work_time.value) < 60) {
+    alert("您输入的弹出 [未办理的事项] 间隔时间太短!\n应在60秒或以上。");
+    return;
+  }
+  if (isNaN(num(f.stat_time.value))) {
+    alert("请在“状态栏刷新时间”处输入数字(>30)!");
+    return;
+  }
+  if (num(f.stat_time.value) < 10) {
+    alert("您输入的状态栏刷新时间间隔太短!\n应在10秒或以上。");
+    return;
+  }
+  if (f.mfile.value != "") {
+    if (f.mfile.value.indexOf(":") < 0) {
+      alert("您输入的文件名不正确，请通过“浏览”按钮选取声音文件!");
+      return;
+    }
+    var ext = f.mfile.value.slice(-4).toUpperCase();
+    if (ext != ".WAV" && ext != ".MP3" && ext != ".MID") {
+      alert("您选取的不是声音文件！\n请选择文件扩展名为mid、mp3、wav的文件。");
+      return;
+    }
+  }
+  if (isNaN(num(f.quota_store.value))) {
+    alert("请在“个人文件柜空间(MB)”处输入数字!");
+    return;
+  }
+  if (isNaN(num(f.quota_mail.value))) {
+    alert("请在“邮件附件空间(MB)”处输入数字!");
+    return;
+  }
+  f.submit();
+}
+</script>
+</head>
+<body bgcolor="#6699cc">
+<form name="form1" method="post" action="Sys_Modify.asp" target="detail" enctype="multipart/form-data">
+<table width="90%" border="0" align="center" cellspacing="1" cellpadding="4" bgcolor="#FFFFFF">
+<tr><td colspan="2" align="center" bgcolor="#336699"><font color="#FFFFFF"><b>修改系统参数</b></font></td></tr>
+)~");
         const char* gap = "<tr><td colspan=\"2\">&nbsp;</td></tr>";
         Response.line("<tr><td width=\"20%\" rowspan=\"3\" align=\"center\">登录选项</td><td>" + checkbox("forgetpass") +
                       "显示 [ 忘记密码 ] 项</td></tr>");
@@ -226,12 +231,12 @@ private:
                       ">关闭浏览器窗口</option><option value=\"0\"" + (close_window ? "" : " selected") +
                       ">返回至登录页</option></select></td></tr>");
         Response.line(gap);
-        Response.line("<tr><td colspan=\"2\" align=\"center\"><input type=\"button\" name=\"go\" value=\"提 交\" "
-                      "class=\"buttons02\" onclick=\"do_submit()\"></td></tr>");
-        Response.line("</table>");
-        Response.line("</form>");
-        Response.line("</body>");
-        Response.line("</html>");
+        Response.lines(R"~(<tr><td colspan="2" align="center"><input type="button" name="go" value="提 交" class="buttons02" onclick="do_submit()"></td></tr>
+</table>
+</form>
+</body>
+</html>
+)~");
         Response.write("");
     }
 

@@ -34,39 +34,39 @@ public:
         }
 
         write_head({.title = "用户签字维护"});
-        Response.client_compat(kCompatScript);
-        Response.line("<script language=\"vbscript\">");
-        Response.line("sub go_ok()");
-        Response.line("  ff.OK_NO.value = \"ok\"");
-        Response.line("  ff.submit");
-        Response.line("end sub");
-        Response.line("sub go_no()");
-        Response.line("  ff.OK_NO.value = \"no\"");
-        Response.line("  ff.submit");
-        Response.line("end sub");
-        Response.line("</script>");
-        Response.line("</head>");
-        Response.line("<body>");
-        Response.line("<form name=\"ff\" method=\"get\" action=\"user_signe_upload.asp\">");
-        Response.line("<table border=\"0\" align=\"center\" cellspacing=\"4\" cellpadding=\"2\">");
-        Response.line("<tr><td colspan=\"3\" align=\"center\"><font size=\"4\">用户签字维护：</font></td></tr>");
+        // Upload progress and the frame's close() come with the compat script.
+        Response.client_compat(kCompatDialogs);
+        Response.lines(R"(<script language="javascript">
+function go_ok() {
+  document.ff.OK_NO.value = "ok";
+  document.ff.submit();
+}
+function go_no() {
+  document.ff.OK_NO.value = "no";
+  document.ff.submit();
+}
+</script>
+</head>
+<body>
+<form name="ff" method="get" action="user_signe_upload.asp">
+<table border="0" align="center" cellspacing="4" cellpadding="2">
+<tr><td colspan="3" align="center"><font size="4">用户签字维护：</font></td></tr>
+)");
         Response.line("<tr><td>同意： </td><td>" + image(rs("pen_ok")) +
                       "</td><td><input type=\"button\" name=\"OK\" value=\"修改\" class=\"buttons02\" "
                       "onclick=\"go_ok()\"></td></tr>");
         Response.line("<tr><td>暂缓： </td><td>" + image(rs("pen_no")) +
                       "</td><td><input type=\"button\" name=\"NO\" value=\"修改\" class=\"buttons02\" "
                       "onclick=\"go_no()\"></td></tr>");
-        Response.line("<tr><td colspan=\"3\">对于有公文审核或签发的用户，可以修改您的签字，<br>"
-                      "请根据发文稿纸版面设置签字的大小等属性。<br>"
-                      "对于\"业务股审核\"、\"会核\"、\"复核\"栏的签字<br>"
-                      "图片高度在25点左右，领导和分管领导的签字图片<br>"
-                      "可以大些，但高度应控制在100点内。</td></tr>");
-        Response.line("</table>");
+        Response.lines(R"(<tr><td colspan="3">对于有公文审核或签发的用户，可以修改您的签字，<br>请根据发文稿纸版面设置签字的大小等属性。<br>对于"业务股审核"、"会核"、"复核"栏的签字<br>图片高度在25点左右，领导和分管领导的签字图片<br>可以大些，但高度应控制在100点内。</td></tr>
+</table>
+)");
         Response.line("<input type=\"hidden\" name=\"ID\" value=\"" + html_text(Session("user_id")) + "\">");
-        Response.line("<input type=\"hidden\" name=\"OK_NO\" value=\"\">");
-        Response.line("</form>");
-        Response.line("</body>");
-        Response.line("</html>");
+        Response.lines(R"(<input type="hidden" name="OK_NO" value="">
+</form>
+</body>
+</html>
+)");
         Response.write("");
     }
 

@@ -59,19 +59,22 @@ bool may_change(Connection& conn, Recordset& item) {
 }
 
 std::string name_form_script(const char* field, const char* alert, bool trimmed) {
-    std::string test = trimmed ? std::string("trim(myf.") + field + ".value)" : std::string("myf.") + field + ".value";
-    std::string out = "<script language=\"VBScript\">\r\n";
+    std::string f = field;
+    // VBScript's Trim, which the form used: blanks only, not tabs or line ends.
+    std::string value = trimmed ? "myf." + f + ".value.replace(/^ +| +$/g, \"\")" : "myf." + f + ".value";
+    std::string out = "<script language=\"javascript\">\r\n";
     for (const char* name : {"go_append", "go_modify"}) {
-        out += "Sub " + std::string(name) + "()\r\n";
-        out += "  Set myf = document.form1\r\n";
-        out += "  If " + test + " = \"\" Then\r\n";
-        out += "    alert \"" + std::string(alert) + "\"\r\n";
-        out += "    myf." + std::string(field) + ".focus\r\n";
-        out += "    Exit Sub\r\n";
-        out += "  End If\r\n";
-        if (std::string(name) == "go_append") out += "  myf.id.value = 0\r\n";
-        out += "  myf.submit\r\n";
-        out += "End Sub\r\n";
+        out += "function " + std::string(name) + "() {\r\n";
+        out += "  var myf = document.form1;\r\n";
+        out += "  if (" + value + " == \"\") {\r\n";
+        out += "    alert(\"" + std::string(alert) + "\");\r\n";
+        out += "    myf." + f + ".focus();\r\n";
+        out += "    return;\r\n";
+        out += "  }\r\n";
+        // elements: the form's own id property would hide the field named id
+        if (std::string(name) == "go_append") out += "  myf.elements[\"id\"].value = 0;\r\n";
+        out += "  myf.submit();\r\n";
+        out += "}\r\n";
     }
     out += "</script>\r\n";
     return out;

@@ -51,7 +51,7 @@ inline constexpr const char* kBadMenuName =
 // item is not locked, as the buttons of Data_read.asp offer it.
 bool may_change(Connection& conn, Recordset& item);
 
-// The VBScript routines go_append and go_modify of a name form. `field` is
+// The script routines go_append and go_modify of a name form. `field` is
 // the text box, `alert` the refusal of an empty box, `trimmed` whether the
 // box is tested trimmed.
 std::string name_form_script(const char* field, const char* alert, bool trimmed);

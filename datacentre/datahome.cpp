@@ -17,11 +17,12 @@ public:
         // anything is written; a missing row still fails where it is used.
         Recordset pop_note = setting("pop_note");
         bool pop = !pop_note.eof() && pop_note("Hardserial") == "1";
-        if (pop) Response.client_compat(kCompatScript);
+        if (pop) Response.client_compat(kCompatDialogs);
         write_head({.title = "Data Home", .no_cache_days = 5});
-        Response.line("</head>");
-        Response.line("<body leftmargin=\"0\" topmargin=\"0\">");
-        Response.line("<table width=\"100%\" border=\"0\" cellspacing=\"6\" cellpadding=\"0\" bgcolor=\"#29C1E8\">");
+        Response.lines(R"(</head>
+<body leftmargin="0" topmargin="0">
+<table width="100%" border="0" cellspacing="6" cellpadding="0" bgcolor="#29C1E8">
+)");
 
         rs = conn.execute("select * from menu where instr(menu_text,'sub_menu=41') and instr('"_sql + rights +
                           "',menu_id) order by menu_id");
@@ -39,14 +40,14 @@ public:
 
         if (pop_note.eof()) pop_note("Hardserial");
         if (pop) {
-            Response.line("<script language=\"VBScript\">");
-            Response.line("Sub window_onload()");
-            Response.line("  showModalDialog \"pop_note.asp\", , \"dialogWidth:25em;dialogHeight:18em; status:0\"");
-            Response.line("End Sub");
-            Response.line("</script>");
+            Response.lines(R"(<script language="javascript">
+window.onload = function () {
+  showModalDialog("pop_note.asp", undefined, "dialogWidth:25em;dialogHeight:18em; status:0");
+};
+</script>
+)");
         }
-        Response.line("</body>");
-        Response.line("</html>");
+        Response.lines("</body>\n</html>\n");
         // The item list is opened per section; without a section there is
         // none to close.
         if (sections == 0) raise_error(3704, "Operation is not allowed when the object is closed.");
@@ -55,8 +56,9 @@ public:
 
 private:
     void write_section(const Value& menu_id, const Value& name) {
-        Response.line("<td width=\"50%\" valign=\"top\" bgcolor=\"#ffffff\">");
-        Response.line("<table width=\"100%\" border=\"0\" cellspacing=\"0\" cellpadding=\"2\">");
+        Response.lines(R"(<td width="50%" valign="top" bgcolor="#ffffff">
+<table width="100%" border="0" cellspacing="0" cellpadding="2">
+)");
         Response.line("<tr><td height=\"20\" bgcolor=\"#336699\"><font color=\"#ffffff\">" + html_text(name) +
                       "</font></td></tr>");
         // The newest seven only: the engine stops after them.
@@ -73,8 +75,7 @@ private:
         for (; n <= 7; ++n) Response.line("<tr><td height=\"20\">　</td></tr>");
         Response.line("<tr><td align=\"right\"><a href=\"Data_list.asp?sub_menu=" + html_text(menu_id) +
                       "\">=>>更多" + html_text(name) + "...</a></td></tr>");
-        Response.line("</table>");
-        Response.line("</td>");
+        Response.lines("</table>\n</td>\n");
     }
 };
 

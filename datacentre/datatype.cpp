@@ -28,7 +28,7 @@ public:
         require_right(conn, m_id.str() + "A9");
         if (!id.blank() && id != Value(0)) own_category(id, m_id);
 
-        Response.client_compat(kCompatScript);
+        Response.client_compat(kCompatDialogs);
         write_head({.no_cache_days = 1});
         Response.block(datacentre::name_form_script("user_text", "请输入新增的信息类别名称！", false));
         Response.line("</head>");

@@ -28,7 +28,7 @@ public:
             if (!row.eof() && row("xm").str() != "sjzx_m") refuse("这不是数据中心的主菜单");
         }
 
-        Response.client_compat(kCompatScript);
+        Response.client_compat(kCompatDialogs);
         write_head({.no_cache_days = 1});
         Response.block(datacentre::name_form_script("user_text", "请输入新增的信息类别名称！", false));
         Response.line("</head>");

@@ -31,7 +31,7 @@ public:
             refuse("没有这个类别表");
         }
 
-        Response.client_compat(kCompatScript);
+        Response.client_compat(kCompatDialogs);
         write_head({.no_cache_days = 1});
         Response.block(datacentre::name_form_script("new_name", "请输入新增的数据类别名称！", true));
         Response.line("</head>");

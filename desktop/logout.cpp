@@ -19,10 +19,12 @@ public:
             Response.redirect("login.asp");
             END_PAGE();
         }
-        Response.client_compat(kCompatScript);
-        Response.line("<script language=\"VBScript\">");
-        Response.line("window.close()");
-        Response.line("</script>");
+        // In a frame, close() asks the top window, as the desktop's frames did.
+        Response.client_compat(kCompatDialogs);
+        Response.lines(R"(<script language="javascript">
+window.close();
+</script>
+)");
         Response.write("");
     }
 };

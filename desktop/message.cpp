@@ -61,21 +61,19 @@ public:
         rs.close();
         conn.close();
 
-        Response.line("</head>");
-        Response.line("<body>");
+        Response.lines("</head>\n<body>\n");
         if (pop == 1 && Session("Message_POP") == "YES") {
-            Response.client_compat(kCompatScript);
-            Response.line("<script language=\"VBScript\">");
-            Response.line("<!--");
-            Response.line("Sub window_onload");
-            Response.line("  showModalDialog \"message_pop.asp?mstr=" + mstr +
-                          "\", \"\", \"dialogWidth:25em;dialogHeight:11em; status:0\"");
-            Response.line("End Sub");
-            Response.line("-->");
-            Response.line("</script>");
+            // The dialog stand-in: this frame is hidden, the top window shows it.
+            Response.client_compat(kCompatDialogs);
+            // mstr is the page's own text of literals and numbers.
+            Response.lines(R"(<script language="javascript">
+window.onload = function () {
+  showModalDialog("message_pop.asp?mstr=)" + mstr + R"(", "", "dialogWidth:25em;dialogHeight:11em; status:0");
+};
+</script>
+)");
         }
-        Response.line("</body>");
-        Response.line("</html>");
+        Response.lines("</body>\n</html>\n");
         Response.write("");
     }
 

@@ -46,8 +46,7 @@ private:
 
 // Bits of ResponseObject::need_client_compat: which client script the
 // answer needs to run in today's browsers.
-constexpr unsigned kCompatDialogs = 1;  // modal dialogs and their binding
-constexpr unsigned kCompatScript = 2;   // VBScript, with everything of kCompatDialogs
+constexpr unsigned kCompatDialogs = 1;  // modal dialogs, their binding, players, upload progress
 
 class ResponseObject {
 public:
@@ -181,8 +180,7 @@ struct ResponseGlobal {
     template <class T>
     void block(const T& text, SrcLoc loc = SrcLoc::current()) const { put(text_of(text), "\r\n ", loc); }
     void redirect(const std::string& url, SrcLoc loc = SrcLoc::current()) const;
-    // The page needs the client compatibility script (kCompatDialogs,
-    // kCompatScript).
+    // The page needs the client compatibility script (kCompatDialogs).
     void client_compat(unsigned bits, SrcLoc loc = SrcLoc::current()) const;
     ResponseObject& object() const;
 

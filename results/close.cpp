@@ -6,19 +6,20 @@ namespace tav::pages {
 class close : public Page {
 public:
     void I_init() override {
-        Response.client_compat(kCompatScript);
-        Response.block(
-            "<html>\r\n"
-            "<head>\r\n"
-            "<title></title>\r\n"
-            "<meta http-equiv=\"Content-Type\" content=\"text/html; charset=gb2312\">\r\n"
-            "</head>\r\n"
-            "<body>\r\n"
-            "<script language=\"VBScript\">\r\n"
-            "window.close()\r\n"
-            "</script>\r\n"
-            "</body>\r\n"
-            "</html>");
+        // The dialog stand-in and a frame's close() come with the compat script.
+        Response.client_compat(kCompatDialogs);
+        Response.lines(R"(<html>
+<head>
+<title></title>
+<meta http-equiv="Content-Type" content="text/html; charset=gb2312">
+</head>
+<body>
+<script language="javascript">
+window.close();
+</script>
+</body>
+</html>
+ )");
         Response.write("");
     }
 };

@@ -59,53 +59,56 @@ private:
 
     void write_form(const std::string& relative) {
         write_head({.title = "文件上传"});
-        Response.client_compat(kCompatScript);
-        Response.line("<script language=\"vbscript\">");
-        Response.line("sub do_submit()");
-        Response.line("  dim fname, ext, tag");
-        Response.line("  fname = form1.file_name.value");
-        Response.line("  if instr(fname, \":\") = 0 then");
-        Response.line("    alert \"您输入的文件名不正确，请通过“浏览”按钮选取图片文件!\"");
-        Response.line("    exit sub");
-        Response.line("  end if");
-        Response.line("  ext = ucase(right(fname, 4))");
-        Response.line("  if ext <> \".JPG\" and ext <> \".GIF\" then");
-        Response.line("    alert \"您选取的不是图片文件！\" & chr(13) & \"请选择文件扩展名为gif、jpg的文件。\"");
-        Response.line("    exit sub");
-        Response.line("  end if");
-        Response.line("  tag = \"<IMG border=0 SRC=\" & form1.filepath.value & mid(fname, instrrev(fname, \"\\\") + 1)");
-        Response.line("  if form1.demo.value <> \"\" then tag = tag & \" ALT=\" & replace(form1.demo.value, \" \", \"_\")");
-        Response.line("  tag = tag & \" ALIGN=\" & form1.algin.value & \">\"");
-        Response.line("  window.returnValue = tag");
-        Response.line("  form1.submit");
-        Response.line("  window.close");
-        Response.line("end sub");
-        Response.line("</script>");
-        Response.line("</head>");
-        Response.line("<body>");
-        Response.line("<form name=\"form1\" method=\"post\" action=\"upload_img.asp\" enctype=\"multipart/form-data\">");
-        Response.line("<table width=\"300\" border=\"0\" cellspacing=\"1\" cellpadding=\"3\" align=\"center\">");
-        Response.line("<tr><td>");
+        // returnValue and close() inside the dialog stand-in.
+        Response.client_compat(kCompatDialogs);
+        Response.lines(R"~(<script language="javascript">
+function do_submit() {
+  var f = document.form1;
+  var fname = f.file_name.value;
+  if (fname.indexOf(":") < 0) {
+    alert("您输入的文件名不正确，请通过“浏览”按钮选取图片文件!");
+    return;
+  }
+  var ext = fname.slice(-4).toUpperCase();
+  if (ext != ".JPG" && ext != ".GIF") {
+    alert("您选取的不是图片文件！\n请选择文件扩展名为gif、jpg的文件。");
+    return;
+  }
+  var tag = "<IMG border=0 SRC=" + f.filepath.value + fname.slice(fname.lastIndexOf("\\") + 1);
+  if (f.demo.value != "") tag = tag + " ALT=" + f.demo.value.split(" ").join("_");
+  tag = tag + " ALIGN=" + f.algin.value + ">";
+  window.returnValue = tag;
+  f.submit();
+  window.close();
+}
+</script>
+</head>
+<body>
+<form name="form1" method="post" action="upload_img.asp" enctype="multipart/form-data">
+<table width="300" border="0" cellspacing="1" cellpadding="3" align="center">
+<tr><td>
+)~");
         Response.line("<input type=\"hidden\" name=\"filepath\" value=\"" + html_text(relative) + "\">");
-        Response.line("文件名: <input type=\"file\" name=\"file_name\" style=\"width:300\">");
-        Response.line("</td></tr>");
-        Response.line("<tr><td>对齐方式:");
-        Response.line("<select name=\"algin\">");
-        Response.line("<option value=\"left\" selected>默认方式</option>");
-        Response.line("<option value=\"left\">左对齐</option>");
-        Response.line("<option value=\"middle\">居中对齐</option>");
-        Response.line("<option value=\"right\">右对齐</option>");
-        Response.line("</select>");
-        Response.line("</td></tr>");
-        Response.line("<tr><td>注释文字: <input type=\"text\" name=\"demo\" size=\"16\" maxlength=\"50\"></td></tr>");
-        Response.line("<tr><td align=\"center\">");
-        Response.line("<input type=\"button\" class=\"buttons02\" value=\"上传文件\" onclick=\"do_submit()\">");
-        Response.line("<input type=\"button\" class=\"buttons02\" value=\"取消\" onclick=\"window.close()\">");
-        Response.line("</td></tr>");
-        Response.line("</table>");
-        Response.line("</form>");
-        Response.line("</body>");
-        Response.line("</html>");
+        Response.lines(R"~(文件名: <input type="file" name="file_name" style="width:300">
+</td></tr>
+<tr><td>对齐方式:
+<select name="algin">
+<option value="left" selected>默认方式</option>
+<option value="left">左对齐</option>
+<option value="middle">居中对齐</option>
+<option value="right">右对齐</option>
+</select>
+</td></tr>
+<tr><td>注释文字: <input type="text" name="demo" size="16" maxlength="50"></td></tr>
+<tr><td align="center">
+<input type="button" class="buttons02" value="上传文件" onclick="do_submit()">
+<input type="button" class="buttons02" value="取消" onclick="window.close()">
+</td></tr>
+</table>
+</form>
+</body>
+</html>
+)~");
     }
 
     UploadGroup up{*this, UploadGroup::Variant::UploadImg};

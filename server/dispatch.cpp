@@ -32,8 +32,6 @@ std::string decoded_path(std::string_view target) {
     return is_valid_utf8(bytes) ? bytes : gb_to_utf8(bytes);
 }
 
-const std::string kCompatScriptTag = "<script src=\"tavcompat.js\"></script>\r\n";
-
 }  // namespace
 
 RequestData request_data(const HttpRequest& req, std::string path) {
@@ -61,12 +59,7 @@ Site::Site(const std::string& root, const std::string& log_path)
     : root_(std::filesystem::weakly_canonical(root).string()),
       log_(log_path),
       static_files_(root_),
-      private_files_(root_) {
-    // Until an instance has the smaller dialog bundle, the full one serves.
-    struct stat st;
-    bool small = ::stat((root_ + "/tavdialog.js").c_str(), &st) == 0;
-    dialog_script_ = small ? "<script src=\"tavdialog.js\"></script>\r\n" : kCompatScriptTag;
-}
+      private_files_(root_) {}
 
 std::string Site::account_of(const HttpRequest& req) {
     auto data = session_of(sessions_, req);
@@ -188,11 +181,7 @@ HttpResponse Site::run_page(const std::string& cls, const HttpRequest& req, std:
         return out;
     }
     std::string& body = response.body();
-    unsigned compat = response.client_compat();
-    if (compat & kCompatScript)
-        body.insert(0, kCompatScriptTag);
-    else if (compat & kCompatDialogs)
-        body.insert(0, dialog_script_);
+    if (response.client_compat() & kCompatDialogs) body.insert(0, "<script src=\"tavdialog.js\"></script>\r\n");
     out.set_header("Content-Type", response.content_type());
     out.body = utf8_to_gb(body);
     return out;

@@ -19,6 +19,27 @@ std::string default_log_path(const std::string& dir) {
     return d + ".log";
 }
 
+std::string join_client_script(const std::string& compat_dir) {
+    fs::path dir(compat_dir);
+    std::ifstream order(dir / "order.txt");
+    if (!order) throw std::runtime_error("missing " + (dir / "order.txt").string());
+    std::string out, name;
+    while (std::getline(order, name)) {
+        if (!name.empty() && name.back() == '\r') name.pop_back();
+        if (name.empty() || name[0] == '#') continue;
+        // A part is a plain name in this folder, nothing else.
+        if (name.find_first_not_of("abcdefghijklmnopqrstuvwxyz_") != std::string::npos)
+            throw std::runtime_error("bad part name in " + (dir / "order.txt").string() + ": " + name);
+        std::ifstream in(dir / (name + ".js"), std::ios::binary);
+        if (!in) throw std::runtime_error("missing " + (dir / (name + ".js")).string());
+        std::stringstream ss;
+        ss << in.rdbuf();
+        out += ss.str();
+        if (!out.empty() && out.back() != '\n') out += '\n';
+    }
+    return out;
+}
+
 void init_site(const std::string& dir, const std::string& template_dir) {
     fs::create_directories(dir);
     fs::path tpl(template_dir), dst(dir);
@@ -33,6 +54,11 @@ void init_site(const std::string& dir, const std::string& template_dir) {
             fs::copy_file(it->path(), dst / rel, fs::copy_options::overwrite_existing);
     }
     for (std::string_view sub : layout::kInstanceFolders) fs::create_directories(dst / sub);
+    {
+        std::ofstream out(dst / "tavdialog.js", std::ios::binary | std::ios::trunc);
+        out << join_client_script((tpl / "compat").string());
+        if (!out) throw std::runtime_error("cannot write " + (dst / "tavdialog.js").string());
+    }
     fs::path db = layout::database_path(dst.string());
     if (fs::exists(db)) return;
     std::string sql;

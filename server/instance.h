@@ -10,6 +10,12 @@ namespace tav {
 // left alone).
 void init_site(const std::string& dir, const std::string& template_dir);
 
+// The client script that pages asking for kCompatDialogs load as
+// tavdialog.js: the parts in compat_dir joined in the order its order.txt
+// lists them (they share one closure, so the browser gets one file). Written
+// by init_site, so serving needs no build step of its own.
+std::string join_client_script(const std::string& compat_dir);
+
 // The default application log of an instance: beside its folder.
 std::string default_log_path(const std::string& dir);
 

@@ -63,7 +63,6 @@ private:
     void log_refusal(const char* what, const HttpRequest& req, const std::string& path, const std::string& why);
 
     std::string root_;
-    std::string dialog_script_;  // the bundle for pages that only need dialogs
     SessionStore sessions_;
     LoginThrottleTable throttle_;
     FileLog log_;

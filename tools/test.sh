@@ -29,7 +29,6 @@ if [ -f tests/fuzz/CMakeLists.txt ]; then
 fi
 
 echo "== client scripts (node --test)"
-node tools/build-compat.js --check
 node --test tests/js/
 
 if [ -f tests/e2e/package.json ]; then

@@ -91,7 +91,7 @@ TEST(Settings, CheckboxesTextsAndTheLogoutSelectAreStoredAsPosted) {
     }
     auto r = post_settings(site, {{"regnewuser", "on"}, {"pop_note", "yes"}, {"work_time", "75"},
                              {"stat_time", " 12"}, {"logout", "7"}});
-    EXPECT_LT(r.body.find("<script language=\"vbscript\">\r\nalert \"系统参数修改成功！\""), r.body.find("<html>"))
+    EXPECT_LT(r.body.find("<script language=\"javascript\">\r\nalert(\"系统参数修改成功！\");"), r.body.find("<html>"))
         << "the alert stands ahead of the page";
     const std::pair<const char*, const char*> stored[] = {
         {"forgetpass", "0"}, {"regnewuser", "1"}, {"indroduce", "0"}, {"pop_note", "0"}, {"work_pop", "0"},

@@ -105,7 +105,7 @@ TEST(DataHome, ReminderPopupByTheSetting) {
     TestSite site;
     ASSERT_TRUE(site.login());
     site.exec("update software set Hardserial='1' where softname='pop_note'");
-    EXPECT_TRUE(has(site.get("data_home.asp").body, "showModalDialog \"pop_note.asp\""));
+    EXPECT_TRUE(has(site.get("data_home.asp").body, "showModalDialog(\"pop_note.asp\""));
     site.exec("update software set Hardserial='0' where softname='pop_note'");
     EXPECT_FALSE(has(site.get("data_home.asp").body, "pop_note.asp"));
 }

@@ -46,7 +46,7 @@ TEST(Logout, AnyOtherSettingClosesTheWindowAMissingOneReportsAfterTheSessionEnde
         site.get("/started.asp");
         auto r = site.get("/logout.asp");
         EXPECT_EQ(r.status, 200);
-        EXPECT_EQ(has(r.body, "<script language=\"VBScript\">\r\nwindow.close()\r\n</script>"), !missing);
+        EXPECT_EQ(has(r.body, "<script language=\"javascript\">\r\nwindow.close();\r\n</script>"), !missing);
         EXPECT_EQ(has(r.body, "Routine : logout.I_init"), missing) << r.body;
         EXPECT_EQ(site.scalar("select online from user where username='admin'", "online"), "0");
         EXPECT_EQ(site.get("/").location(), "login.asp");

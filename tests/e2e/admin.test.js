@@ -47,6 +47,12 @@ async function pickFile(page, re, selector, file) {
 
 const text = (w) => w.document.body.innerText;
 
+// Waits for an alert with exactly this text (its line breaks included).
+async function alerted(page, message) {
+  for (const end = Date.now() + 10000; !page.alerts.includes(message) && Date.now() < end;) await new Promise((r) => setTimeout(r, 50));
+  assert.ok(page.alerts.includes(message), JSON.stringify(page.alerts));
+}
+
 flow(test, 'a visitor registers from the login page and logs in with the new account', async (browser, t) => {
   const server = await startServer();
   const page = await browser.newPage();
@@ -157,6 +163,7 @@ flow(test, 'a user changes the own profile and password and uploads both signatu
   const files = fs.mkdtempSync(path.join(os.tmpdir(), 'tavelor-sign-'));
   fs.copyFileSync(path.join(SITE_IMAGES, 'EDIT.GIF'), path.join(files, 'agree.gif'));
   fs.copyFileSync(path.join(SITE_IMAGES, 'delete.GIF'), path.join(files, 'defer.jpg'));
+  fs.writeFileSync(path.join(files, 'note.txt'), 'not a picture');
   const page = await browser.newPage();
   t.after(async () => { await page.close(); await server.stop(); fs.rmSync(files, { recursive: true, force: true }); });
   await login(page, server.base, 'qian7', 'pw7');
@@ -180,6 +187,15 @@ flow(test, 'a user changes the own profile and password and uploads both signatu
     await detail(page, 'user_signe.asp');
     await page.click('detail', `input[name=${button}]`);
     await inDetail(page, 'user_signe_upload\\.asp\\?');
+    if (button === 'OK') {
+      // The form's own checks: a file must be chosen, and it must be a picture.
+      await page.click('detail', 'input[name=go]');
+      await alerted(page, '请选择 图片文件！');
+      await pickFile(page, /user_signe_upload\.asp/, 'input[name=file1]', path.join(files, 'note.txt'));
+      await page.click('detail', 'input[name=go]');
+      await alerted(page, '不是图片文件！\n请选择文件扩展名为gif、jpg的文件。');
+      assert.match(await page.in('detail', (w) => w.location.href), /user_signe_upload\.asp/, 'nothing sent');
+    }
     await pickFile(page, /user_signe_upload\.asp/, 'input[name=file1]', path.join(files, file));
     await page.click('detail', 'input[name=go]');
     await page.waitIn('detail', (w, f) => /user_signe\.asp$/.test(w.location.href) && w.document.readyState === 'complete' &&
@@ -202,11 +218,18 @@ flow(test, 'the settings reach the login page, the status frame and the music fo
   await detail(page, 'Sys_Modify.asp');
   assert.ok(await page.in('detail', (w) => w.document.querySelector('input[name=regnewuser]').checked));
   await page.click('detail', 'input[name=regnewuser]');
-  // Too short an interval is refused by the form's own check.
-  await page.fill('detail', 'input[name=stat_time]', '5');
-  await page.click('detail', 'input[name=go]');
-  await page.waitIn('', (w, n) => n, page.alerts.length > 0, 'the refusal');
-  assert.match(page.alerts.pop(), /您输入的状态栏刷新时间间隔太短!/);
+  // What is no number, or too short an interval, is refused by the form's own checks.
+  for (const [box, value, message] of [
+    ['work_time', '1x', '请在 [未办理的事项] “间隔时间”处输入数字(>60)!'],
+    ['work_time', '30', '您输入的弹出 [未办理的事项] 间隔时间太短!\n应在60秒或以上。'],
+    ['stat_time', '5', '您输入的状态栏刷新时间间隔太短!\n应在10秒或以上。'],
+  ]) {
+    const before = await page.in('detail', (w, b) => w.document.querySelector(`input[name=${b}]`).value, box);
+    await page.fill('detail', `input[name=${box}]`, value);
+    await page.click('detail', 'input[name=go]');
+    await alerted(page, message);
+    await page.fill('detail', `input[name=${box}]`, before);
+  }
   await page.fill('detail', 'input[name=stat_time]', '12');
   await pickFile(page, /Sys_Modify\.asp/, 'input[name=mfile]', path.join(files, 'tune.mid'));
   await page.screenshot('admin-settings');

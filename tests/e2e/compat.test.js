@@ -1,6 +1,6 @@
 'use strict';
-// Browser checks of site/tavcompat.js in both engines: fixture pages written the IE way
-// (client VBScript, showModalDialog, frames) served as gb2312 by a small server of our own.
+// Browser checks of the compatibility script tavdialog.js in both engines: fixture pages written
+// the IE way (showModalDialog, returnValue, frames) served as gb2312 by a small server of our own.
 const test = require('node:test');
 const assert = require('node:assert/strict');
 const http = require('node:http');
@@ -9,7 +9,7 @@ const path = require('node:path');
 const { execFileSync } = require('node:child_process');
 
 const FIXTURES = path.join(__dirname, 'fixtures');
-const SCRIPT = path.join(__dirname, '..', '..', 'site', 'tavcompat.js');
+const { clientScript } = require('../js/client_script.js');
 const { flow, closeBrowsers } = require('./driver');
 
 const requests = [];
@@ -24,9 +24,9 @@ function startServer() {
   server = http.createServer((req, res) => {
     requests.push(req.url);
     const url = new URL(req.url, 'http://x');
-    if (url.pathname === '/tavcompat.js') {
+    if (url.pathname === '/tavdialog.js') {
       res.writeHead(200, { 'Content-Type': 'application/javascript' });
-      res.end(fs.readFileSync(SCRIPT));
+      res.end(clientScript());
       return;
     }
     if (url.pathname === '/favicon.ico') { res.writeHead(204); res.end(); return; }
@@ -74,50 +74,7 @@ const waitText = (page, sel, re, path = '') => page.waitIn(path, (w, a) => {
 }, [sel, re.source], sel + ' ' + re);
 const dialogs = (page) => page.in('', (w) => w.document.querySelectorAll('dialog').length);
 
-flow(test, 'VBScript do_submit checks the form, alerts and submits; bare-name and <id>_on<event> handlers', async (browser, t) => {
-  const page = await browser.newPage({ width: 1024, height: 700 });
-  t.after(() => page.close());
-  await page.goto(base + '/settings.html');
-  assert.equal(await page.in('', (w) => w.document.characterSet), 'GBK');
-
-  await page.click('', '#send');
-  await page.waitIn('', () => true);
-  assert.deepEqual(page.alerts, ['请在间隔时间处输入数字(>60)!']);
-  assert.equal(await page.in('', (w) => w.document.activeElement.name), 'work_time');
-
-  await page.fill('', 'input[name=work_time]', '30');
-  await page.click('', '#send');
-  await page.waitIn('', () => true);
-  // the carriage return of chr(13) shows as a line break
-  assert.match(page.alerts[1], /^间隔时间太短![\r\n]+应在60秒或以上。$/);
-
-  await page.fill('', 'input[name=user_text]', 'abc');
-  await page.click('', '#btnCheck');
-  await waitText(page, '#result', /^clicked ABC$/);
-  await page.click('', '#vbsAttr');
-  await waitText(page, '#result', /^vbs 4$/);
-  await page.click('', '#btnFor');
-  await waitText(page, '#result', /^for-event OK$/);
-
-  // a handler written as a bare sub name (onclick="go_append") calls the sub
-  await page.fill('', 'input[name=user_text]', ' ');
-  await page.click('', '#append');
-  await page.waitIn('', () => true);
-  assert.equal(page.alerts[2], '请输入新增的信息类别名称！');
-
-  await page.fill('', 'input[name=user_text]', 'abc');
-  await page.fill('', 'input[name=work_time]', '90');
-  await page.clickAndWait('', '#send');
-  assert.match(page.url(), /\/echo\?work_time=90&user_text=abc&id=5$/);
-  await page.goto(base + '/settings.html');
-  await page.fill('', 'input[name=work_time]', '90');
-  await page.fill('', 'input[name=user_text]', 'news');
-  await page.clickAndWait('', '#append');
-  assert.match(page.url(), /user_text=news&id=0$/, 'go_append sets id to 0 before submitting');
-  assert.deepEqual([page.errors, page.console], [[], []]);
-});
-
-flow(test, 'window_onload in the zero-height message frame raises its dialog in the top window, above every frame', async (browser, t) => {
+flow(test, 'the load handler of the zero-height message frame raises its dialog in the top window, above every frame', async (browser, t) => {
   const page = await browser.newPage({ width: 1024, height: 700 });
   t.after(() => page.close());
   await page.goto(base + '/desk.html');
@@ -154,7 +111,7 @@ flow(test, 'window_onload in the zero-height message frame raises its dialog in 
   assert.deepEqual([page.errors, page.console], [[], []]);
 });
 
-flow(test, 'returnValue of a VBScript dialog comes back to an awaiting caller, with dialogArguments passed in', async (browser, t) => {
+flow(test, 'returnValue of a dialog comes back to an awaiting caller, with dialogArguments passed in', async (browser, t) => {
   const page = await browser.newPage({ width: 1024, height: 700 });
   t.after(() => page.close());
   await page.goto(base + '/caller.html');
@@ -205,23 +162,9 @@ flow(test, 'a dialog that submits and closes returns at once and stays until its
   answers.forEach((a) => a());
   await page.waitIn('', (w) => !w.document.querySelector('dialog'), null, 'the dialog removed after the upload');
 
-  // script-level VBScript that closes its dialog while the page loads (the close page)
+  // a script that closes its dialog while the page loads (the close page)
   await page.click('', '#shut');
   await waitText(page, '#out', /^closed:bye$/);
   assert.equal(await dialogs(page), 0);
   assert.deepEqual([page.errors, page.console], [[], []]);
-});
-
-flow(test, 'a VBScript block runs before the next script; a bad line is reported and the rest works', async (browser, t) => {
-  const page = await browser.newPage({ width: 1024, height: 700 });
-  t.after(() => page.close());
-  await page.goto(base + '/order.html');
-  assert.equal(await page.in('', (w) => w.early), 42, 'a JS block calls the Function of the block before it');
-  assert.equal(await text(page, '#w'), 'written 4', 'document.write while parsing lands in place');
-  assert.equal(await page.in('', (w) => w.document.querySelectorAll('#b').length), 1, 'and the page was not replaced');
-  assert.equal(page.console.length, 1, page.console.join('\n'));
-  assert.match(page.console[0], /VBScript block 2, line 3: .*x = = 1/);
-  await page.click('', '#b');
-  await page.waitIn('', (w) => w.document.title === 'fine 42', null, 'the title set by Fine');
-  assert.deepEqual(page.errors, []);
 });

@@ -55,6 +55,11 @@ flow(test, 'data centre: categories, entry with the editor, list, search, read, 
 
   // A main menu, then a category under it.
   await page.goto(base + '/Menu.asp');
+  // The form's own check refuses an empty name and puts the cursor into the box.
+  await page.click('', 'input[value="确定"]');
+  for (const end = Date.now() + 10000; !page.alerts.length && Date.now() < end;) await new Promise((r) => setTimeout(r, 50));
+  assert.deepEqual(page.alerts, ['请输入新增的信息类别名称！']);
+  assert.equal(await page.in('', (w) => w.document.activeElement && w.document.activeElement.name), 'user_text');
   await page.fill('', 'input[name=user_text]', 'Flow Main');
   await page.clickAndWait('', 'input[value="确定"]');
   assert.match(server.sql("select menu_id from menu where user_text='Flow Main'"), /^menu33$/m);

@@ -47,7 +47,7 @@ class Page {
     this.alerts = [];
     this.console = [];
     raw.on('pageerror', (e) => this.errors.push(String(e && e.message || e)));
-    // errors the scripts report themselves (the compat script names bad VBScript lines)
+    // errors the scripts report themselves on the console
     raw.on('console', (m) => { if (m.type() === 'error') this.console.push(m.text()); });
     if (!ownDialogs) {
       raw.on('dialog', async (d) => {
@@ -230,7 +230,7 @@ async function closeBrowsers() {
 }
 
 // No uncaught exception in any frame and no script a browser refused or reported on its
-// console (the compat script reports VBScript it cannot translate there).
+// console.
 function expectNoErrors(page) {
   assert.deepEqual(page.problems(), []);
 }

@@ -9,6 +9,7 @@ const fs = require('node:fs');
 const path = require('node:path');
 const { execFileSync } = require('node:child_process');
 const { flow, closeBrowsers } = require('./driver');
+const { clientScript } = require('../js/client_script.js');
 
 const FIXTURES = path.join(__dirname, 'fixtures');
 const SITE = path.join(__dirname, '..', '..', 'site');
@@ -49,9 +50,9 @@ function startServer() {
       });
       return;
     }
-    if (p === '/tavcompat.js' || p === '/edit.js') {
+    if (p === '/tavdialog.js' || p === '/edit.js') {
       res.writeHead(200, { 'Content-Type': 'application/javascript' });
-      res.end(fs.readFileSync(path.join(SITE, p)));
+      res.end(p === '/edit.js' ? fs.readFileSync(path.join(SITE, p)) : clientScript());
       return;
     }
     if (p === '/style.css') {

@@ -9,16 +9,16 @@ const fs = require('node:fs');
 const path = require('node:path');
 const { execFileSync } = require('node:child_process');
 const { flow, closeBrowsers } = require('./driver');
+const { clientScript } = require('../js/client_script.js');
 
-const SITE = path.join(__dirname, '..', '..', 'site');
 let server, base;
 
 test.before(() => new Promise((resolve) => {
   server = http.createServer((req, res) => {
     const name = path.basename(new URL(req.url, 'http://x').pathname);
-    if (/^tav(compat|dialog)\.js$/.test(name)) {
+    if (name === 'tavdialog.js') {
       res.writeHead(200, { 'Content-Type': 'application/javascript' });
-      res.end(fs.readFileSync(path.join(SITE, name)));
+      res.end(clientScript());
     } else if (name === 'menu.html') {
       res.writeHead(200, { 'Content-Type': 'text/html; charset=gb2312' });
       res.end(execFileSync('iconv', ['-f', 'UTF-8', '-t', 'GBK'], { input: fs.readFileSync(path.join(__dirname, 'fixtures', name)) }));

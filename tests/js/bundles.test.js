@@ -1,39 +1,40 @@
 'use strict';
-// The two script files the server puts into pages are joined from site/compat/: they must be
-// current, readable in any page charset, and the dialog file must do without the translator.
+// tavdialog.js is joined from site/compat/ when an instance is made: every part is listed once,
+// the whole is readable in any page charset and compiles, and `tavelor init` writes exactly it.
 const test = require('node:test');
 const assert = require('node:assert/strict');
 const fs = require('node:fs');
+const os = require('node:os');
 const path = require('node:path');
 const vm = require('node:vm');
-const { bundle, BUNDLES } = require('../../tools/build-compat.js');
+const { execFileSync } = require('node:child_process');
+const { COMPAT, parts, clientScript, loadClientScript } = require('./client_script.js');
 
-const site = path.join(__dirname, '..', '..', 'site');
-
-test('bundles: written files match their parts, ASCII only, each part compiles on its own', () => {
-  for (const name of Object.keys(BUNDLES)) {
-    const have = fs.readFileSync(path.join(site, name), 'utf8');
-    assert.ok(have === bundle(name), name + ' is stale: run node tools/build-compat.js');
-    // pages load them without a charset, so GBK pages would misread anything but ASCII
-    assert.doesNotMatch(have, /[^\x00-\x7f]/, name + ' holds a non-ASCII character');
+test('client script: each part listed once and present, ASCII only, parts and whole compile', () => {
+  const listed = parts();
+  assert.equal(new Set(listed).size, listed.length, 'a part listed twice');
+  assert.deepEqual([listed[0], listed[listed.length - 1]], ['head', 'tail']);
+  const files = fs.readdirSync(COMPAT).filter((f) => f.endsWith('.js')).map((f) => f.slice(0, -3));
+  assert.deepEqual(files.sort(), [...listed].sort(), 'every part file is listed, every listed part exists');
+  const whole = clientScript();
+  // pages load it without a charset, so GBK pages would misread anything but ASCII
+  assert.doesNotMatch(whole, /[^\x00-\x7f]/);
+  assert.doesNotThrow(() => new vm.Script(whole, { filename: 'tavdialog.js' }));
+  for (const p of listed.slice(1, -1)) {
+    assert.doesNotThrow(() => new vm.Script(fs.readFileSync(path.join(COMPAT, p + '.js'), 'utf8'), { filename: p }), p);
   }
-  for (const f of fs.readdirSync(path.join(site, 'compat'))) {
-    assert.doesNotThrow(() => new vm.Script(fs.readFileSync(path.join(site, 'compat', f), 'utf8'), { filename: f }), f);
-  }
+  const api = loadClientScript();
+  assert.equal(typeof api.install, 'function');
+  assert.equal(api.parseFeatures('dialogWidth:25em').width, 400);
 });
 
-test('bundles: the dialog file carries dialogs and binding, the full file the translator too', () => {
-  const full = require('../../site/tavcompat.js');
-  const dialog = require('../../site/tavdialog.js');
-  assert.equal(typeof full.translate, 'function');
-  assert.equal(dialog.translate, undefined);
-  assert.equal(dialog.createRuntime, undefined);
-  for (const api of [full, dialog]) {
-    assert.equal(typeof api.install, 'function');
-    assert.equal(api.parseFeatures('dialogWidth:25em').width, 400);
+const bin = process.env.TAVELOR_BIN || path.join(__dirname, '..', '..', 'build', 'release', 'tavelor');
+test('client script: tavelor init writes the same file into the instance', { skip: !fs.existsSync(bin) && 'no tavelor build' }, () => {
+  const dir = fs.mkdtempSync(path.join(os.tmpdir(), 'tavelor-bundle-'));
+  try {
+    execFileSync(bin, ['init', path.join(dir, 'site')], { stdio: 'ignore' });
+    assert.ok(fs.readFileSync(path.join(dir, 'site', 'tavdialog.js'), 'utf8') === clientScript());
+  } finally {
+    fs.rmSync(dir, { recursive: true, force: true });
   }
-  // What a dialog page saves: the translator's parts, whole.
-  const size = (f) => fs.statSync(path.join(site, f)).size;
-  const translator = ['names', 'lexer', 'parser', 'emitter', 'runtime'].reduce((n, p) => n + size('compat/' + p + '.js'), 0);
-  assert.ok(size('tavcompat.js') - size('tavdialog.js') >= translator * 0.9);
 });

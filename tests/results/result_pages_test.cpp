@@ -104,12 +104,12 @@ TEST_F(DelRecord, FailingDeleteStopsBeforeTheLogLineAndTheRedirect) {
     EXPECT_TRUE(has(site.log_text(), "delrecord.I_init"));
 }
 
-TEST(ClosePages, CloseIsOneBlockWithAVBScriptClose) {
+TEST(ClosePages, CloseIsOneBlockWithAScriptClose) {
     TestSite site;
     auto r = site.get("close.asp");
     ASSERT_EQ(r.status, 200);
     EXPECT_TRUE(has(r.body, "<html>\r\n<head>\r\n<title></title>")) << r.body;
-    EXPECT_TRUE(has(r.body, "<script language=\"VBScript\">\r\nwindow.close()\r\n</script>"));
+    EXPECT_TRUE(has(r.body, "<script language=\"javascript\">\r\nwindow.close();\r\n</script>"));
     std::string tail = "</html>\r\n ";
     EXPECT_EQ(r.body.substr(r.body.size() - tail.size()), tail);
 }

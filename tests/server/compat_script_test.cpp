@@ -1,8 +1,13 @@
 // The client compatibility script goes in front of a page that asks for it,
-// by the page's flag, never by what the page's text happens to contain.
+// by the page's flag, never by what the page's text happens to contain; an
+// instance gets it joined from the template's parts.
 #include <gtest/gtest.h>
 
 #include <filesystem>
+#include <fstream>
+#include <sstream>
+
+#include <unistd.h>
 
 #include "tests/support/page_runner.h"
 #include "tests/support/test_site.h"
@@ -10,58 +15,90 @@
 using namespace tav;
 using test::BodyPage;
 using test::TestSite;
+namespace fs = std::filesystem;
 
 namespace {
 
 [[maybe_unused]] const bool registered = register_page("compattest", [] { return std::make_unique<BodyPage>("compattest"); });
 
-const std::string kFull = "<script src=\"tavcompat.js\"></script>\r\n";
 const std::string kDialogs = "<script src=\"tavdialog.js\"></script>\r\n";
+
+std::string read_file(const fs::path& p) {
+    std::ifstream in(p, std::ios::binary);
+    std::stringstream ss;
+    ss << in.rdbuf();
+    return ss.str();
+}
+
+void write_file(const fs::path& p, const std::string& text) { std::ofstream(p, std::ios::binary) << text; }
 
 }  // namespace
 
 TEST(CompatScript, ChosenByTheFlagAlone) {
     TestSite site;
-    struct Case {
-        const char* what;
-        unsigned bits;
-        std::string prefix;
-    } cases[] = {
-        {"none", 0, ""},
-        {"dialogs", kCompatDialogs, kDialogs},
-        {"script", kCompatScript, kFull},
-        {"both", kCompatDialogs | kCompatScript, kFull},
-    };
-    for (const auto& c : cases) {
+    for (bool wanted : {false, true}) {
         auto r = test::run_body(site, "compattest", "/x.asp", [&](BodyPage&) {
             // Text that once decided it does not any more.
-            Response.line("<script language=\"VBScript\">showModalDialog \"x\"</script>");
-            if (c.bits) Response.client_compat(c.bits);
+            Response.line("<script language=\"javascript\">showModalDialog(\"x\");</script>");
+            if (wanted) Response.client_compat(kCompatDialogs);
             Response.line("end");
         });
-        std::string body = r.body;
-        EXPECT_EQ(body.substr(0, c.prefix.size()), c.prefix) << c.what;
-        EXPECT_EQ(body.substr(c.prefix.size(), 8), "<script ") << c.what;
-        EXPECT_EQ(body.find("tavcompat.js", c.prefix.size()), std::string::npos) << c.what;
-        EXPECT_EQ(body.find("tavdialog.js", c.prefix.size()), std::string::npos) << c.what;
+        std::string prefix = wanted ? kDialogs : "";
+        EXPECT_EQ(r.body.substr(0, prefix.size()), prefix) << wanted;
+        EXPECT_EQ(r.body.substr(prefix.size(), 8), "<script ") << wanted;
+        EXPECT_EQ(r.body.find("tavdialog.js", prefix.size()), std::string::npos) << wanted;
     }
     // A redirect carries no script.
     auto moved = test::run_body(site, "compattest", "/x.asp", [](BodyPage&) {
-        Response.client_compat(kCompatScript);
+        Response.client_compat(kCompatDialogs);
         Response.redirect("login.asp");
     });
-    EXPECT_EQ(moved.body.find("tavcompat.js"), std::string::npos);
+    EXPECT_EQ(moved.body.find("tavdialog.js"), std::string::npos);
 }
 
-TEST(CompatScript, AnInstanceWithoutTheDialogBundleGetsTheFullOne) {
+TEST(CompatScript, TheInstanceGetsThePartsJoinedInTheirOrder) {
     TestSite site;
-    std::filesystem::remove(site.root() + "/tavdialog.js");
-    Site older(site.root(), site.root() + "/../older.log");
-    HttpRequest req;
-    req.method = "GET";
-    req.target = "/x.asp";
-    BodyPage::body() = [](BodyPage&) { Response.client_compat(kCompatDialogs); };
-    HttpResponse r = older.run_page("compattest", req);
-    BodyPage::body() = nullptr;
-    EXPECT_EQ(r.body.substr(0, kFull.size()), kFull);
+    std::string script = read_file(fs::path(site.root()) / "tavdialog.js");
+    std::string head = read_file(fs::path(TAVELOR_TEMPLATE_DIR) / "compat" / "head.js");
+    std::string tail = read_file(fs::path(TAVELOR_TEMPLATE_DIR) / "compat" / "tail.js");
+    ASSERT_GT(script.size(), head.size() + tail.size());
+    EXPECT_EQ(script.substr(0, head.size()), head);
+    EXPECT_EQ(script.substr(script.size() - tail.size()), tail);
+    EXPECT_NE(script.find("function openDialogHere("), std::string::npos);
+    // The translator of the old VBScript pages is not part of it.
+    EXPECT_EQ(script.find("translate("), std::string::npos);
+    auto js = site.get("/tavdialog.js");
+    EXPECT_EQ(js.status, 200);
+    EXPECT_EQ(js.raw.size(), script.size());
+}
+
+TEST(CompatScript, JoiningTakesOnlyListedPlainNames) {
+    fs::path dir = fs::temp_directory_path() / ("tav-compat-" + std::to_string(::getpid()));
+    fs::create_directories(dir / "sub");
+    write_file(dir / "a.js", "A();");
+    write_file(dir / "b_c.js", "B();\n");
+    write_file(dir / "sub" / "x.js", "X();\n");
+    struct Case {
+        const char* order;  // nullptr: no order file
+        const char* joined;  // nullptr: refused
+    } cases[] = {
+        {"a\nb_c\n", "A();\nB();\n"},
+        {"# comment\r\n\r\nb_c\r\na\r\n", "B();\nA();\n"},
+        {"a\nmissing\n", nullptr},
+        {"../a\n", nullptr},
+        {"sub/x\n", nullptr},
+        {"a.js\n", nullptr},
+        {"A\n", nullptr},
+        {nullptr, nullptr},
+    };
+    for (const Case& c : cases) {
+        fs::remove(dir / "order.txt");
+        if (c.order) write_file(dir / "order.txt", c.order);
+        std::string what = c.order ? c.order : "(none)";
+        if (c.joined)
+            EXPECT_EQ(join_client_script(dir.string()), c.joined) << what;
+        else
+            EXPECT_THROW(join_client_script(dir.string()), std::runtime_error) << what;
+    }
+    fs::remove_all(dir);
 }

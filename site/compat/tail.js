@@ -1,0 +1,2 @@
+return api;
+})(typeof window !== 'undefined' ? window : this);
