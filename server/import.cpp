@@ -601,7 +601,11 @@ private:
                 note_rename(old_rel, new_rel);
                 copy_tree(it->path(), dest, new_rel, depth + 1);
             } else if (fs::is_regular_file(st)) {
-                fs::copy_file(it->path(), dest);
+                if (!fs::copy_file(it->path(), dest, ec)) {
+                    fs::remove(dest, ec);
+                    skip(old_rel + ": cannot be copied (" + ec.message() + ")");
+                    continue;
+                }
                 note_rename(old_rel, new_rel);
                 copied_[lower(new_rel)] = new_rel;
                 ++sum_.files;
@@ -755,6 +759,9 @@ Summary run(const Options& opt) {
         if (!fs::is_directory(fs::symlink_status(target, ec)) || !fs::is_empty(target, ec))
             throw std::runtime_error(opt.new_dir + " exists and is not an empty folder");
     }
+    // Inside the old site the copy would take in the new one as it grows.
+    if (path_inside(fs::weakly_canonical(old_root).string(), fs::weakly_canonical(target).string()))
+        throw std::runtime_error(opt.new_dir + " lies inside " + opt.old_site);
     fs::create_directories(target.parent_path());
     // Beside the target, so the last step is one rename on one file system.
     std::string pattern = (target.parent_path() / ("." + target.filename().string() + ".import-XXXXXX")).string();

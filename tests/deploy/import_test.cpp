@@ -74,9 +74,10 @@ public:
     void file(const std::string& rel_utf8, const std::string& content) { spit(old() / utf8_to_gb(rel_utf8), content); }
 
     // Runs the program; its exit status, stdout in out, stderr in err.
-    int import(std::string& out, std::string& err, const std::string& extra = "") {
+    int import(std::string& out, std::string& err, const std::string& extra = "", fs::path target = {}) {
+        if (target.empty()) target = fresh();
         std::string cmd = "PATH='" + bin().string() + "' '" TAVELOR_BINARY "' import '" + old().string() +
-                          "' '" + fresh().string() + "' --template '" TAVELOR_TEMPLATE_DIR "' " + extra + " >'" +
+                          "' '" + target.string() + "' --template '" TAVELOR_TEMPLATE_DIR "' " + extra + " >'" +
                           (base_ / "out").string() + "' 2>'" + (base_ / "err").string() + "'";
         int rc = std::system(cmd.c_str());
         out = slurp(base_ / "out");
@@ -292,11 +293,21 @@ TEST(Import, FailsWithoutLeavingAnything) {
             EXPECT_EQ(slurp(site.fresh() / "keep.txt"), "mine");
         }
     }
+    std::string out, err;
+    {
+        // Inside the old site the new one would be copied into itself.
+        OldSite site;
+        fill(site);
+        EXPECT_EQ(site.import(out, err, "", site.old() / "Datas" / "new"), 1);
+        EXPECT_NE(err.find("lies inside"), std::string::npos) << err;
+        std::size_t entries = 0;
+        for (const auto& e : fs::directory_iterator(site.old() / "Datas")) entries += e.path().filename() != "11";
+        EXPECT_EQ(entries, 0u);
+    }
     // An empty folder is taken.
     OldSite site;
     fill(site);
     fs::create_directories(site.fresh());
-    std::string out, err;
     EXPECT_EQ(site.import(out, err), 0) << err;
     EXPECT_TRUE(fs::exists(site.fresh() / "datebase" / "office.mdb"));
 }
