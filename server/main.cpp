@@ -1,5 +1,6 @@
 // tavelor: makes a site instance and serves it.
 #include <malloc.h>
+#include <unistd.h>
 
 #include <cstdio>
 #include <cstdlib>
@@ -11,6 +12,7 @@
 #include "frame/site_layout.h"
 #include "frame/store.h"
 #include "server/http_server.h"
+#include "server/import.h"
 #include "server/page_table.h"
 #include "server/instance.h"
 #include "server/site.h"
@@ -23,8 +25,38 @@ int usage() {
                  "  tavelor access-table            (prints docs/access.md)\n"
                  "  tavelor serve DIR [--port 8080] [--bind 127.0.0.1] [--workers N] [--log FILE|-]\n"
                  "                    [--body-limit BYTES] [--file-limit BYTES] [--part-limit N]\n"
-                 "                    [--template DIR] [--trusted-proxy ADDR]...\n";
+                 "                    [--template DIR] [--trusted-proxy ADDR]...\n"
+                 "  tavelor import OLD_SITE NEW_DIR [--code-page GBK] [--name-code-page GBK] [--template DIR]\n";
     return 2;
+}
+
+// tavelor import OLD_SITE NEW_DIR [options]: the summary on stdout, the
+// progress line on stderr when that is a terminal.
+int import_command(int argc, char** argv) {
+    if (argc < 4) return usage();
+    tav::import::Options opt;
+    opt.old_site = argv[2];
+    opt.new_dir = argv[3];
+    opt.template_dir = TAVELOR_TEMPLATE_DIR;
+    opt.progress = ::isatty(2) == 1;
+    for (int i = 4; i < argc; ++i) {
+        std::string a = argv[i];
+        if (i + 1 >= argc) return usage();
+        if (a == "--code-page") opt.code_page = argv[++i];
+        else if (a == "--name-code-page") opt.name_code_page = argv[++i];
+        else if (a == "--template") opt.template_dir = argv[++i];
+        else return usage();
+    }
+    try {
+        tav::import::Summary s = tav::import::run(opt);
+        std::cout << "imported " << opt.old_site << " into "
+                  << std::filesystem::weakly_canonical(opt.new_dir).string() << "\n"
+                  << tav::import::format_summary(s);
+        return 0;
+    } catch (const std::exception& e) {
+        std::cerr << "tavelor import: " << e.what() << "; nothing was made\n";
+        return 1;
+    }
 }
 
 }  // namespace
@@ -35,6 +67,7 @@ int main(int argc, char** argv) {
         return 0;
     }
     if (argc < 3) return usage();
+    if (std::string(argv[1]) == "import") return import_command(argc, argv);
     // Every request builds and frees answers of tens of kilobytes. With the
     // allocator's defaults the heap grew and was given back on each one, and
     // each request paid for fresh pages (a list page ran 50% faster with
