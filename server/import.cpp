@@ -25,7 +25,7 @@
 
 #include "frame/password.h"
 #include "frame/paths.h"
-#include "server/site.h"
+#include "server/instance.h"
 
 namespace tav::import {
 

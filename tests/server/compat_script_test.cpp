@@ -10,6 +10,7 @@
 #include <unistd.h>
 
 #include "tests/support/page_runner.h"
+#include "server/instance.h"
 #include "tests/support/test_site.h"
 
 using namespace tav;
