@@ -249,6 +249,7 @@ bool TarReader::next(Entry& e) {
                     pax_size = std::stoull(value);
                     has_size = true;
                 }
+                at += len;
             }
             continue;
         }
@@ -324,7 +325,8 @@ bool live_database_file(const std::string& rel) {
 // One read transaction copies every page: the copy is the database as it
 // stood at one commit, while the server goes on writing (WAL).
 void copy_database(const std::string& from, const std::string& to) {
-    Db src(from, SQLITE_OPEN_READONLY);
+    // Read-write only so that a WAL file without its -shm opens; nothing is written.
+    Db src(from, SQLITE_OPEN_READWRITE);
     Db dst(to, SQLITE_OPEN_READWRITE | SQLITE_OPEN_CREATE);
     sqlite3_backup* b = sqlite3_backup_init(dst.h, "main", src.h, "main");
     if (!b) fail(std::string("copying the database: ") + sqlite3_errmsg(dst.h));
@@ -338,7 +340,8 @@ void copy_database(const std::string& from, const std::string& to) {
     if (rc != SQLITE_DONE) fail(std::string("copying the database: ") + sqlite3_errstr(rc));
 }
 
-void copy_file_into(TarWriter& tar, const fs::path& path, const std::string& name, BackupSummary& sum) {
+void copy_file_into(TarWriter& tar, const fs::path& path, const std::string& name, BackupSummary& sum,
+                    std::vector<char>& buf) {
     int fd = ::open(path.c_str(), O_RDONLY | O_CLOEXEC | O_NOFOLLOW);
     if (fd < 0) {
         if (errno == ENOENT) return;  // deleted since the listing: a page removed it
@@ -351,7 +354,6 @@ void copy_file_into(TarWriter& tar, const fs::path& path, const std::string& nam
     }
     std::uint64_t size = static_cast<std::uint64_t>(st.st_size);
     tar.entry(name, '0', size, st.st_mtime, 0644);
-    std::vector<char> buf(1 << 20);
     std::uint64_t left = size;
     while (left > 0) {
         ssize_t r = ::read(fd, buf.data(), static_cast<std::size_t>(std::min<std::uint64_t>(left, buf.size())));
@@ -416,7 +418,9 @@ BackupSummary backup_site(const std::string& dir, const std::string& out_tar) {
     std::string db = database_of(root);
     if (!fs::is_regular_file(db)) fail(dir + " holds no datebase/office.mdb");
     std::string tmp = out_tar + ".tmp", copy = out_tar + ".mdb.tmp";
-    fs::path tmp_abs = fs::absolute(tmp), copy_abs = fs::absolute(copy);
+    // The archive may be written inside the instance: it never archives itself.
+    const std::set<fs::path> own = {fs::weakly_canonical(tmp), fs::weakly_canonical(copy),
+                                     fs::weakly_canonical(out_tar)};
     int fd = -1;
     BackupSummary sum;
     try {
@@ -439,11 +443,12 @@ BackupSummary backup_site(const std::string& dir, const std::string& out_tar) {
         fd = ::open(tmp.c_str(), O_WRONLY | O_CREAT | O_TRUNC | O_CLOEXEC, 0600);
         if (fd < 0) fail_errno("creating " + tmp);
         TarWriter tar(fd);
+        std::vector<char> buf(1 << 20);
         auto walk = [&](auto& self, const fs::path& at, const std::string& rel_dir) -> void {
             for (const fs::directory_entry& e : sorted_entries(at)) {
                 std::string rel = rel_dir + e.path().filename().string();
                 fs::path abs = e.path();
-                if (abs == tmp_abs || abs == copy_abs || abs == fs::absolute(out_tar)) continue;
+                if (own.count(abs)) continue;
                 std::error_code ec;
                 fs::file_status st = e.symlink_status(ec);
                 if (ec) continue;  // gone since the listing
@@ -451,7 +456,7 @@ BackupSummary backup_site(const std::string& dir, const std::string& out_tar) {
                     tar.entry(rel + "/", '5', 0, 0, 0755);
                     self(self, abs, rel + "/");
                     if (lower(rel) == "datebase") {
-                        copy_file_into(tar, copy, rel + "/office.mdb", sum);
+                        copy_file_into(tar, copy, rel + "/office.mdb", sum, buf);
                     }
                 } else if (fs::is_regular_file(st)) {
                     if (live_database_file(rel)) continue;
@@ -461,7 +466,7 @@ BackupSummary backup_site(const std::string& dir, const std::string& out_tar) {
                         ++sum.in_flight;
                         continue;
                     }
-                    copy_file_into(tar, abs, rel, sum);
+                    copy_file_into(tar, abs, rel, sum, buf);
                 } else {
                     ++sum.skipped;
                 }

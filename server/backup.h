@@ -70,7 +70,7 @@ void restore_site(const std::string& tar, const std::string& dir);
 // The upload files the database names, as lower-case paths relative to the
 // instance with '/' (pages find files without case).
 struct FileNames {
-    std::map<std::string, std::string> named;  // path -> the first row naming it ("Email 12")
+    std::map<std::string, std::string> named;  // path -> the first row naming it ("Email 12 names Email/a.txt")
     std::set<std::string> shown;               // pictures a stored text shows (the editor's uploads)
     bool covers(const std::string& path) const { return named.count(path) || shown.count(path); }
 };

@@ -109,7 +109,9 @@ struct Reader {
 FileNames file_names_of(const std::string& database) {
     Reader r(database);
     FileNames out;
-    auto name = [&](const std::string& path, const std::string& row) { out.named.emplace(normal(path), row); };
+    auto name = [&](const std::string& path, const std::string& row) {
+        out.named.emplace(normal(path), row + " names " + path);
+    };
     r.each("select id, Email_doc, Email_text from Email", [&](const std::vector<std::string>& row) {
         for (const std::string& n : split_names(row[1])) name("Email/" + n, "Email " + row[0]);
         pictures_in(row[2], out.shown);
@@ -120,7 +122,8 @@ FileNames file_names_of(const std::string& database) {
     });
     r.each("select Book_text from Book", [&](const std::vector<std::string>& row) { pictures_in(row[0], out.shown); });
     r.each("select id, Path, filename from Medium", [&](const std::vector<std::string>& row) {
-        if (!row[2].empty()) name(row[1] + "/" + row[2], "Medium " + row[0]);
+        std::string folder = row[1].empty() || row[1].back() == '/' ? row[1] : row[1] + "/";
+        if (!row[2].empty()) name(folder + row[2], "Medium " + row[0]);
     });
     r.each("select Hardserial from software where softname='music'", [&](const std::vector<std::string>& row) {
         if (!row[0].empty()) name("Medium/" + row[0], "software music");
@@ -164,7 +167,7 @@ CheckReport check_site(const std::string& dir) {
         if (area != "email" && area != "datas" && area != "medium" &&
             ("/" + path + "/").find("/../") == std::string::npos && fs::is_regular_file(root / path))
             continue;
-        report.missing.push_back(row + " names " + path + ", which is missing");
+        report.missing.push_back(row + ", which is missing");
     }
     for (const auto& [key, rel] : files)
         if (!names.covers(key)) report.stray.push_back(rel + " is named by no row");
