@@ -512,8 +512,7 @@ fs::path safe_relative(const std::string& name) {
         if (!part.empty() && part != ".") out /= part;
         at = slash + 1;
     }
-    if (out.empty()) fail("archive: an entry without a name");
-    return out;
+    return out;  // empty for "./", the top folder some archivers list
 }
 
 }  // namespace
@@ -539,6 +538,8 @@ void restore_site(const std::string& tar_path, const std::string& dir) {
         std::vector<char> buf(1 << 20);
         while (tar.next(e)) {
             fs::path rel = safe_relative(e.name);
+            if (rel.empty() && e.type == '5') continue;
+            if (rel.empty()) fail("archive: a file entry without a name");
             fs::path out = work / rel;
             if (e.type == '5') {
                 fs::create_directories(out);

@@ -232,6 +232,7 @@ TEST(Backup, RestoreRefusesHostileArchivesAndWritesNothingOutside) {
         {"hard link", {{"user/hl", '1', "/etc/passwd"}}},
         {"pax name with dot-dot", {{"../逃逸.txt", '0'}}},
         {"device", {{"user/dev", '3'}}},
+        {"file without a name", {{"./", '5'}, {"./", '0'}}},
         {"no database", {{"user/only.txt", '0'}}},
     };
     for (const Case& c : cases) {
