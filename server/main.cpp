@@ -11,6 +11,7 @@
 #include "frame/upload.h"
 #include "frame/site_layout.h"
 #include "frame/store.h"
+#include "server/backup.h"
 #include "server/http_server.h"
 #include "server/import.h"
 #include "server/page_table.h"
@@ -26,7 +27,10 @@ int usage() {
                  "  tavelor serve DIR [--port 8080] [--bind 127.0.0.1] [--workers N] [--log FILE|-]\n"
                  "                    [--body-limit BYTES] [--file-limit BYTES] [--part-limit N]\n"
                  "                    [--template DIR] [--trusted-proxy ADDR]...\n"
-                 "  tavelor import OLD_SITE NEW_DIR [--code-page GBK] [--name-code-page GBK] [--template DIR]\n";
+                 "  tavelor import OLD_SITE NEW_DIR [--code-page GBK] [--name-code-page GBK] [--template DIR]\n"
+                 "  tavelor backup DIR OUT.tar      (while the site is served)\n"
+                 "  tavelor restore OUT.tar DIR     (DIR new or empty)\n"
+                 "  tavelor check DIR               (exit 1 when rows and files disagree)\n";
     return 2;
 }
 
@@ -59,6 +63,34 @@ int import_command(int argc, char** argv) {
     }
 }
 
+// backup, restore and check: 0 done (check: clean), 1 failed or found faults.
+int admin_command(int argc, char** argv) {
+    std::string verb = argv[1];
+    if (argc != (verb == "check" ? 3 : 4)) return usage();
+    try {
+        if (verb == "backup") {
+            tav::BackupSummary sum = tav::backup_site(argv[2], argv[3]);
+            std::cout << "backup " << argv[3] << ": " << sum.line() << "\n";
+            return 0;
+        }
+        if (verb == "restore") {
+            tav::restore_site(argv[2], argv[3]);
+            std::cout << "restored " << argv[2] << " into " << argv[3] << "\n";
+            return 0;
+        }
+        tav::CheckReport r = tav::check_site(argv[2]);
+        for (const std::string& line : r.integrity) std::cout << "integrity: " << line << "\n";
+        for (const std::string& line : r.missing) std::cout << "missing: " << line << "\n";
+        for (const std::string& line : r.stray) std::cout << "stray: " << line << "\n";
+        std::cout << (r.integrity.empty() ? "database ok" : "database damaged") << "; " << r.missing.size()
+                  << " missing files, " << r.stray.size() << " stray files\n";
+        return r.clean() ? 0 : 1;
+    } catch (const std::exception& e) {
+        std::cerr << "tavelor " << verb << ": " << e.what() << "\n";
+        return 1;
+    }
+}
+
 }  // namespace
 
 int main(int argc, char** argv) {
@@ -67,7 +99,9 @@ int main(int argc, char** argv) {
         return 0;
     }
     if (argc < 3) return usage();
-    if (std::string(argv[1]) == "import") return import_command(argc, argv);
+    std::string verb = argv[1];
+    if (verb == "import") return import_command(argc, argv);
+    if (verb == "backup" || verb == "restore" || verb == "check") return admin_command(argc, argv);
     // Every request builds and frees answers of tens of kilobytes. With the
     // allocator's defaults the heap grew and was given back on each one, and
     // each request paid for fresh pages (a list page ran 50% faster with
