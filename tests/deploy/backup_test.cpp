@@ -21,7 +21,7 @@
 #include "frame/sql.h"
 #include "frame/store.h"
 #include "server/backup.h"
-#include "server/site.h"
+#include "server/instance.h"
 #include "tests/support/http_client.h"
 
 using namespace tav;
