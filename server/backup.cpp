@@ -420,11 +420,18 @@ BackupSummary backup_site(const std::string& dir, const std::string& out_tar) {
     std::string tmp = out_tar + ".tmp", copy = out_tar + ".mdb.tmp";
     // The archive may be written inside the instance: it never archives itself.
     const std::set<fs::path> own = {fs::weakly_canonical(tmp), fs::weakly_canonical(copy),
+                                     fs::weakly_canonical(copy + "-wal"), fs::weakly_canonical(copy + "-shm"),
                                      fs::weakly_canonical(out_tar)};
+    // Reading the copy (a WAL database, like the live one) leaves its side
+    // files beside it; they go with it.
+    auto remove_copy = [&copy] {
+        std::error_code ec;
+        for (const char* side : {"", "-wal", "-shm", "-journal"}) fs::remove(copy + side, ec);
+    };
     int fd = -1;
     BackupSummary sum;
     try {
-        fs::remove(copy);
+        remove_copy();
         auto started = fs::file_time_type::clock::now();
         copy_database(db, copy);
         FileNames names = file_names_of(copy);
@@ -481,12 +488,12 @@ BackupSummary backup_site(const std::string& dir, const std::string& out_tar) {
         }
         fd = -1;
         fs::rename(tmp, out_tar);
-        fs::remove(copy);
+        remove_copy();
     } catch (...) {
         if (fd >= 0) ::close(fd);
         std::error_code ec;
         fs::remove(tmp, ec);
-        fs::remove(copy, ec);
+        remove_copy();
         throw;
     }
     return sum;
