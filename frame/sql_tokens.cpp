@@ -68,6 +68,9 @@ std::vector<Token> tokenize(std::string_view s, State& state) {
         if (std::isspace(c)) {
             while (j < n && std::isspace(static_cast<unsigned char>(s[j]))) ++j;
             kind = Tok::Space;
+        } else if (c == '#' && s.substr(j, s.find('#', j) - j).find('\'') != std::string_view::npos) {
+            // No date holds a quote: this # is a plain character, and the
+            // quote after it opens a text literal as usual.
         } else if (c == '\'' || c == '#') {
             kind = c == '\'' ? Tok::String : Tok::Date;
             close = static_cast<char>(c);
