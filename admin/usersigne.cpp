@@ -2,6 +2,7 @@
 // deferral); a multipart post from user_signe_upload.asp replaces one.
 #include "frame/html.h"
 #include "frame/page.h"
+#include "frame/site_layout.h"
 #include "frame/sql.h"
 #include "frame/upload.h"
 #include "frame/vb.h"
@@ -24,7 +25,7 @@ public:
             // but the two images belongs there from this page.
             if (picture_sent()) {
                 field = "file1";
-                name = up.upload_file(field, "user/" + rs("username").str() + "/", "");
+                name = up.upload_file(field, layout::dir(layout::kUserFolder) + rs("username").str() + "/", "");
             }
             if (!name.empty())
                 conn.execute("update user set "_sql + sql_name("pen_" + ok_no) + "='user/" +

@@ -7,6 +7,7 @@
 #include "frame/files.h"
 #include "frame/html.h"
 #include "frame/page.h"
+#include "frame/site_layout.h"
 #include "frame/upload.h"
 #include "frame/vb.h"
 
@@ -42,7 +43,7 @@ public:
         if (!fso.FolderExists(folder)) fso.CreateFolder(folder);
         folder += Sub_menu + "\\";
         if (!fso.FolderExists(folder)) fso.CreateFolder(folder);
-        std::string relative = "Datas/" + Sub_menu + "/";
+        std::string relative = layout::dir(layout::kDataFolder) + Sub_menu + "/";
         std::string afile_field = "afile";
 
         if (ID == Value(0)) {

@@ -7,6 +7,7 @@
 #include "datacentre/catalog.h"
 #include "frame/html.h"
 #include "frame/page.h"
+#include "frame/site_layout.h"
 #include "frame/vb.h"
 
 namespace tav::pages {
@@ -54,7 +55,8 @@ function GoBack() { window.history.back(); }
         if (files.empty()) raise_error(9, "Subscript out of range");
         if (files[0] != "0") {
             for (const std::string& name : files) {
-                Response.line("<td><a href=\"./Datas/" + html_text(datacentre::url_part(rs("Sub_menu").str())) + "/" +
+                Response.line("<td><a href=\"" + layout::dir_here(layout::kDataFolder) +
+                              html_text(datacentre::url_part(rs("Sub_menu").str())) + "/" +
                               html_text(datacentre::url_part(name)) + "\">查看附件：" + html_text(name) +
                               "</a></td>");
             }

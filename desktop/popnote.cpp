@@ -1,6 +1,7 @@
 // The popup with the newest notice of the data centre's notice category.
 #include "frame/html.h"
 #include "frame/page.h"
+#include "frame/site_layout.h"
 #include "frame/vb.h"
 
 namespace tav::pages {
@@ -35,7 +36,8 @@ public:
         if (files.empty()) raise_error(9, "Subscript out of range");
         if (files[0] != "0") {
             for (const std::string& name : files) {
-                Response.write("　<a href=\"./Datas/" + html_text(rs("Sub_menu") + "/" + name) +
+                Response.write("　<a href=\"" + layout::dir_here(layout::kDataFolder) +
+                               html_text(rs("Sub_menu") + "/" + name) +
                                "\" target=\"_blank\">查看附件：" + html_text(name) + "</a>　");
             }
         }

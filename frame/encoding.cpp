@@ -1,4 +1,5 @@
 #include "frame/encoding.h"
+#include "frame/converter.h"
 
 #include <cerrno>
 #include <iconv.h>
@@ -9,48 +10,6 @@ namespace tav {
 namespace {
 
 // One conversion descriptor per thread and direction: iconv_open is costly.
-class Converter {
-public:
-    Converter(const char* to, const char* from) : cd_(iconv_open(to, from)) {
-        if (cd_ == reinterpret_cast<iconv_t>(-1)) throw std::runtime_error("iconv_open failed");
-    }
-    ~Converter() { iconv_close(cd_); }
-    Converter(const Converter&) = delete;
-    Converter& operator=(const Converter&) = delete;
-
-    // Converts; on a byte that cannot be read, appends `bad` and skips one byte.
-    std::string run(std::string_view in, std::string_view bad) {
-        std::string out;
-        out.reserve(in.size() + in.size() / 2 + 16);
-        iconv(cd_, nullptr, nullptr, nullptr, nullptr);
-        char* src = const_cast<char*>(in.data());
-        std::size_t left = in.size();
-        char buf[4096];
-        while (left > 0) {
-            char* dst = buf;
-            std::size_t room = sizeof buf;
-            std::size_t r = iconv(cd_, &src, &left, &dst, &room);
-            out.append(buf, dst - buf);
-            if (r == static_cast<std::size_t>(-1)) {
-                if (errno == E2BIG) continue;
-                // EILSEQ or EINVAL (truncated sequence at the end)
-                out.append(bad);
-                ++src;
-                --left;
-                iconv(cd_, nullptr, nullptr, nullptr, nullptr);
-            }
-        }
-        char* dst = buf;
-        std::size_t room = sizeof buf;
-        iconv(cd_, nullptr, nullptr, &dst, &room);
-        out.append(buf, dst - buf);
-        return out;
-    }
-
-private:
-    iconv_t cd_;
-};
-
 Converter& to_gb() {
     thread_local Converter c("GB18030", "UTF-8");
     return c;
@@ -74,6 +33,41 @@ int hex(char c) {
 }
 
 }  // namespace
+
+Converter::Converter(const char* to, const char* from) : cd_(iconv_open(to, from)) {
+    if (cd_ == reinterpret_cast<iconv_t>(-1)) throw std::runtime_error(std::string("cannot convert from ") + from);
+}
+
+Converter::~Converter() { iconv_close(cd_); }
+
+std::string Converter::run(std::string_view in, std::string_view bad, bool* clean) {
+    std::string out;
+    out.reserve(in.size() + in.size() / 2 + 16);
+    iconv(cd_, nullptr, nullptr, nullptr, nullptr);
+    char* src = const_cast<char*>(in.data());
+    std::size_t left = in.size();
+    char buf[4096];
+    while (left > 0) {
+        char* dst = buf;
+        std::size_t room = sizeof buf;
+        std::size_t r = iconv(cd_, &src, &left, &dst, &room);
+        out.append(buf, static_cast<std::size_t>(dst - buf));
+        if (r == static_cast<std::size_t>(-1)) {
+            if (errno == E2BIG) continue;
+            // EILSEQ or EINVAL (truncated sequence at the end)
+            out.append(bad);
+            if (clean) *clean = false;
+            ++src;
+            --left;
+            iconv(cd_, nullptr, nullptr, nullptr, nullptr);
+        }
+    }
+    char* dst = buf;
+    std::size_t room = sizeof buf;
+    iconv(cd_, nullptr, nullptr, &dst, &room);
+    out.append(buf, static_cast<std::size_t>(dst - buf));
+    return out;
+}
 
 std::string utf8_to_gb(std::string_view utf8) {
     if (all_ascii(utf8)) return std::string(utf8);

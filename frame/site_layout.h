@@ -25,6 +25,16 @@ inline constexpr std::string_view kPrivateFolders[] = {kUserFolder, kMailFolder,
 inline constexpr std::string_view kInstanceFolders[] = {kUserFolder, kDataFolder, kMailFolder, kMediaTempFolder,
                                                         kDatabaseFolder};
 
+// A folder as the start of a path: "Datas/", "./Datas/", "/Datas/".
+inline std::string dir(std::string_view folder, std::string_view before = {}) {
+    std::string out(before);
+    out.append(folder);
+    out += '/';
+    return out;
+}
+inline std::string dir_here(std::string_view folder) { return dir(folder, "./"); }
+inline std::string dir_at_root(std::string_view folder) { return dir(folder, "/"); }
+
 // The database file of the instance at root.
 inline std::string database_path(std::string_view root) {
     std::string path(root);

@@ -5,6 +5,7 @@
 #include "frame/html.h"
 #include "frame/page.h"
 #include "frame/quota.h"
+#include "frame/site_layout.h"
 #include "frame/upload.h"
 #include "frame/vb.h"
 
@@ -36,7 +37,8 @@ public:
 
         for (const char* field : {"file1", "file2", "file3", "file4"}) {
             std::string name = field;
-            std::string stored = up.upload_file(name, "Email/", prefix.str() + std::to_string(slot));
+            std::string stored =
+                up.upload_file(name, layout::dir(layout::kMailFolder), prefix.str() + std::to_string(slot));
             if (!stored.empty()) email_doc += (email_doc.empty() ? "" : "*") + stored;
             ++slot;
         }

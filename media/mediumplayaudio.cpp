@@ -4,6 +4,7 @@
 #include "frame/files.h"
 #include "frame/html.h"
 #include "frame/page.h"
+#include "frame/site_layout.h"
 #include "frame/vb.h"
 #include "media/media_common.h"
 
@@ -49,8 +50,10 @@ public:
             wmp = true;
             scheme = "mms://";
             ext = ".asx";
-            for (const char* level : {"/Medium/", "/Medium/temp/"})
-                if (!fso.FolderExists(Server.MapPath("./") + level)) fso.CreateFolder(Server.MapPath("./") + level);
+            for (std::string_view level : {layout::kMediaFolder, layout::kMediaTempFolder}) {
+                std::string folder = Server.MapPath("./") + layout::dir_at_root(level);
+                if (!fso.FolderExists(folder)) fso.CreateFolder(folder);
+            }
         } else if (InStr(kind, "mp3") > 0) {
             scheme = "http://";
             ext = ".m3u";
@@ -59,7 +62,8 @@ public:
             ext = ".ram";
         }
         if (!ext.empty()) {
-            std::string relative = "/Medium/temp/Audio" + Session("USER_ID").str() + ids[0] + rs("click_num").str() + ext;
+            std::string relative = layout::dir_at_root(layout::kMediaTempFolder) + "Audio" + Session("USER_ID").str() +
+                                   ids[0] + rs("click_num").str() + ext;
             std::vector<std::string> lines;
             for (const std::string& one : ids) {
                 Recordset r = conn.execute("select * from Medium where id="_sql + one);

@@ -3,6 +3,7 @@
 #include "frame/files.h"
 #include "frame/html.h"
 #include "frame/page.h"
+#include "frame/site_layout.h"
 #include "frame/vb.h"
 #include "media/media_common.h"
 
@@ -34,7 +35,8 @@ public:
             address = "mms://" + host + path;
         } else if (InStr(kind, "rm") > 0) {
             // The video list names no title: one per user and count.
-            std::string relative = "/Medium/temp/Video" + Session("USER_ID").str() + rs("click_num").str() + ".ram";
+            std::string relative = layout::dir_at_root(layout::kMediaTempFolder) + "Video" + Session("USER_ID").str() +
+                                   rs("click_num").str() + ".ram";
             media::write_playlist(relative, {"http://" + host + path});
             address = "http://" + host + media::app_path(url, page) + relative;
         } else {

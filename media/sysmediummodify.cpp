@@ -3,6 +3,7 @@
 // delete button, and only such an account reaches the save page behind it.
 #include "frame/html.h"
 #include "frame/page.h"
+#include "frame/site_layout.h"
 #include "frame/vb.h"
 #include "media/media_common.h"
 
@@ -15,7 +16,7 @@ public:
         std::vector<std::string> keys = Split(media::kKindKeys, " ");
         std::vector<std::string> labels = Split(media::kKindLabels, " ");
         std::string heading = "添加新媒体文件";
-        Value path = "/Medium/";
+        Value path = layout::dir_at_root(layout::kMediaFolder);
         Value title, text, filename, file_type, author, py;
 
         Value id = Request.querystring("ID");

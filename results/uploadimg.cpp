@@ -8,6 +8,7 @@
 #include "frame/names.h"
 #include "frame/page.h"
 #include "frame/paths.h"
+#include "frame/site_layout.h"
 #include "frame/upload.h"
 #include "frame/vb.h"
 
@@ -24,17 +25,18 @@ public:
             // The folder of the calling page's kind; Datas itself must exist.
             std::string upload_path = Session("upload_path").str();
             FileSystemObject fso;
-            std::string folder = Server.MapPath(".\\") + "\\Datas\\" + upload_path + "\\";
+            std::string datas = Server.MapPath(layout::dir_here(layout::kDataFolder));
+            std::string folder = Server.MapPath(".\\") + "\\" + std::string(layout::kDataFolder) + "\\" + upload_path + "\\";
             std::string physical;
-            if (physical_path(folder, physical) && path_inside(lower(Server.MapPath("./Datas")), lower(physical)) &&
-                !fso.FolderExists(folder))
+            if (physical_path(folder, physical) && path_inside(lower(datas), lower(physical)) && !fso.FolderExists(folder))
                 fso.CreateFolder(folder);
-            std::string relative = "./Datas/" + upload_path + "/";
+            std::string relative = layout::dir_here(layout::kDataFolder) + upload_path + "/";
             write_form(relative);
             up.upload_terminate();
         } else {
-            std::string own = Server.MapPath("./Datas/" + Session("upload_path").str() + "/");
-            std::string datas = Server.MapPath("./Datas");
+            std::string own =
+                Server.MapPath(layout::dir_here(layout::kDataFolder) + Session("upload_path").str() + "/");
+            std::string datas = Server.MapPath(layout::dir_here(layout::kDataFolder));
             const std::vector<FileRecord> received = up.files();
             for (const FileRecord& r : received) {
                 const std::string leaf = upload_leaf_name(r.file_name);

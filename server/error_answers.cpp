@@ -4,40 +4,37 @@
 
 namespace tav {
 
-HttpResponse bad_request() {
+namespace {
+
+HttpResponse answer(int status, const char* type, std::string body) {
     HttpResponse r;
-    r.status = 400;
-    r.set_header("Content-Type", "text/plain");
-    r.body = "Bad Request";
+    r.status = status;
+    r.set_header("Content-Type", type);
+    r.body = std::move(body);
     return r;
 }
 
+}  // namespace
+
+HttpResponse bad_request() { return answer(400, "text/plain", "Bad Request"); }
+
 HttpResponse not_found() {
-    HttpResponse r;
-    r.status = 404;
-    r.set_header("Content-Type", "text/html; charset=utf-8");
-    r.body = "<html><head><title>404 Not Found</title></head><body><h1>Not Found</h1></body></html>";
-    return r;
+    return answer(404, "text/html; charset=utf-8",
+                  "<html><head><title>404 Not Found</title></head><body><h1>Not Found</h1></body></html>");
 }
 
 HttpResponse session_busy() {
-    HttpResponse r;
-    r.status = 503;
-    r.set_header("Content-Type", "text/plain");
+    HttpResponse r = answer(503, "text/plain", "Service Unavailable");
     r.set_header("Retry-After", "1");
-    r.body = "Service Unavailable";
     return r;
 }
 
 HttpResponse cross_site_refused() {
-    HttpResponse r;
-    r.status = 403;
-    r.set_header("Content-Type", "text/html; charset=gb2312");
-    r.set_header("Cache-Control", "no-store");
-    r.body = utf8_to_gb(
+    HttpResponse r = answer(403, "text/html; charset=gb2312", utf8_to_gb(
         "<html>\r\n<head>\r\n<meta http-equiv=\"Content-Type\" content=\"text/html; charset=gb2312\">\r\n"
         "<title>请求被拒绝</title>\r\n</head>\r\n<body>\r\n<p align=\"center\"><br><br>"
-        "此请求不是从本系统的页面发出的，已被拒绝。请从本系统的页面重新操作。</p>\r\n</body>\r\n</html>\r\n");
+        "此请求不是从本系统的页面发出的，已被拒绝。请从本系统的页面重新操作。</p>\r\n</body>\r\n</html>\r\n"));
+    r.set_header("Cache-Control", "no-store");
     return r;
 }
 

@@ -1,7 +1,6 @@
 #include "server/import.h"
 
 #include <fcntl.h>
-#include <iconv.h>
 #include <signal.h>
 #include <sqlite3.h>
 #include <stdlib.h>
@@ -23,6 +22,7 @@
 #include <thread>
 #include <unordered_map>
 
+#include "frame/converter.h"
 #include "frame/password.h"
 #include "frame/paths.h"
 #include "server/instance.h"
@@ -90,47 +90,32 @@ bool all_ascii(std::string_view s) {
     return true;
 }
 
+// Reads the export tool's text in the database's code page.
 class Decoder {
 public:
-    explicit Decoder(const std::string& code_page)
-        : cd_(iconv_open("UTF-8", decoding_charset(code_page).c_str())) {
-        if (cd_ == reinterpret_cast<iconv_t>(-1)) throw std::runtime_error("unknown code page: " + code_page);
-    }
-    ~Decoder() { iconv_close(cd_); }
-    Decoder(const Decoder&) = delete;
-    Decoder& operator=(const Decoder&) = delete;
+    explicit Decoder(const std::string& code_page) : conv_(open(code_page)) {}
 
     // Converts to UTF-8; a byte that forms no character becomes U+FFFD and
     // the answer is false.
     bool run(std::string_view in, std::string& out) {
-        out.clear();
         if (all_ascii(in)) {
             out.assign(in);
             return true;
         }
         bool clean = true;
-        iconv(cd_, nullptr, nullptr, nullptr, nullptr);
-        char* src = const_cast<char*>(in.data());
-        std::size_t left = in.size();
-        char buf[4096];
-        while (left > 0) {
-            char* dst = buf;
-            std::size_t room = sizeof buf;
-            std::size_t r = iconv(cd_, &src, &left, &dst, &room);
-            out.append(buf, static_cast<std::size_t>(dst - buf));
-            if (r == static_cast<std::size_t>(-1) && errno != E2BIG) {
-                out.append("\xEF\xBF\xBD");
-                clean = false;
-                ++src;
-                --left;
-                iconv(cd_, nullptr, nullptr, nullptr, nullptr);
-            }
-        }
+        out = conv_.run(in, "\xEF\xBF\xBD", &clean);
         return clean;
     }
 
 private:
-    iconv_t cd_;
+    static Converter open(const std::string& code_page) {
+        try {
+            return Converter("UTF-8", decoding_charset(code_page).c_str());
+        } catch (const std::runtime_error&) {
+            throw std::runtime_error("unknown code page: " + code_page);
+        }
+    }
+    Converter conv_;
 };
 
 // Bytes of a name as the summary shows them: printable ASCII as is, the
