@@ -464,7 +464,7 @@ def build_map(path, timeout):
     tests = [t for t in list_tests(binary) if t.split(".")[0].split("/")[-1] not in MAP_EXCLUDED_SUITES]
     strip = len([p for p in COV_BUILD.split(os.sep) if p])
     work = tempfile.mkdtemp(prefix="mutate-cov-")
-    covered, known, failing = {}, {}, []
+    covered, known, failing, seconds = {}, {}, [], {}
     done = [0]
 
     def one(i_test):
@@ -472,12 +472,14 @@ def build_map(path, timeout):
         d = os.path.join(work, str(i))
         os.makedirs(d)
         env = dict(os.environ, GCOV_PREFIX=d, GCOV_PREFIX_STRIP=str(strip))
+        t = time.time()
         try:
             r = run([binary, "--gtest_filter=" + test], env=env, cwd=COV_BUILD, capture_output=True,
                     timeout=timeout)
             ok = r.returncode == 0
         except subprocess.TimeoutExpired:
             ok = False
+        seconds[test] = round(time.time() - t, 2)
         lines = gcov_lines(d, COV_BUILD)
         shutil.rmtree(d, ignore_errors=True)
         done[0] += 1
@@ -498,7 +500,7 @@ def build_map(path, timeout):
         shutil.rmtree(work, ignore_errors=True)
     data = {"key": tree_key(), "tests": covered,
             "instrumented": {f: sorted(k) for f, k in known.items()},
-            "failing": failing, "excluded_suites": sorted(MAP_EXCLUDED_SUITES),
+            "test_seconds": seconds, "failing": failing, "excluded_suites": sorted(MAP_EXCLUDED_SUITES),
             "seconds": {"build": round(t_build), "total": round(time.time() - t0)}}
     os.makedirs(os.path.dirname(path), exist_ok=True)
     with open(path + ".tmp", "w") as f:
@@ -526,6 +528,12 @@ class CoverIndex:
             for f, lines in files.items():
                 self.by_file.setdefault(f, []).append((test, set(lines)))
         self.instrumented = {f: set(v) for f, v in data["instrumented"].items()}
+        self.seconds = data.get("test_seconds", {})
+
+    def timeout(self, tests, least):
+        # The map's times come from the unoptimised coverage build, so three
+        # times their sum is a wide margin for a run that merely survives.
+        return max(least, 30 + 3 * sum(self.seconds.get(t, 10.0) for t in tests))
 
     def tests_for(self, file, first, last):
         span = set(range(first, last + 1))
@@ -573,9 +581,13 @@ def main():
     ap.add_argument("--list", action="store_true", help="print the sample and stop")
     ap.add_argument("--map", action="store_true", help="make (or show) the coverage map and stop")
     ap.add_argument("--compare", metavar="OTHER.tsv",
-                    help="after the run (or with --list: from the results file of this seed), "
-                         "print mutations killed in OTHER but surviving here")
-    ap.add_argument("--timeout", type=int, default=120, help="seconds per mutation's test run")
+                    help="print the mutations killed in OTHER but surviving in this run")
+    ap.add_argument("--report", action="store_true",
+                    help="print the summary of the last run of this seed (build/mutate/results-SEED.tsv) "
+                         "instead of running")
+    ap.add_argument("--timeout", type=int, default=60,
+                    help="least seconds for a mutation's test run (more when its tests are slow); "
+                         "a run that takes longer counts as killed")
     args = ap.parse_args()
     signal.signal(signal.SIGPIPE, signal.SIG_DFL)  # `--list | head` ends quietly
 
@@ -589,9 +601,17 @@ def main():
             print("%03d\t%s\t%s\t%s\t%s" % (i, s.key(), s.kind, before, after))
         return 0
 
+    results_path = os.path.join(BUILD, "results-%d.tsv" % args.seed)
+    if args.report:
+        rows = list(read_tsv(results_path).values())
+        if args.only:
+            rows = [r for r in rows if any(fnmatch.fnmatch(r["site"].split(":")[0], g) for g in args.only)]
+        summary(rows, args.compare)
+        return 0
+
     restore_leftovers()
     t0 = time.time()
-    data = load_map(args.timeout)
+    data = load_map(900)  # the slowest suites take minutes unoptimised
     t_map = time.time() - t0
     if args.map:
         print("mutate: map %s: %d tests, %d files" % (data["key"], len(data["tests"]), len(data["instrumented"])))
@@ -601,7 +621,6 @@ def main():
     if not locked_build(BUILD, os.path.join(BUILD, "mutate-build.log")):
         sys.exit("mutate: the unmutated tree does not build, see build/mutate/mutate-build.log")
     binary = os.path.join(BUILD, "tavelor_tests")
-    results_path = os.path.join(BUILD, "results-%d.tsv" % args.seed)
     out = open(results_path, "w")
     out.write("id\tsite\tkind\tresult\tnote\ttests\tseconds\tbefore\tafter\n")
 
@@ -635,7 +654,8 @@ def main():
                         try:
                             r = run([binary, "--gtest_fail_fast", "--gtest_brief=1",
                                      "--gtest_filter=" + ":".join(tests)],
-                                    cwd=BUILD, capture_output=True, text=True, timeout=args.timeout)
+                                    cwd=BUILD, capture_output=True, text=True,
+                                    timeout=index.timeout(tests, args.timeout))
                             result = "killed" if r.returncode != 0 else "survived"
                             if r.returncode != 0:
                                 m = re.search(r"\[  FAILED  \] (\S+)", r.stdout)
@@ -662,25 +682,28 @@ def main():
         # The build dir holds the last mutation's objects; the next run's
         # first build puts the restored file back in.
 
+    summary(rows, args.compare)
+    print("time: %.0fs (map %.0fs%s, mutations %.0fs); results in %s" %
+          (time.time() - t0, t_map, " cached" if t_map < 5 else "", time.time() - t_run,
+           os.path.relpath(results_path, ROOT)))
+    return 0
+
+
+def summary(rows, compare_with):
     killed = sum(r["result"] == "killed" for r in rows)
     errors = sum(r["result"] == "build-error" for r in rows)
     survivors = [r for r in rows if r["result"] == "survived"]
     scored = killed + len(survivors)
-    print()
-    print("killed %d of %d (%.1f%%), %d build errors, %d survivors" %
-          (killed, scored, 100.0 * killed / scored if scored else 0.0, errors, len(survivors)))
-    print("time: %.0fs (map %.0fs%s, mutations %.0fs); results in %s" %
-          (time.time() - t0, t_map, " cached" if t_map < 5 else "", time.time() - t_run,
-           os.path.relpath(results_path, ROOT)))
     if survivors:
         print("survivors:")
         for r in survivors:
             print("  %s %s %s%s\n      - %s\n      + %s" % (r["id"], r["site"], r["kind"],
                                                        " (" + r["note"] + ")" if r["note"] else "",
                                                        r["before"], r["after"]))
-    if args.compare:
-        compare(args.compare, rows)
-    return 0
+    if compare_with:
+        compare(compare_with, rows)
+    print("killed %d of %d (%.1f%%), %d build errors, %d survivors" %
+          (killed, scored, 100.0 * killed / scored if scored else 0.0, errors, len(survivors)))
 
 
 def compare(other_path, rows):
