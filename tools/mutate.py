@@ -9,6 +9,7 @@ build/mutate-cov), and the file is put back. See README, "Mutation testing".
 
 import argparse
 import bisect
+import fcntl
 import fnmatch
 import hashlib
 import json
@@ -371,9 +372,12 @@ def run(cmd, **kw):
 
 
 def tree_key():
-    head = run(["git", "rev-parse", "HEAD^{tree}"], cwd=ROOT, capture_output=True, text=True).stdout.strip()
-    diff = run(["git", "diff", "HEAD", "--", "tests", *SOURCE_DIRS], cwd=ROOT, capture_output=True).stdout
-    return head[:12] + ("-" + hashlib.sha1(diff).hexdigest()[:8] if diff else "")
+    """The commit's sources and tests (not tools/ or docs), plus any change
+    not committed yet: the map stays valid while only other files change."""
+    paths = ["CMakeLists.txt", "tests", *SOURCE_DIRS]
+    listed = run(["git", "ls-tree", "HEAD", "--", *paths], cwd=ROOT, capture_output=True).stdout
+    diff = run(["git", "diff", "HEAD", "--", *paths], cwd=ROOT, capture_output=True).stdout
+    return hashlib.sha1(listed + diff).hexdigest()[:12]
 
 
 def locked_build(build_dir, log):
@@ -429,7 +433,10 @@ def gcov_lines(gcda_dir, build_dir):
     result = {}
     if not gcdas:
         return result
-    r = run(["gcov", "--json-format", "--stdout", *gcdas], cwd=build_dir, capture_output=True, text=True)
+    # -r -s: only the files under the source tree, not the libraries' headers
+    # (which make the output some thirty times larger).
+    r = run(["gcov", "-r", "-s", ROOT, "--json-format", "--stdout", *gcdas], cwd=build_dir,
+            capture_output=True, text=True)
     dec = json.JSONDecoder()
     data, pos = r.stdout, 0
     prefix = ROOT + os.sep
@@ -441,7 +448,11 @@ def gcov_lines(gcda_dir, build_dir):
         doc, pos = dec.raw_decode(data, pos)
         cwd = doc.get("current_working_directory", build_dir)
         for f in doc.get("files", []):
-            path = os.path.normpath(os.path.join(cwd, f["file"]))
+            path = f["file"]
+            if not os.path.isabs(path):
+                beside = os.path.join(ROOT, path)
+                path = beside if os.path.exists(beside) else os.path.join(cwd, path)
+            path = os.path.normpath(path)
             if not path.startswith(prefix):
                 continue
             rel = path[len(prefix):]
@@ -455,7 +466,7 @@ def gcov_lines(gcda_dir, build_dir):
     return result
 
 
-def build_map(path, timeout):
+def build_map(path, timeout, unit):
     t0 = time.time()
     configure(COV_BUILD, ["-DCMAKE_BUILD_TYPE=None", "-DCMAKE_CXX_FLAGS=-O0 --coverage"],
               "--coverage -fuse-ld=lld")
@@ -465,6 +476,9 @@ def build_map(path, timeout):
     t_build = time.time() - t0
     binary = os.path.join(COV_BUILD, "tavelor_tests")
     tests = [t for t in list_tests(binary) if t.split(".")[0].split("/")[-1] not in MAP_EXCLUDED_SUITES]
+    if unit == "suite":
+        # One run per suite: a third of the runs of gcov, each some seconds.
+        tests = sorted({t.split(".")[0] + ".*" for t in tests})
     strip = len([p for p in COV_BUILD.split(os.sep) if p])
     work = tempfile.mkdtemp(prefix="mutate-cov-")
     covered, known, failing, seconds = {}, {}, [], {}
@@ -515,13 +529,13 @@ def build_map(path, timeout):
     return data
 
 
-def load_map(timeout):
+def load_map(timeout, unit):
     os.makedirs(BUILD, exist_ok=True)
-    path = os.path.join(BUILD, "covermap-%s.json" % tree_key())
+    path = os.path.join(BUILD, "covermap-%s-%s.json" % (unit, tree_key()))
     if os.path.exists(path):
         with open(path) as f:
             return json.load(f)
-    return build_map(path, timeout)
+    return build_map(path, timeout, unit)
 
 
 class CoverIndex:
@@ -609,6 +623,8 @@ def main():
     ap.add_argument("--report", action="store_true",
                     help="print the summary of the last run of this seed (build/mutate/results-SEED.tsv) "
                          "instead of running")
+    ap.add_argument("--map-unit", choices=["suite", "test"], default="suite",
+                    help="run each test suite (default) or each test alone for the coverage map")
     ap.add_argument("--timeout", type=int, default=60,
                     help="least seconds for a mutation's test run (more when its tests are slow); "
                          "a run that takes longer counts as killed")
@@ -633,9 +649,17 @@ def main():
         summary(rows, args.compare)
         return 0
 
+    # One run per worktree: a second one would take the first one's saved
+    # copy for a leftover and put it back under its feet.
+    os.makedirs(BUILD, exist_ok=True)
+    run_lock = open(os.path.join(BUILD, "run.lock"), "w")
+    try:
+        fcntl.flock(run_lock, fcntl.LOCK_EX | fcntl.LOCK_NB)
+    except BlockingIOError:
+        sys.exit("mutate: another run is going in this tree")
     restore_leftovers()
     t0 = time.time()
-    data = load_map(900)  # the slowest suites take minutes unoptimised
+    data = load_map(900, args.map_unit)  # the slowest suites take minutes unoptimised
     t_map = time.time() - t0
     if args.map:
         print("mutate: map %s: %d tests, %d files" % (data["key"], len(data["tests"]), len(data["instrumented"])))
