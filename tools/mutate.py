@@ -380,9 +380,18 @@ def tree_key():
     return hashlib.sha1(listed + diff).hexdigest()[:12]
 
 
+WAITED = [0.0]  # seconds spent waiting for the shared build lock
+
+
 def locked_build(build_dir, log):
-    cmd = ["flock", LOCK, "cmake", "--build", build_dir, "--target", "tavelor_tests", "-j2"]
-    r = run(cmd, stdout=subprocess.PIPE, stderr=subprocess.STDOUT, text=True)
+    """Build under the shared lock (the lock flock(1) takes), so that other
+    builds on the machine interleave with ours; the wait is counted apart."""
+    t = time.time()
+    with open(LOCK, "a") as lock:
+        fcntl.flock(lock, fcntl.LOCK_EX)
+        WAITED[0] += time.time() - t
+        r = run(["cmake", "--build", build_dir, "--target", "tavelor_tests", "-j2"],
+                stdout=subprocess.PIPE, stderr=subprocess.STDOUT, text=True)
     if log:
         with open(log, "w") as f:
             f.write(r.stdout)
@@ -564,6 +573,7 @@ class CoverIndex:
 # ---------------------------------------------------------------- main
 
 RESTORE_DIR = os.path.join(BUILD, "restore")
+COLUMNS = ("id", "site", "kind", "result", "note", "tests", "seconds", "lock_wait", "before", "after")
 QUICK_SECONDS = 3.0  # in the coverage build
 
 
@@ -670,7 +680,7 @@ def main():
         sys.exit("mutate: the unmutated tree does not build, see build/mutate/mutate-build.log")
     binary = os.path.join(BUILD, "tavelor_tests")
     out = open(results_path, "w")
-    out.write("id\tsite\tkind\tresult\tnote\ttests\tseconds\tbefore\tafter\n")
+    out.write("\t".join(COLUMNS) + "\n")
 
     def on_signal(signum, _frame):
         raise KeyboardInterrupt
@@ -678,10 +688,12 @@ def main():
     signal.signal(signal.SIGTERM, on_signal)
     signal.signal(signal.SIGHUP, on_signal)
     rows = []
+    waited_total = 0.0
     t_run = time.time()
     try:
         for i, s in numbered:
             t1 = time.time()
+            WAITED[0] = 0.0
             text = texts[s.file]
             before, after = describe(s, text)
             tests = index.tests_for(s.file, s.line, s.last_line)
@@ -704,14 +716,15 @@ def main():
                     shutil.copyfile(saved, path)
                     os.remove(saved)
             secs = time.time() - t1
+            waited_total += WAITED[0]
             row = {"id": "%03d" % i, "site": s.key(), "kind": s.kind, "result": result, "note": note,
-                   "tests": str(len(tests)), "seconds": "%.0f" % secs, "before": before, "after": after}
+                   "tests": str(len(tests)), "seconds": "%.0f" % secs, "lock_wait": "%.0f" % WAITED[0],
+                   "before": before, "after": after}
             rows.append(row)
-            out.write("\t".join(row[k] for k in ("id", "site", "kind", "result", "note", "tests", "seconds",
-                                                   "before", "after")) + "\n")
+            out.write("\t".join(row[k] for k in COLUMNS) + "\n")
             out.flush()
-            print("%s %-11s %-40s %-10s %3d tests %4.0fs  %s" % (row["id"], s.kind, s.key(), result, len(tests),
-                                                                 secs, note), flush=True)
+            print("%s %-11s %-40s %-11s %3d tests %4.0fs (lock %3.0fs)  %s"
+                  % (row["id"], s.kind, s.key(), result, len(tests), secs, WAITED[0], note), flush=True)
     except KeyboardInterrupt:
         print("mutate: interrupted; the mutated file is restored", flush=True)
         return 130
@@ -721,8 +734,8 @@ def main():
         # first build puts the restored file back in.
 
     summary(rows, args.compare)
-    print("time: %.0fs (map %.0fs%s, mutations %.0fs); results in %s" %
-          (time.time() - t0, t_map, " cached" if t_map < 5 else "", time.time() - t_run,
+    print("time: %.0fs (map %.0fs%s, mutations %.0fs of which %.0fs waiting for the build lock); results in %s" %
+          (time.time() - t0, t_map, " cached" if t_map < 5 else "", time.time() - t_run, waited_total,
            os.path.relpath(results_path, ROOT)))
     return 0
 
