@@ -630,6 +630,8 @@ def main():
     ap.add_argument("--map", action="store_true", help="make (or show) the coverage map and stop")
     ap.add_argument("--compare", metavar="OTHER.tsv",
                     help="print the mutations killed in OTHER but surviving in this run")
+    ap.add_argument("--resume", action="store_true",
+                    help="keep the results of this seed's last run and do only the mutations it has not done")
     ap.add_argument("--report", action="store_true",
                     help="print the summary of the last run of this seed (build/mutate/results-SEED.tsv) "
                          "instead of running")
@@ -679,15 +681,21 @@ def main():
     if not locked_build(BUILD, os.path.join(BUILD, "mutate-build.log")):
         sys.exit("mutate: the unmutated tree does not build, see build/mutate/mutate-build.log")
     binary = os.path.join(BUILD, "tavelor_tests")
-    out = open(results_path, "w")
-    out.write("\t".join(COLUMNS) + "\n")
+    rows = []
+    if args.resume and os.path.exists(results_path):
+        rows = [r for r in read_tsv(results_path).values() if r.get("result")]
+        done = {r["site"] for r in rows}
+        numbered = [(i, s) for i, s in numbered if s.key() not in done]
+        out = open(results_path, "a")
+    else:
+        out = open(results_path, "w")
+        out.write("\t".join(COLUMNS) + "\n")
 
     def on_signal(signum, _frame):
         raise KeyboardInterrupt
 
     signal.signal(signal.SIGTERM, on_signal)
     signal.signal(signal.SIGHUP, on_signal)
-    rows = []
     waited_total = 0.0
     t_run = time.time()
     try:
