@@ -489,8 +489,22 @@ def build_map(path, timeout, unit):
         # One run per suite: a third of the runs of gcov, each some seconds.
         tests = sorted({t.split(".")[0] + ".*" for t in tests})
     strip = len([p for p in COV_BUILD.split(os.sep) if p])
+    # Each unit's lines go to a partial file as they come, so that a map cut
+    # short goes on where it stopped at the next start.
+    partial = path + ".partial"
+    units = {}
+    if os.path.exists(partial):
+        with open(partial) as f:
+            for line in f:
+                try:
+                    u = json.loads(line)
+                except ValueError:
+                    continue  # a line cut by the kill
+                units[u["test"]] = u
+    todo = [t for t in tests if t not in units]
+    print("mutate: map: %d %ss to run (%d kept from a cut-short map)" % (len(todo), unit, len(units)),
+          flush=True)
     work = tempfile.mkdtemp(prefix="mutate-cov-")
-    covered, known, failing, seconds = {}, {}, [], {}
     done = [0]
 
     def one(i_test):
@@ -505,36 +519,47 @@ def build_map(path, timeout, unit):
             ok = r.returncode == 0
         except subprocess.TimeoutExpired:
             ok = False
-        seconds[test] = round(time.time() - t, 2)
+        secs = round(time.time() - t, 2)
         lines = gcov_lines(d, COV_BUILD)
         shutil.rmtree(d, ignore_errors=True)
         done[0] += 1
-        if done[0] % 25 == 0:
-            print("mutate: map %d of %d tests" % (done[0], len(tests)), flush=True)
-        return test, ok, lines
+        if done[0] % 10 == 0:
+            print("mutate: map %d of %d %ss" % (done[0], len(todo), unit), flush=True)
+        return {"test": test, "ok": ok, "seconds": secs,
+                "hit": {f: sorted(h) for f, (h, _k) in lines.items() if h},
+                "known": {f: sorted(k) for f, (_h, k) in lines.items()}}
 
     try:
-        with ThreadPoolExecutor(max_workers=2) as pool:
-            for test, ok, lines in pool.map(one, enumerate(tests)):
-                if not ok:
-                    failing.append(test)
-                    continue
-                covered[test] = {f: sorted(h) for f, (h, _k) in lines.items() if h}
-                for f, (_h, k) in lines.items():
-                    known.setdefault(f, set()).update(k)
+        with ThreadPoolExecutor(max_workers=2) as pool, open(partial, "a") as out:
+            for u in pool.map(one, enumerate(todo)):
+                units[u["test"]] = u
+                out.write(json.dumps(u) + "\n")
+                out.flush()
     finally:
         shutil.rmtree(work, ignore_errors=True)
-    data = {"key": tree_key(), "tests": covered,
+    covered, known, failing, seconds = {}, {}, [], {}
+    for test in tests:
+        u = units[test]
+        seconds[test] = u["seconds"]
+        if not u["ok"]:
+            failing.append(test)
+            continue
+        covered[test] = u["hit"]
+        for f, k in u["known"].items():
+            known.setdefault(f, set()).update(k)
+    data = {"key": tree_key(), "unit": unit, "tests": covered,
             "instrumented": {f: sorted(k) for f, k in known.items()},
             "test_seconds": seconds, "failing": failing, "excluded_suites": sorted(MAP_EXCLUDED_SUITES),
-            "seconds": {"build": round(t_build), "total": round(time.time() - t0)}}
+            "seconds": {"build": round(t_build), "this_sitting": round(time.time() - t0),
+                        "tests": round(sum(seconds.values()))}}
     os.makedirs(os.path.dirname(path), exist_ok=True)
     with open(path + ".tmp", "w") as f:
         json.dump(data, f)
     os.replace(path + ".tmp", path)
-    print("mutate: map of %d tests made in %ds (coverage build %ds); %d failing tests left out: %s"
-          % (len(covered), data["seconds"]["total"], t_build, len(failing), " ".join(failing) or "-"),
-          flush=True)
+    os.remove(partial)
+    print("mutate: map of %d %ss made in %ds (coverage build %ds); %d failing left out: %s"
+          % (len(covered), unit, data["seconds"]["this_sitting"], t_build, len(failing),
+             " ".join(failing) or "-"), flush=True)
     return data
 
 
@@ -635,6 +660,7 @@ def main():
     ap.add_argument("--report", action="store_true",
                     help="print the summary of the last run of this seed (build/mutate/results-SEED.tsv) "
                          "instead of running")
+    ap.add_argument("--map-file", metavar="JSON", help="use this coverage map, not the tree's own")
     ap.add_argument("--map-unit", choices=["suite", "test"], default="suite",
                     help="run each test suite (default) or each test alone for the coverage map")
     ap.add_argument("--timeout", type=int, default=60,
@@ -661,17 +687,22 @@ def main():
         summary(rows, args.compare)
         return 0
 
-    # One run per worktree: a second one would take the first one's saved
-    # copy for a leftover and put it back under its feet.
+    # One of each per worktree: a second run would take the first one's
+    # saved copy for a leftover and put it back under its feet.
     os.makedirs(BUILD, exist_ok=True)
-    run_lock = open(os.path.join(BUILD, "run.lock"), "w")
+    lock = open(os.path.join(BUILD, "map.lock" if args.map else "run.lock"), "w")
     try:
-        fcntl.flock(run_lock, fcntl.LOCK_EX | fcntl.LOCK_NB)
+        fcntl.flock(lock, fcntl.LOCK_EX | fcntl.LOCK_NB)
     except BlockingIOError:
-        sys.exit("mutate: another run is going in this tree")
-    restore_leftovers()
+        sys.exit("mutate: another %s is going in this tree" % ("map" if args.map else "run"))
+    if not args.map:
+        restore_leftovers()
     t0 = time.time()
-    data = load_map(900, args.map_unit)  # the slowest suites take minutes unoptimised
+    if args.map_file:
+        with open(args.map_file) as f:
+            data = json.load(f)
+    else:
+        data = load_map(900, args.map_unit)  # the slowest suites take minutes unoptimised
     t_map = time.time() - t0
     if args.map:
         print("mutate: map %s: %d tests, %d files" % (data["key"], len(data["tests"]), len(data["instrumented"])))
