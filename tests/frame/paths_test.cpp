@@ -1,26 +1,24 @@
 #include <gtest/gtest.h>
 
 #include <filesystem>
-#include <fstream>
 
 #include "frame/errors.h"
 #include "frame/host.h"
 #include "frame/paths.h"
+#include "tests/support/files.h"
 
 using namespace tav;
 namespace fs = std::filesystem;
 
 namespace {
 struct TempTree {
-    std::string root;
+    test::TempDir dir{"tavelor-paths"};
+    std::string root = dir.str();
     TempTree() {
-        char t[] = "/tmp/tavelor-paths-XXXXXX";
-        root = ::mkdtemp(t);
         fs::create_directories(root + "/Medium/temp");
         fs::create_directories(root + "/user/Admin");
-        std::ofstream(root + "/Medium/Song.MP3") << "x";
+        test::put_file(root + "/Medium/Song.MP3", "x");
     }
-    ~TempTree() { fs::remove_all(root); }
 };
 }  // namespace
 

@@ -5,7 +5,6 @@
 #include <fstream>
 #include <mutex>
 #include <regex>
-#include <sstream>
 #include <thread>
 
 #include <unistd.h>
@@ -14,6 +13,7 @@
 #include "frame/errors.h"
 #include "frame/host.h"
 #include "frame/store.h"
+#include "tests/support/files.h"
 
 namespace fs = std::filesystem;
 using namespace tav;
@@ -23,13 +23,6 @@ namespace {
 // A value from a string literal: joined to an Sql, a bare literal is program text.
 std::string V(const char* s) { return s; }
 
-std::string read_file(const fs::path& p) {
-    std::ifstream in(p, std::ios::binary);
-    std::stringstream ss;
-    ss << in.rdbuf();
-    return ss.str();
-}
-
 std::string connstr(const std::string& path) {
     return "driver={Microsoft Access Driver (*.mdb)};UID=sa;PWD=;dbq=" + path;
 }
@@ -37,19 +30,12 @@ std::string connstr(const std::string& path) {
 class StoreTest : public ::testing::Test {
 protected:
     void SetUp() override {
-        dir = fs::temp_directory_path() /
-              ("tav_store_" + std::to_string(::getpid()) + "_" +
-               ::testing::UnitTest::GetInstance()->current_test_info()->name());
-        fs::remove_all(dir);
         fs::create_directories(dir / "datebase");
         db = (dir / "datebase" / "office.mdb").string();
-        build_database(db, read_file(fs::path(TAVELOR_TEMPLATE_DIR) / "datebase" / "schema.sql"));
+        build_database(db, test::slurp(fs::path(TAVELOR_TEMPLATE_DIR) / "datebase" / "schema.sql"));
         conn.Open(connstr(db));
     }
-    void TearDown() override {
-        conn.close();
-        fs::remove_all(dir);
-    }
+    void TearDown() override { conn.close(); }
     long long num(const Sql& sql) { return conn.execute(sql)("num").lng(); }
     // The error number a statement fails with, 0 when it does not fail.
     long fails(const Sql& sql) {
@@ -61,7 +47,8 @@ protected:
         return 0;
     }
 
-    fs::path dir;
+    test::TempDir tmp{"tav_store"};
+    fs::path dir = tmp.path();
     std::string db;
     Connection conn;
 };
@@ -361,7 +348,7 @@ TEST_F(StoreTest, ReusedHandlesKeepTheirRulesAndFollowAReplacedFile) {
     // The site's database built anew under the same name: no old handle may
     // serve the old, removed file.
     for (const char* suffix : {"", "-wal", "-shm"}) fs::remove(db + suffix);
-    build_database(db, read_file(fs::path(TAVELOR_TEMPLATE_DIR) / "datebase" / "schema.sql"));
+    build_database(db, test::slurp(fs::path(TAVELOR_TEMPLATE_DIR) / "datebase" / "schema.sql"));
     conn.Open(connstr(db));
     EXPECT_EQ(num("select count(id) as num from user"), 0);
 }
@@ -413,14 +400,12 @@ TEST_F(StoreTest, ParallelWritersNeverSeeALockedDatabase) {
 }
 
 TEST(StoreBuild, RefusesAnExistingFileAndCleansUpAFailedBuild) {
-    fs::path d = fs::temp_directory_path() / ("tav_build_" + std::to_string(::getpid()));
-    fs::create_directories(d);
+    test::TempDir d("tav_build");
     fs::path p = d / "x.mdb";
     EXPECT_THROW(build_database(p.string(), "create table t(a); this is no sql;"), std::runtime_error);
     EXPECT_FALSE(fs::exists(p));
     build_database(p.string(), "create table t(a);");
     EXPECT_THROW(build_database(p.string(), "create table u(a);"), std::runtime_error);
-    fs::remove_all(d);
 }
 
 TEST_F(StoreTest, DialectRewritesOutsideLiteralsOnly) {

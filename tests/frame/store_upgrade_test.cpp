@@ -1,14 +1,11 @@
 // A database from before a column was added gets it at start, and keeps its rows.
 #include <gtest/gtest.h>
 
-#include <filesystem>
-
 #include "frame/store.h"
+#include "tests/support/files.h"
 
 TEST(StoreUpgrade, AddsMissingColumnsOnceAndKeepsRows) {
-    namespace fs = std::filesystem;
-    fs::path dir = fs::temp_directory_path() / ("tav_upgrade_" + std::to_string(::getpid()));
-    fs::create_directories(dir);
+    tav::test::TempDir dir("tav_upgrade");
     std::string db = (dir / "office.mdb").string();
     tav::build_database(db, "create table user(id integer primary key, username text, password text);"
                             "insert into user(username,password) values ('old','pw');");
@@ -21,5 +18,4 @@ TEST(StoreUpgrade, AddsMissingColumnsOnceAndKeepsRows) {
     EXPECT_EQ(rs("username").str(), "old");
     EXPECT_EQ(rs("must_change").str(), "0");
     conn.close();
-    fs::remove_all(dir);
 }

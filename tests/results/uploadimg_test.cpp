@@ -1,22 +1,17 @@
 #include <filesystem>
 #include <fstream>
-#include <sstream>
 
 #include <gtest/gtest.h>
 
 #include "frame/encoding.h"
+#include "tests/support/files.h"
 #include "tests/support/test_site.h"
 
 using tav::test::TestSite;
 
-namespace {
+using tav::test::slurp;
 
-std::string slurp(const std::string& path) {
-    std::ifstream in(path, std::ios::binary);
-    std::stringstream ss;
-    ss << in.rdbuf();
-    return ss.str();
-}
+namespace {
 
 const std::string kB = "-----------------------------7d1b2c";
 

@@ -4,8 +4,6 @@
 // ever sees another account's rows.
 #include <gtest/gtest.h>
 
-#include <sqlite3.h>
-
 #include <filesystem>
 #include <fstream>
 #include <map>
@@ -25,46 +23,6 @@ namespace {
 
 // Marks text that only the victim's own pages may show.
 const char kMark[] = "Vx7Own";
-
-// Every row of every table, and every file of the instance but the database:
-// equal snapshots mean nothing changed.
-std::string snapshot(const TestSite& site) {
-    std::string out;
-    sqlite3* db = nullptr;
-    sqlite3_open_v2((site.root() + "/datebase/office.mdb").c_str(), &db, SQLITE_OPEN_READONLY, nullptr);
-    std::vector<std::string> tables;
-    sqlite3_exec(
-        db, "select name from sqlite_master where type='table' order by name",
-        [](void* t, int, char** v, char**) {
-            static_cast<std::vector<std::string>*>(t)->push_back(v[0]);
-            return 0;
-        },
-        &tables, nullptr);
-    for (const auto& t : tables) {
-        out += "#" + t + "\n";
-        sqlite3_exec(
-            db, ("select * from \"" + t + "\"").c_str(),
-            [](void* o, int n, char** v, char**) {
-                auto& s = *static_cast<std::string*>(o);
-                for (int i = 0; i < n; ++i) s += (v[i] ? v[i] : "NULL") + std::string("|");
-                s += "\n";
-                return 0;
-            },
-            &out, nullptr);
-    }
-    sqlite3_close(db);
-    for (auto it = fs::recursive_directory_iterator(site.root()); it != fs::recursive_directory_iterator(); ++it) {
-        std::string rel = fs::relative(it->path(), site.root()).string();
-        if (rel.rfind("datebase", 0) == 0) continue;
-        out += rel;
-        if (it->is_regular_file()) {
-            out.append(" ").append(std::to_string(it->file_size())).append(" ");
-            out.append(std::to_string(fs::last_write_time(it->path()).time_since_epoch().count()));
-        }
-        out += "\n";
-    }
-    return out;
-}
 
 struct Walk : TestSite {
     std::string victim, mail, address, record;
@@ -142,7 +100,7 @@ TEST(AccessWalk, EveryPageAsNobodyAsAnAccountWithoutRightsAndAsTheAdministrator)
             const Access& rule = p.access;
             const bool refused = (rule.kind != Access::Kind::Public && !*who.user) ||
                                  (rule.kind == Access::Kind::Right && who.user == std::string("plain"));
-            const std::string before = snapshot(site);
+            const std::string before = tav::test::snapshot(site);
             for (const Reply& r : site.hit(p.url)) {
                 std::string ctx = who.name;
                 ctx.append(" ").append(p.url);
@@ -157,7 +115,7 @@ TEST(AccessWalk, EveryPageAsNobodyAsAnAccountWithoutRightsAndAsTheAdministrator)
                 }
             }
             if (refused) {
-                EXPECT_EQ(snapshot(site), before) << who.name << " changed something through " << p.url;
+                EXPECT_EQ(tav::test::snapshot(site), before) << who.name << " changed something through " << p.url;
             }
             // The administrator holds every right: no rule turns it away (the
             // victim's ids above may still be refused inside a page).

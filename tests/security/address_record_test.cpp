@@ -26,13 +26,6 @@ namespace {
 
 using Fields = std::vector<std::pair<std::string, std::string>>;
 
-// Doubled quotes, for putting a payload into a row directly.
-std::string quoted(const std::string& s) {
-    std::string out;
-    for (char c : s) out += c == '\'' ? std::string("''") : std::string(1, c);
-    return out;
-}
-
 struct Site : TestSite {
     std::string me, other, card, theirs_card, row, theirs_row;
     Site() {
@@ -56,42 +49,7 @@ struct Site : TestSite {
     }
 };
 
-// The requests that take a number (an id, a page, an amount): a payload
-// there must fail before any statement runs.
-std::vector<std::pair<std::string, Reply>> number_requests(Site& s, const std::string& p) {
-    std::string v = form_encode(p);
-    return {
-        {"Address_list.asp p", s.get("Address_list.asp?p=" + v)},
-        {"Address_edit.asp id", s.get("Address_edit.asp?id=" + v)},
-        {"Address_delete.asp id", s.get("Address_delete.asp?id=" + v)},
-        {"Address_Del_True.asp id", s.post_form("Address_Del_True.asp", {{"id", p}})},
-        {"Address_EditDo.asp id", s.post_form("Address_EditDo.asp", {{"Append", "No"}, {"id", p}, {"Name", "n"},
-                                                                     {"Work", "w"}, {"Telphone", "t"}, {"Mobile", "m"},
-                                                                     {"Sex", "男"}, {"Email", "e"}})},
-        {"User_address.asp p", s.get("User_address.asp?p=" + v)},
-        {"Record_List.asp p", s.get("Record_List.asp?p=" + v)},
-        {"Record_write.asp id", s.get("Record_write.asp?id=" + v)},
-        {"Record_Save.asp id (change)", s.get("Record_Save.asp?id=" + v + "&Rec_Title=s&Rec_Text=x&Rec_money=1")},
-        {"Record_Save.asp id (delete)", s.get("Record_Save.asp?id=" + v + "&Rec_Title=del&Rec_Text=x&Rec_money=1")},
-        {"Record_Save.asp Rec_money (new)", s.get("Record_Save.asp?id=&Rec_Title=s&Rec_Text=x&Rec_money=" + v)},
-        {"Record_Save.asp Rec_money (change)",
-         s.get("Record_Save.asp?id=" + s.row + "&Rec_Title=s&Rec_Text=x&Rec_money=" + v)},
-    };
-}
-
 }  // namespace
-
-TEST(AddressRecordSecurity, StatementPayloadsInNumbersChangeNoRow) {
-    Site site;
-    const std::string before = site.rows();
-    for (const std::string& p : kSql) {
-        for (auto& [where, reply] : number_requests(site, p)) {
-            EXPECT_EQ(site.rows(), before) << where << ": " << p;
-            EXPECT_NE(reply.status, 302) << where << ": " << p;  // never a success
-            expect_inert(reply, where + " " + p);
-        }
-    }
-}
 
 TEST(AddressRecordSecurity, StatementPayloadsInTextsChangeOnlyTheNamedRowAndOnlyToThatText) {
     const std::vector<std::string> text_fields = {"Name", "Work", "Telphone", "Mobile", "Sex", "Email"};
@@ -139,25 +97,22 @@ TEST(AddressRecordSecurity, StatementPayloadsInTextsChangeOnlyTheNamedRowAndOnly
 TEST(AddressRecordSecurity, MarkupSentOrStoredComesBackAsText) {
     for (const std::string& p : kMarkup) {
         Site site;
-        std::string v = form_encode(p);
-        // Reflected parameters.
-        for (const auto& [where, reply] : number_requests(site, p)) expect_inert(reply, where + " " + p);
-
+        const std::string v = form_encode(p), q = tav::test::sql_quoted(p);
         // Stored through the pages, then shown by every page that shows it.
         Fields card = {{"Append", "No"}, {"id", site.card}};
         for (const char* name : {"Name", "Work", "Telphone", "Mobile", "Sex", "Email"}) card.emplace_back(name, p);
         expect_inert(site.post_form("Address_EditDo.asp", card), "Address_EditDo.asp " + p);
         site.get("Record_Save.asp?id=" + site.row + "&Rec_Title=" + v + "&Rec_Text=" + v + "&Rec_money=2");
         // Also in the rows directly: a quote stops the pages' own statements.
-        site.exec("update Address set Name='" + quoted(p) + "',Email='" + quoted(p) + "' where id=" + site.theirs_card);
-        site.exec("update Record set Rec_title='" + quoted(p) + "',Rec_text='" + quoted(p) + "',Rec_date='" +
-                  quoted(p) + "' where id=" + site.theirs_row);
+        site.exec("update Address set Name='" + q + "',Email='" + q + "' where id=" + site.theirs_card);
+        site.exec("update Record set Rec_title='" + q + "',Rec_text='" + q + "',Rec_date='" +
+                  q + "' where id=" + site.theirs_row);
         site.exec("update Record set user_id=" + site.me + " where id=" + site.theirs_row);
         site.exec("update Address set User_id=" + site.me + " where id=" + site.theirs_card);
-        site.exec("update user set TrueName='" + quoted(p) + "',IDCard='" + quoted(p) + "',sex='" + quoted(p) +
-                  "',Telphone='" + quoted(p) + "',Mobile='" + quoted(p) + "',Email='" + quoted(p) + "',ip='" +
-                  quoted(p) + "',online=1 where id=" + site.other);
-        site.exec("insert into DepartMent(name) values ('" + quoted(p) + "')");
+        site.exec("update user set TrueName='" + q + "',IDCard='" + q + "',sex='" + q +
+                  "',Telphone='" + q + "',Mobile='" + q + "',Email='" + q + "',ip='" +
+                  q + "',online=1 where id=" + site.other);
+        site.exec("insert into DepartMent(name) values ('" + q + "')");
         site.exec("update user set DepartMentID=(select max(id) from DepartMent) where id=" + site.other);
 
         for (const std::string& url :

@@ -78,24 +78,6 @@ Reply post_multipart(TestSite& site, const std::string& url, const std::string& 
 
 }  // namespace
 
-TEST(AdminSecurity, QueryParametersTakeNoStatementPayload) {
-    Site site;
-    ASSERT_TRUE(site.login());
-    const std::string before = site.rows();
-    for (const std::string& p : kSql) {
-        const std::string v = form_encode(p);
-        for (const std::string& url :
-             {"Sys_User.asp?p=" + v, "Sys_User_Menu.asp?p=" + v, "Sys_User_Active.asp?p=" + v,
-              "User_Info_Modify.asp?ID=" + v, "User_Info_Modify1.asp?id=" + v, "Sys_User_Menu_Modify.asp?ID=" + v,
-              "Sys_User_Active_List.asp?ID=" + v, "user_signe_upload.asp?OK_NO=" + v + "&ID=" + v}) {
-            Reply r = site.get(url);
-            EXPECT_FALSE(has(r.body, kSecret)) << url;
-            EXPECT_FALSE(has(r.body, "victim line")) << url;
-        }
-    }
-    EXPECT_EQ(site.rows(), before);
-}
-
 TEST(AdminSecurity, SavedFormsChangeOnlyWhatTheyNameAndStoreTextAsText) {
     Site site;
     ASSERT_TRUE(site.login());
@@ -164,8 +146,7 @@ TEST(AdminSecurity, MultipartFieldsAndNamesStayValuesAndInTheirFolders) {
 TEST(AdminSecurity, ReflectedAndStoredValuesComeBackInert) {
     for (const std::string& p : kMarkup) {
         Site site;
-        std::string q = p;
-        for (std::size_t at = q.find('\''); at != std::string::npos; at = q.find('\'', at + 2)) q.insert(at, 1, '\'');
+        const std::string q = tav::test::sql_quoted(p);
         for (const char* column : {"TrueName", "sex", "Telphone", "Email", "IDCard", "Mobile", "Duty", "Address",
                                    "SpeTech", "Zip", "UserRemark", "pen_ok", "pen_no"})
             site.exec("update user set " + std::string(column) + "='" + q + "' where id in (1," + site.victim + ")");

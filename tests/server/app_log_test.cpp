@@ -4,28 +4,17 @@
 
 #include <cstdlib>
 #include <filesystem>
-#include <fstream>
-#include <sstream>
 
 #include "server/app_log.h"
+#include "tests/support/files.h"
 
 using namespace tav;
 namespace fs = std::filesystem;
 
-namespace {
-
-std::string slurp(const fs::path& p) {
-    std::ifstream in(p, std::ios::binary);
-    std::stringstream s;
-    s << in.rdbuf();
-    return s.str();
-}
-
-}  // namespace
+using tav::test::slurp;
 
 TEST(AppLog, ReopenAfterRenameWritesToAFreshFile) {
-    fs::path dir = fs::temp_directory_path() / ("applog_" + std::to_string(::getpid()));
-    fs::create_directories(dir);
+    test::TempDir dir("applog");
     fs::path live = dir / "tavelor.log", rotated = dir / "tavelor.log.1";
     {
         FileLog log(live.string());
@@ -41,7 +30,6 @@ TEST(AppLog, ReopenAfterRenameWritesToAFreshFile) {
     EXPECT_NE(old_text.find("still the old file"), std::string::npos);
     EXPECT_EQ(old_text.find("after"), std::string::npos);
     EXPECT_NE(new_text.find("\t1\tafter reopen\n"), std::string::npos);  // one line, no raw newline
-    fs::remove_all(dir);
 }
 
 TEST(AppLog, StderrCarriesSyslogLevels) {

@@ -4,13 +4,10 @@
 #include <gtest/gtest.h>
 
 #include <filesystem>
-#include <fstream>
-#include <sstream>
 
-#include <unistd.h>
-
-#include "tests/support/page_runner.h"
 #include "server/instance.h"
+#include "tests/support/files.h"
+#include "tests/support/page_runner.h"
 #include "tests/support/test_site.h"
 
 using namespace tav;
@@ -23,15 +20,6 @@ namespace {
 [[maybe_unused]] const bool registered = register_page("compattest", [] { return std::make_unique<BodyPage>("compattest"); });
 
 const std::string kDialogs = "<script src=\"tavdialog.js\"></script>\r\n";
-
-std::string read_file(const fs::path& p) {
-    std::ifstream in(p, std::ios::binary);
-    std::stringstream ss;
-    ss << in.rdbuf();
-    return ss.str();
-}
-
-void write_file(const fs::path& p, const std::string& text) { std::ofstream(p, std::ios::binary) << text; }
 
 }  // namespace
 
@@ -59,9 +47,9 @@ TEST(CompatScript, ChosenByTheFlagAlone) {
 
 TEST(CompatScript, TheInstanceGetsThePartsJoinedInTheirOrder) {
     TestSite site;
-    std::string script = read_file(fs::path(site.root()) / "tavdialog.js");
-    std::string head = read_file(fs::path(TAVELOR_TEMPLATE_DIR) / "compat" / "head.js");
-    std::string tail = read_file(fs::path(TAVELOR_TEMPLATE_DIR) / "compat" / "tail.js");
+    std::string script = test::slurp(fs::path(site.root()) / "tavdialog.js");
+    std::string head = test::slurp(fs::path(TAVELOR_TEMPLATE_DIR) / "compat" / "head.js");
+    std::string tail = test::slurp(fs::path(TAVELOR_TEMPLATE_DIR) / "compat" / "tail.js");
     ASSERT_GT(script.size(), head.size() + tail.size());
     EXPECT_EQ(script.substr(0, head.size()), head);
     EXPECT_EQ(script.substr(script.size() - tail.size()), tail);
@@ -74,11 +62,11 @@ TEST(CompatScript, TheInstanceGetsThePartsJoinedInTheirOrder) {
 }
 
 TEST(CompatScript, JoiningTakesOnlyListedPlainNames) {
-    fs::path dir = fs::temp_directory_path() / ("tav-compat-" + std::to_string(::getpid()));
-    fs::create_directories(dir / "sub");
-    write_file(dir / "a.js", "A();");
-    write_file(dir / "b_c.js", "B();\n");
-    write_file(dir / "sub" / "x.js", "X();\n");
+    test::TempDir tmp("tav-compat");
+    const fs::path dir = tmp.path();
+    test::put_file(dir / "a.js", "A();");
+    test::put_file(dir / "b_c.js", "B();\n");
+    test::put_file(dir / "sub" / "x.js", "X();\n");
     struct Case {
         const char* order;  // nullptr: no order file
         const char* joined;  // nullptr: refused
@@ -94,12 +82,11 @@ TEST(CompatScript, JoiningTakesOnlyListedPlainNames) {
     };
     for (const Case& c : cases) {
         fs::remove(dir / "order.txt");
-        if (c.order) write_file(dir / "order.txt", c.order);
+        if (c.order) test::put_file(dir / "order.txt", c.order);
         std::string what = c.order ? c.order : "(none)";
         if (c.joined)
             EXPECT_EQ(join_client_script(dir.string()), c.joined) << what;
         else
             EXPECT_THROW(join_client_script(dir.string()), std::runtime_error) << what;
     }
-    fs::remove_all(dir);
 }

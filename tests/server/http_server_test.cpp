@@ -22,6 +22,7 @@
 #include <gtest/gtest.h>
 
 #include "server/http_server.h"
+#include "tests/support/files.h"
 #include "tests/support/http_client.h"
 
 namespace tav {
@@ -51,8 +52,6 @@ int count_files(const std::string& dir) {
 class HttpServerTest : public ::testing::Test {
 protected:
     void SetUp() override {
-        char tmpl[] = "/tmp/tavelor-http-test-XXXXXX";
-        dir_ = ::mkdtemp(tmpl);
         opts_.port = 0;
         opts_.workers = 2;
         opts_.spool_dir = dir_ + "/spool";
@@ -62,10 +61,7 @@ protected:
         opts_.header_timeout = std::chrono::seconds(2);
         opts_.idle_timeout = std::chrono::seconds(2);
     }
-    void TearDown() override {
-        server_.reset();
-        std::filesystem::remove_all(dir_);
-    }
+    void TearDown() override { server_.reset(); }
 
     // Echoes what it was given; a few targets behave differently.
     HttpResponse handle(const HttpRequest& req) {
@@ -104,7 +100,8 @@ protected:
     }
     unsigned short port() const { return server_->port(); }
 
-    std::string dir_;
+    test::TempDir tmp_{"tavelor-http-test"};
+    std::string dir_ = tmp_.str();
     ServerOptions opts_;
     std::unique_ptr<HttpServer> server_;
     std::mutex mu_;

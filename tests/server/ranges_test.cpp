@@ -6,9 +6,8 @@
 #include <filesystem>
 #include <fstream>
 
-#include "server/http_server.h"
-#include "tests/support/http_client.h"
-#include "tests/support/test_site.h"
+#include "tests/support/files.h"
+#include "tests/support/served_site.h"
 
 using namespace tav;
 using test::Client;
@@ -18,35 +17,18 @@ namespace {
 
 std::string g_cookie;  // a signed-in session's: media folders are for accounts
 
-struct Served {
-    TestSite site;
-    HttpServer server;
-    Served()
-        : server(
-              [] {
-                  ServerOptions o;
-                  o.port = 0;
-                  o.workers = 2;
-                  o.header_timeout = std::chrono::seconds(3);
-                  o.idle_timeout = std::chrono::seconds(3);
-                  return o;
-              }(),
-              [this](const HttpRequest& r) { return site.site().handle(r); },
-              [this](const HttpRequest& r, HttpResponse& out) { return site.site().handle_quick(r, out); }) {
-        server.start();
+struct Served : test::ServedSite {
+    Served() {
         auto d = std::make_shared<SessionData>();
         d->values["user_id"] = Value(1);
         d->values["qwx3trh_k7"] = Value(std::string("yes"));
         g_cookie = "Cookie: " + std::string(Site::kSessionCookie) + "=" + site.site().sessions().add(d) + "\r\n";
     }
-    ~Served() { server.stop(); }
-
     // A file whose every offset holds a byte that tells where it is.
     std::string put(const std::string& rel, std::size_t size) {
         std::string bytes(size, '\0');
         for (std::size_t i = 0; i < size; ++i) bytes[i] = static_cast<char>((i * 7 + i / 251) & 0xff);
-        std::filesystem::create_directories(std::filesystem::path(site.root() + "/" + rel).parent_path());
-        std::ofstream(site.root() + "/" + rel, std::ios::binary) << bytes;
+        test::put_file(site.root() + "/" + rel, bytes);
         return bytes;
     }
 };
@@ -90,7 +72,7 @@ TEST(StaticRanges, SingleRangesOnCachedAndStreamedFiles) {
             {"items=0-5", 200, 0, 0},
             {"bytes=x-5", 200, 0, 0},
         };
-        Client c(s.server.port());
+        Client c(s.port());
         for (const auto& k : cases) {
             std::string where = f.path + " " + k.range;
             c.send(get(f.path, "Range: " + k.range + "\r\n"));
@@ -123,7 +105,7 @@ TEST(StaticRanges, IfRangeServesThePartOnlyForTheSameFile) {
     for (std::size_t size : {std::size_t(4000), std::size_t(600 * 1024)}) {
         std::string file = "Medium/tone" + std::to_string(size) + ".mp3";
         std::string bytes = s.put(file, size);
-        Client c(s.server.port());
+        Client c(s.port());
         c.send(get("/" + file));
         auto whole = c.read();
         ASSERT_EQ(whole.status, 200);
@@ -156,7 +138,7 @@ TEST(StaticRanges, IfRangeServesThePartOnlyForTheSameFile) {
 TEST(StaticRanges, HeadIgnoresTheRange) {
     Served s;
     std::string bytes = s.put("Medium/clip.mp4", 300 * 1024);
-    Client c(s.server.port());
+    Client c(s.port());
     c.send(get("/Medium/clip.mp4", "Range: bytes=0-9\r\n", "HEAD"));
     auto head = c.read(true);
     EXPECT_EQ(head.status, 200);
@@ -175,7 +157,7 @@ TEST(StaticRanges, PlayersAndPlaylistsGetTheirTypes) {
         {"a.wmv", "video/x-ms-wmv"},    {"a.wma", "audio/x-ms-wma"},     {"a.rm", "application/vnd.rn-realmedia"},
         {"a.ram", "audio/x-pn-realaudio"}, {"a.m3u", "audio/x-mpegurl"}, {"a.asx", "video/x-ms-asf"},
     };
-    Client c(s.server.port());
+    Client c(s.port());
     for (const auto& k : cases) {
         s.put(std::string("Medium/temp/") + k.file, 64);
         c.send(get(std::string("/Medium/temp/") + k.file, "Range: bytes=0-3\r\n"));
@@ -188,7 +170,7 @@ TEST(StaticRanges, PlayersAndPlaylistsGetTheirTypes) {
 TEST(StaticRanges, PrivateFoldersAndTheDatabaseStayClosedToRanges) {
     Served s;
     s.put("Email/secret.mp3", 2000);
-    Client c(s.server.port());
+    Client c(s.port());
     c.send(get("/Email/secret.mp3", "Range: bytes=0-9\r\n"));
     EXPECT_EQ(c.read().status, 404);
     c.send(get("/datebase/office.mdb", "Range: bytes=0-9\r\n"));
@@ -200,7 +182,7 @@ TEST(StaticRanges, PrivateFoldersAndTheDatabaseStayClosedToRanges) {
 TEST(StaticRanges, APlaylistOpenedAsAPageGetsAPlayer) {
     Served s;
     s.put("Medium/temp/Audio1712.asx", 40);
-    Client c(s.server.port());
+    Client c(s.port());
     c.send(get("/medium/temp/audio1712.ASX", "Sec-Fetch-Dest: document\r\n"));
     auto page = c.read();
     EXPECT_EQ(page.status, 200);

@@ -10,9 +10,7 @@
 
 #include "frame/encoding.h"
 #include "frame/page.h"
-#include "server/http_server.h"
-#include "tests/support/http_client.h"
-#include "tests/support/test_site.h"
+#include "tests/support/served_site.h"
 
 using namespace tav;
 using test::Client;
@@ -29,47 +27,22 @@ public:
 [[maybe_unused]] const bool registered = register_page("slowtest", [] { return std::make_unique<SlowPage>(); });
 
 // The site as `tavelor serve` runs it; /slow.asp runs the slow page.
-struct Served {
-    TestSite site;
-    HttpServer server;
+struct Served : test::ServedSite {
     explicit Served(unsigned workers = 2)
-        : server(
-              [this, workers] {
-                  ServerOptions o;
-                  o.port = 0;
-                  o.workers = workers;
-                  o.header_timeout = std::chrono::seconds(3);
-                  o.idle_timeout = std::chrono::seconds(3);
-                  o.body_limit_for = [this](const HttpRequest& r) { return site.site().body_limit_for(r); };
-                  o.account_of = [this](const HttpRequest& r) { return site.site().account_of(r); };
-                  o.log = [this](const std::string& line) { site.site().log().write(2, line); };
-                  return o;
-              }(),
-              [this](const HttpRequest& r) {
-                  return r.target == "/slow.asp" ? site.site().run_page("slowtest", r) : site.site().handle(r);
-              },
-              [this](const HttpRequest& r, HttpResponse& out) { return site.site().handle_quick(r, out); }) {
-        server.start();
-    }
-    ~Served() { server.stop(); }
+        : ServedSite(workers, [](Site& site, const HttpRequest& r) {
+              return r.target == "/slow.asp" ? site.run_page("slowtest", r) : site.handle(r);
+          }) {}
 };
 
-std::string get(const std::string& path, const std::string& extra = "") {
-    return "GET " + path + " HTTP/1.1\r\nHost: 127.0.0.1\r\n" + extra + "\r\n";
-}
-
-std::string cookie_of(const test::Response& r) {
-    auto it = r.headers.find("set-cookie");
-    if (it == r.headers.end()) return {};
-    return it->second.substr(0, it->second.find(';'));
-}
+std::string get(const std::string& path, const std::string& extra = "") { return test::get_request(path, extra); }
+using test::cookie_of;
 
 }  // namespace
 
 TEST(ServeSite, GbFormPostLogsInAndTheRedirectCarriesTheSession) {
     Served s;
     s.site.exec("insert into user(username,password,TrueName,DepartMentID,record) values ('张三','密码','张三',1,30)");
-    Client c(s.server.port());
+    Client c(s.port());
     c.send(get("/login.asp"));
     auto page = c.read();
     ASSERT_EQ(page.status, 200);
@@ -80,10 +53,9 @@ TEST(ServeSite, GbFormPostLogsInAndTheRedirectCarriesTheSession) {
     EXPECT_NE(page.headers["set-cookie"].find("HttpOnly"), std::string::npos);
 
     // The browser posts the form fields as percent-escaped GB18030 bytes.
-    std::string body = "username=" + test::form_encode("张三") + "&password=" + test::form_encode("密码");
-    c.send("POST /loginverify.asp HTTP/1.1\r\nHost: 127.0.0.1\r\nCookie: " + cookie +
-           "\r\nContent-Type: application/x-www-form-urlencoded\r\nContent-Length: " +
-           std::to_string(body.size()) + "\r\n\r\n" + body);
+    c.send(test::form_request("/loginverify.asp",
+                              "username=" + test::form_encode("张三") + "&password=" + test::form_encode("密码"),
+                              "Cookie: " + cookie + "\r\n"));
     auto done = c.read();
     EXPECT_EQ(done.status, 302);
     EXPECT_EQ(done.headers["location"], "./");
@@ -102,15 +74,13 @@ TEST(ServeSite, GbFormPostLogsInAndTheRedirectCarriesTheSession) {
 
 TEST(ServeSite, LocationHeaderEscapesOnlyTheNonAsciiBytes) {
     Served s;
-    Client c(s.server.port());
+    Client c(s.port());
     c.send(get("/loginverify.asp"));  // no account: back to the form
     auto r = c.read();
     EXPECT_EQ(r.status, 302);
     EXPECT_EQ(r.headers["location"], "./login.asp?login=error");
     // A public page whose redirect carries Chinese text: an unknown account on the lost-password form.
-    const std::string body = "username=nobody&truename=x";
-    c.send("POST /losepassword.asp HTTP/1.1\r\nHost: 127.0.0.1\r\nContent-Type: application/x-www-form-urlencoded\r\n"
-           "Content-Length: " + std::to_string(body.size()) + "\r\n\r\n" + body);
+    c.send(test::form_request("/losepassword.asp", "username=nobody&truename=x"));
     r = c.read();
     EXPECT_EQ(r.status, 302);
     const std::string loc = r.headers["location"];
@@ -119,32 +89,9 @@ TEST(ServeSite, LocationHeaderEscapesOnlyTheNonAsciiBytes) {
               "Pop_OK.asp?message=您输入的帐号或姓名在系统中不存在！<br>请重新输入……&next_href=losepassword.asp");
 }
 
-TEST(ServeSite, StaticFilesAndNeverTheDatabase) {
+TEST(ServeSite, StaticFilesRevalidateByETagPagesAreNeverStoredTheDatabaseNeverServed) {
     Served s;
-    Client c(s.server.port());
-    c.send(get("/Images/ARROW1.GIF"));
-    auto img = c.read();
-    EXPECT_EQ(img.status, 200);
-    EXPECT_EQ(img.headers["content-type"], "image/gif");
-    EXPECT_EQ(img.body.rfind("GIF8", 0), 0u);
-    c.send(get("/datebase/office.mdb"));
-    EXPECT_EQ(c.read().status, 404);
-}
-
-TEST(ServeSite, ASlowClientHoldsUpNoPage) {
-    Served s;
-    Client slow(s.server.port());
-    slow.send("GET /login.asp HTTP/1.1\r\nHost: 127.0.0.1\r\n");  // and nothing more
-    Client quick(s.server.port());
-    for (int i = 0; i < 5; ++i) {
-        quick.send(get("/login.asp"));
-        EXPECT_EQ(quick.read(false, 2000).status, 200);
-    }
-}
-
-TEST(ServeSite, StaticFilesRevalidateByETagAndPagesAreNeverStored) {
-    Served s;
-    Client c(s.server.port());
+    Client c(s.port());
     c.send(get("/style.css"));
     auto css = c.read();
     ASSERT_EQ(css.status, 200);
@@ -175,8 +122,14 @@ TEST(ServeSite, StaticFilesRevalidateByETagAndPagesAreNeverStored) {
             EXPECT_TRUE(r.body.empty());
         }
     }
-    c.send(get("/images/arrow1.gif"));
-    EXPECT_EQ(c.read().headers["cache-control"], "max-age=86400");
+    // Names without case; pictures are kept longer; the database never goes out.
+    c.send(get("/Images/ARROW1.GIF"));
+    auto img = c.read();
+    EXPECT_EQ(img.headers["content-type"], "image/gif");
+    EXPECT_EQ(img.headers["cache-control"], "max-age=86400");
+    EXPECT_EQ(img.body.rfind("GIF8", 0), 0u);
+    c.send(get("/datebase/office.mdb"));
+    EXPECT_EQ(c.read().status, 404);
 
     c.send(get("/login.asp"));
     auto page = c.read();
@@ -189,11 +142,11 @@ TEST(ServeSite, ControlBytesInThePathAre400) {
     Served s;
     for (const char* path : {"/style.css%00.gif", "/a%0D%0ASet-Cookie:%20x=1", "/images/%01arrow1.gif",
                              "/login.asp%7F", "/%09style.css"}) {
-        Client c(s.server.port());
+        Client c(s.port());
         c.send(get(path));
         EXPECT_EQ(c.read().status, 400) << path;
     }
-    Client c(s.server.port());
+    Client c(s.port());
     c.send(get("/style%2Ecss"));
     EXPECT_EQ(c.read().status, 200);
 }
@@ -201,17 +154,14 @@ TEST(ServeSite, ControlBytesInThePathAre400) {
 TEST(ServeSite, RefusedLoginsAreHeldBackOnTheWire) {
     Served s;
     s.site.site().throttle().set_schedule({0, std::chrono::milliseconds(300), std::chrono::milliseconds(300)});
-    std::string body = "username=admin&password=wrong";
-    std::string post = "POST /loginverify.asp HTTP/1.1\r\nHost: 127.0.0.1\r\nContent-Type: "
-                       "application/x-www-form-urlencoded\r\nContent-Length: " +
-                       std::to_string(body.size()) + "\r\n\r\n" + body;
-    Client c(s.server.port());
+    const std::string post = test::form_request("/loginverify.asp", "username=admin&password=wrong");
+    Client c(s.port());
     auto t0 = std::chrono::steady_clock::now();
     c.send(post);
     EXPECT_EQ(c.read().headers["location"], "./login.asp?login=error");
     EXPECT_GE(std::chrono::steady_clock::now() - t0, std::chrono::milliseconds(290));
     // A page of another client meanwhile is not kept waiting.
-    Client other(s.server.port());
+    Client other(s.port());
     c.send(post);
     t0 = std::chrono::steady_clock::now();
     other.send(get("/style.css"));
@@ -236,7 +186,7 @@ TEST(ServeSite, EveryAnswerRefusesForeignFramesAndUploadsRunNoScript) {
         {"/anywhere/x.html", 200, "sandbox; frame-ancestors 'self'"},
     };
     for (const auto& c : cases) {
-        Client cl(s.server.port());
+        Client cl(s.port());
         cl.send(get(c.path));
         auto r = cl.read();
         EXPECT_EQ(r.status, c.status) << c.path;
@@ -248,7 +198,7 @@ TEST(ServeSite, EveryAnswerRefusesForeignFramesAndUploadsRunNoScript) {
 
 TEST(ServeSite, ALargeBodyWithoutAnAccountIsRefusedBeforeItIsRead) {
     Served s;
-    Client c(s.server.port(), "127.0.0.3");
+    Client c(s.port(), "127.0.0.3");
     c.send("POST /loginverify.asp HTTP/1.1\r\nHost: 127.0.0.1\r\nContent-Type: application/x-www-form-urlencoded\r\n"
            "Content-Length: 100000\r\n\r\n");  // and no body at all
     auto r = c.read(false, 2000);
@@ -261,24 +211,21 @@ TEST(ServeSite, ALargeBodyWithoutAnAccountIsRefusedBeforeItIsRead) {
 TEST(ServeSite, ALoginAnswersWithinASecondWhileOneSessionFloodsASlowPage) {
     Served s(0);  // the workers `tavelor serve` starts
     auto login = [&](Client& c) {
-        std::string body = "username=admin&password=admin";
-        c.send("POST /loginverify.asp HTTP/1.1\r\nHost: 127.0.0.1\r\nContent-Type: "
-               "application/x-www-form-urlencoded\r\nContent-Length: " +
-               std::to_string(body.size()) + "\r\n\r\n" + body);
+        c.send(test::form_request("/loginverify.asp", "username=admin&password=admin"));
         return c.read(false, 10000);
     };
-    Client first(s.server.port());
+    Client first(s.port());
     std::string cookie = cookie_of(login(first));
     ASSERT_FALSE(cookie.empty());
     // More requests of one session than there are workers: each waits for
     // its turn, and without a share per session they would hold them all.
     std::vector<std::unique_ptr<Client>> flood;
     for (int i = 0; i < 40; ++i) {
-        flood.push_back(std::make_unique<Client>(s.server.port()));
+        flood.push_back(std::make_unique<Client>(s.port()));
         flood.back()->send(get("/slow.asp", "Cookie: " + cookie + "\r\n"));
     }
     std::this_thread::sleep_for(std::chrono::milliseconds(100));
-    Client c(s.server.port());
+    Client c(s.port());
     auto t0 = std::chrono::steady_clock::now();
     EXPECT_EQ(login(c).headers["location"], "./");
     EXPECT_LT(std::chrono::steady_clock::now() - t0, std::chrono::seconds(1));
@@ -295,9 +242,9 @@ TEST(ServeSite, ALoginAnswersWithinASecondWhileOneSessionFloodsASlowPage) {
 TEST(ServeSite, AThousandConnectionsFromOneAddressLeaveAnotherServed) {
     Served s;
     std::vector<std::unique_ptr<Client>> flood;
-    for (int i = 0; i < 1000; ++i) flood.push_back(std::make_unique<Client>(s.server.port(), "127.0.0.2"));
+    for (int i = 0; i < 1000; ++i) flood.push_back(std::make_unique<Client>(s.port(), "127.0.0.2"));
     std::this_thread::sleep_for(std::chrono::milliseconds(300));
-    Client other(s.server.port(), "127.0.0.3");
+    Client other(s.port(), "127.0.0.3");
     other.send(get("/style.css"));
     EXPECT_EQ(other.read(false, 2000).status, 200);
     // The first ones in are served; the rest were closed at once.

@@ -3,9 +3,9 @@
 #include <gtest/gtest.h>
 
 #include <filesystem>
-#include <fstream>
 
 #include "frame/encoding.h"
+#include "tests/support/files.h"
 #include "tests/support/test_site.h"
 
 using namespace tav;
@@ -16,8 +16,7 @@ namespace fs = std::filesystem;
 namespace {
 
 void put(TestSite& site, const std::string& rel, const std::string& bytes = "data") {
-    fs::create_directories(fs::path(site.root() + "/" + rel).parent_path());
-    std::ofstream(site.root() + "/" + rel, std::ios::binary) << bytes;
+    test::put_file(site.root() + "/" + rel, bytes);
 }
 
 }  // namespace

@@ -9,6 +9,7 @@
 
 #include "frame/encoding.h"
 #include "server/http_server.h"
+#include "tests/support/files.h"
 #include "tests/support/http_client.h"
 #include "tests/support/text.h"
 
@@ -21,8 +22,6 @@ using test::has;
 class TooLargeTest : public ::testing::Test {
 protected:
     void start(std::uint64_t limit) {
-        char tmpl[] = "/tmp/tavelor-too-large-XXXXXX";
-        dir_ = ::mkdtemp(tmpl);
         ServerOptions o;
         o.port = 0;
         o.workers = 1;
@@ -38,10 +37,7 @@ protected:
         });
         server_->start();
     }
-    void TearDown() override {
-        server_.reset();
-        if (!dir_.empty()) std::filesystem::remove_all(dir_);
-    }
+    void TearDown() override { server_.reset(); }
     test::Response post(const std::string& target, std::size_t length, std::size_t sent) {
         Client c(server_->port());
         c.send("POST " + target + " HTTP/1.1\r\nHost: h\r\nContent-Type: multipart/form-data; boundary=b\r\n"
@@ -51,7 +47,8 @@ protected:
         return r;
     }
 
-    std::string dir_;
+    test::TempDir tmp_{"tavelor-too-large"};
+    std::string dir_ = tmp_.str();
     std::unique_ptr<HttpServer> server_;
 };
 

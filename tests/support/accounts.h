@@ -1,9 +1,13 @@
-// Site set-up that page tests repeat: extra accounts, and a snapshot of the
-// rows a test must find unchanged.
+// Site set-up that page tests repeat: extra accounts, and snapshots of the
+// rows (and files) a test must find unchanged.
 #pragma once
 
+#include <sqlite3.h>
+
 #include <algorithm>
+#include <filesystem>
 #include <string>
+#include <vector>
 
 #include "frame/store.h"
 #include "tests/support/test_site.h"
@@ -33,6 +37,48 @@ inline std::string rows_of(TestSite& site, const std::string& table, const std::
         }
         out += "\n";
         rs.movenext();
+    }
+    return out;
+}
+
+// Every row of every table, and with files every file of the instance but
+// the database (size and time): equal snapshots mean nothing changed.
+inline std::string snapshot(const TestSite& site, bool with_files = true) {
+    namespace fs = std::filesystem;
+    std::string out;
+    sqlite3* db = nullptr;
+    sqlite3_open_v2((site.root() + "/datebase/office.mdb").c_str(), &db, SQLITE_OPEN_READONLY, nullptr);
+    std::vector<std::string> tables;
+    sqlite3_exec(
+        db, "select name from sqlite_master where type='table' order by name",
+        [](void* t, int, char** v, char**) {
+            static_cast<std::vector<std::string>*>(t)->push_back(v[0]);
+            return 0;
+        },
+        &tables, nullptr);
+    for (const auto& t : tables) {
+        out += "#" + t + "\n";
+        sqlite3_exec(
+            db, ("select * from \"" + t + "\"").c_str(),
+            [](void* o, int n, char** v, char**) {
+                auto& s = *static_cast<std::string*>(o);
+                for (int i = 0; i < n; ++i) s += (v[i] ? v[i] : "NULL") + std::string("|");
+                s += "\n";
+                return 0;
+            },
+            &out, nullptr);
+    }
+    sqlite3_close(db);
+    if (!with_files) return out;
+    for (auto it = fs::recursive_directory_iterator(site.root()); it != fs::recursive_directory_iterator(); ++it) {
+        std::string rel = fs::relative(it->path(), site.root()).string();
+        if (rel.rfind("datebase", 0) == 0) continue;
+        out += rel;
+        if (it->is_regular_file()) {
+            out.append(" ").append(std::to_string(it->file_size())).append(" ");
+            out.append(std::to_string(fs::last_write_time(it->path()).time_since_epoch().count()));
+        }
+        out += "\n";
     }
     return out;
 }

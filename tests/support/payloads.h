@@ -30,6 +30,41 @@ inline const std::vector<std::string> kMarkup = {
     "\xE2\x80\xA8" "alert(1)//", "<img src=\"data:text/html,<script>alert(1)</script>\">", "JaVa\tScRiPt:alert(1)",
     "<br><b onclick=alert(1)>b</b>"};
 
+// Both kinds, for parameters that must take neither.
+inline std::vector<std::string> all_payloads() {
+    std::vector<std::string> all = kSql;
+    all.insert(all.end(), kMarkup.begin(), kMarkup.end());
+    return all;
+}
+
+// A payload as an SQL literal's text (quotes doubled), for placing it in a
+// row directly.
+inline std::string sql_quoted(std::string s) {
+    for (std::size_t at = s.find('\''); at != std::string::npos; at = s.find('\'', at + 2)) s.insert(at, 1, '\'');
+    return s;
+}
+
+// The answer without the editor's own edit frame (at the height the form
+// gives it): that one iframe is the page's, any other would be a payload's.
+inline Reply without_edit_frame(Reply r, const std::string& height = "75%") {
+    const std::string own =
+        "<IFRAME class=\"mytext\" id=\"mytext\" width=\"530\" valign=\"bottom\" height=\"" + height + "\"></IFRAME>";
+    std::size_t at = r.body.find(own);
+    if (at != std::string::npos) r.body.erase(at, own.size());
+    return r;
+}
+
+// The answer with the media players' object and embed tags renamed: they
+// are written on purpose, and their attributes are still checked.
+inline Reply without_players(Reply r) {
+    const std::pair<std::string, std::string> renames[] = {
+        {"<OBJECT", "<xOBJECT"}, {"<EMBED", "<xEMBED"}, {"</OBJECT", "</xOBJECT"}, {"</EMBED", "</xEMBED"}};
+    for (const auto& [from, to] : renames)
+        for (std::size_t at = r.body.find(from); at != std::string::npos; at = r.body.find(from, at + to.size()))
+            r.body.replace(at, from.size(), to);
+    return r;
+}
+
 // The event attributes the pages write themselves. A payload's own handler
 // is also caught by its alert(1), whatever the attribute.
 inline bool own_event(const std::string& name) {
