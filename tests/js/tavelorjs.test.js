@@ -1,14 +1,9 @@
 // Form checks of site/TavelorJS.js, loaded as the browser would: as plain globals.
 const test = require('node:test');
 const assert = require('node:assert');
-const fs = require('node:fs');
-const path = require('node:path');
-const vm = require('node:vm');
+const { runSiteScript } = require('./client_script.js');
 
-const src = fs.readFileSync(path.join(__dirname, '../../site/TavelorJS.js'), 'utf8');
-const ctx = vm.createContext({});
-vm.runInContext(src, ctx);
-const { IsAccount, Str1CharAllInStr2, IsPhoneNumber, IsValidEmail } = ctx;
+const { IsAccount, Str1CharAllInStr2, IsPhoneNumber, IsValidEmail } = runSiteScript('TavelorJS.js');
 const PASSWORD_CHARS = '0123456789abcdefghijklmnopqrstuvwxyzABCDEFGHIJKLMNOPQRSTUVWXYZ_';
 
 // The values fn accepts and those it refuses.
