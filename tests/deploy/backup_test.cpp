@@ -22,6 +22,7 @@
 #include "frame/store.h"
 #include "server/backup.h"
 #include "server/instance.h"
+#include "tests/support/files.h"
 #include "tests/support/http_client.h"
 
 using namespace tav;
@@ -29,25 +30,17 @@ namespace fs = std::filesystem;
 
 namespace {
 
-std::string slurp(const fs::path& p) {
-    std::ifstream in(p, std::ios::binary);
-    std::stringstream s;
-    s << in.rdbuf();
-    return s.str();
-}
+using test::free_port;
+using test::slurp;
+using test::spit;
 
-void spit(const fs::path& p, const std::string& bytes) {
-    fs::create_directories(p.parent_path());
-    std::ofstream(p, std::ios::binary) << bytes;
-}
+
 
 // The program's exit status for its arguments, its output in out.
 int run(const std::string& args, std::string* out = nullptr) {
-    std::string file = (fs::temp_directory_path() / ("tavelor_cmd_" + std::to_string(::getpid()))).string();
-    int rc = std::system((std::string(TAVELOR_BINARY) + " " + args + " >" + file + " 2>&1").c_str());
-    if (out) *out = slurp(file);
-    fs::remove(file);
-    return WIFEXITED(rc) ? WEXITSTATUS(rc) : -1;
+    auto r = test::run_command(std::string(TAVELOR_BINARY) + " " + args);
+    if (out) *out = r.out;
+    return r.status;
 }
 
 std::string q(const fs::path& p) { return "'" + p.string() + "'"; }
@@ -80,28 +73,11 @@ Connection open_db(const fs::path& site) {
     return c;
 }
 
-unsigned short free_port() {
-    int fd = ::socket(AF_INET, SOCK_STREAM, 0);
-    sockaddr_in a{};
-    a.sin_family = AF_INET;
-    a.sin_addr.s_addr = htonl(INADDR_LOOPBACK);
-    ::bind(fd, reinterpret_cast<sockaddr*>(&a), sizeof a);
-    socklen_t len = sizeof a;
-    ::getsockname(fd, reinterpret_cast<sockaddr*>(&a), &len);
-    ::close(fd);
-    return ntohs(a.sin_port);
-}
-
 // The status of GET /login.asp from `tavelor serve site`, 0 if it never answered.
 int login_status_served(const fs::path& site, const fs::path& log) {
     unsigned short port = free_port();
-    pid_t pid = ::fork();
-    if (pid == 0) {
-        std::string port_s = std::to_string(port), site_s = site.string(), log_s = log.string();
-        ::execl(TAVELOR_BINARY, TAVELOR_BINARY, "serve", site_s.c_str(), "--port", port_s.c_str(), "--log",
-                log_s.c_str(), static_cast<char*>(nullptr));
-        ::_exit(127);
-    }
+    pid_t pid =
+        test::spawn({TAVELOR_BINARY, "serve", site.string(), "--port", std::to_string(port), "--log", log.string()});
     int status = 0;
     for (int i = 0; i < 100 && status == 0; ++i) {
         try {

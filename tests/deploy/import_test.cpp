@@ -14,23 +14,17 @@
 #include "frame/encoding.h"
 #include "frame/password.h"
 #include "server/import.h"
+#include "tests/support/files.h"
 
 namespace fs = std::filesystem;
 using tav::utf8_to_gb;
 
 namespace {
 
-std::string slurp(const fs::path& p) {
-    std::ifstream in(p, std::ios::binary);
-    std::stringstream s;
-    s << in.rdbuf();
-    return s.str();
-}
+using tav::test::slurp;
+using tav::test::spit;
 
-void spit(const fs::path& p, const std::string& text) {
-    fs::create_directories(p.parent_path());
-    std::ofstream(p, std::ios::binary) << text;
-}
+
 
 // A text value as mdb-export prints it: in GBK, quoted, quotes doubled.
 std::string q(const std::string& utf8) {
