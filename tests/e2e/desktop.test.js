@@ -3,7 +3,6 @@
 'use strict';
 const test = require('node:test');
 const assert = require('node:assert/strict');
-const http = require('node:http');
 const { flow, closeBrowsers, expectNoErrors, session } = require('./driver');
 
 test.after(closeBrowsers);
@@ -21,12 +20,6 @@ const reminderText = (win) => {
   const b = d && d.contentDocument && d.contentDocument.body;
   return b && /\u786e\u5b9a/.test(b.innerHTML) ? b.innerText : null;
 };
-
-function headers(url, cookie) {
-  return new Promise((resolve, reject) => {
-    http.get(url, { headers: cookie ? { Cookie: cookie } : {} }, (res) => { res.resume(); resolve(res.headers); }).on('error', reject);
-  });
-}
 
 flow(test, 'desktop frames, top bar, sections, outbar, status cells and logout', async (browser, t) => {
   const { server, page } = await session(browser, t, { sql: REMINDER_SITE.slice(0, 1) });
@@ -109,7 +102,7 @@ flow(test, 'the reminder comes up at each of five logins and stays while the fra
 flow(test, 'Back after logout shows the login page, not the desktop', async (browser, t) => {
   const { server, page } = await session(browser, t);
   // The browser may keep the desktop only if the server lets it: dynamic answers say no-store.
-  assert.match((await headers(server.base + '/login.asp'))['cache-control'] || '', /no-store/);
+  assert.match((await fetch(server.base + '/login.asp')).headers.get('cache-control') || '', /no-store/);
   await page.login(server.base);
   await page.waitIn('bottom', (w) => w.document.readyState === 'complete', null, 'the desktop');
   await page.clickAndWait('top_w', 'a[href="logout.asp"]');
