@@ -4,8 +4,8 @@
 
 #include <gtest/gtest.h>
 
-#include "frame/encoding.h"
 #include "tests/support/accounts.h"
+#include "tests/support/multipart.h"
 #include "tests/support/test_site.h"
 #include "tests/support/text.h"
 
@@ -16,21 +16,17 @@ using tav::test::has;
 
 namespace {
 
-const std::string kB = "-----------------------------7d3c55";
-
 using Fields = std::vector<std::pair<std::string, std::string>>;
 
 // The settings form as a browser posts it: ticked boxes only, then the
 // rest; a music file when one is named.
 tav::test::Reply post_settings(TestSite& site, const Fields& fields, const std::string& music = "",
                                const std::string& content = "ID3") {
-    std::string body;
-    for (const auto& [name, value] : fields)
-        body += kB + "\r\nContent-Disposition: form-data; name=\"" + name + "\"\r\n\r\n" + tav::utf8_to_gb(value) +
-                "\r\n";
-    body += kB + "\r\nContent-Disposition: form-data; name=\"mfile\"; filename=\"" + tav::utf8_to_gb(music) +
-            "\"\r\nContent-Type: audio/mpeg\r\n\r\n" + (music.empty() ? "" : content) + "\r\n" + kB + "--\r\n";
-    return site.post_raw("/Sys_Modify.asp", "multipart/form-data; boundary=" + kB.substr(2), body);
+    const std::string b = "---------------------------7d3c55";
+    std::vector<tav::test::FormPart> parts;
+    for (const auto& [name, value] : fields) parts.push_back({name, value});
+    parts.push_back(tav::test::file_part("mfile", music, music.empty() ? "" : content));
+    return site.post_raw("/Sys_Modify.asp", tav::test::multipart_type(b), tav::test::multipart_body(b, parts));
 }
 
 std::string setting(TestSite& site, const std::string& key) {

@@ -4,8 +4,8 @@
 
 #include <string>
 
-#include "frame/encoding.h"
 #include "tests/support/accounts.h"
+#include "tests/support/multipart.h"
 #include "tests/support/test_site.h"
 
 namespace tav::test {
@@ -38,14 +38,8 @@ struct BookSite : TestSite {
     // Posts the form of Book_Write.asp (texts UTF-8, sent as the browser sends them).
     Reply save(const std::string& title, const std::string& reply_id, const std::string& body) {
         const std::string b = "----TavelorBookBoundary";
-        std::string out;
-        for (auto [name, value] : {std::pair<std::string, std::string>{"Reply_id", reply_id},
-                                   {"Book_Title", title}, {"body", body}}) {
-            out += "--" + b + "\r\nContent-Disposition: form-data; name=\"" + name + "\"\r\n\r\n" +
-                   utf8_to_gb(value) + "\r\n";
-        }
-        out += "--" + b + "--\r\n";
-        return post_raw("Book_Save.asp", "multipart/form-data; boundary=" + b, out);
+        return post_raw("Book_Save.asp", multipart_type(b),
+                        multipart_body(b, {{"Reply_id", reply_id}, {"Book_Title", title}, {"body", body}}));
     }
 };
 

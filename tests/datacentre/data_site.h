@@ -3,13 +3,12 @@
 #pragma once
 
 #include <filesystem>
-#include <fstream>
-#include <sstream>
 #include <string>
 #include <utility>
 #include <vector>
 
-#include "frame/encoding.h"
+#include "tests/support/files.h"
+#include "tests/support/multipart.h"
 #include "tests/support/test_site.h"
 
 namespace tav::test {
@@ -24,39 +23,15 @@ inline std::string add_item(TestSite& site, const std::string& sub_menu, const s
     return site.scalar("select max(id) as id from Datas", "id");
 }
 
-inline std::string slurp(const std::string& path) {
-    std::ifstream in(path, std::ios::binary);
-    std::stringstream ss;
-    ss << in.rdbuf();
-    return ss.str();
-}
-
-struct Part {
-    std::string name;
-    std::string value;         // text fields: UTF-8, sent as the page's code page
-    std::string filename = {};  // set for a file part ("" with is_file: an empty file box)
-    bool is_file = false;
-};
-
+using Part = FormPart;
 inline Part file(const std::string& name, const std::string& filename, const std::string& content) {
-    return Part{name, content, filename, true};
+    return file_part(name, filename, content);
 }
 
 // Posts the parts as multipart/form-data.
 inline Reply post_multipart(TestSite& site, const std::string& url, const std::vector<Part>& parts) {
-    const std::string b = "-----------------------------7d2a1f3c";
-    std::string body;
-    for (const Part& p : parts) {
-        body += b + "\r\nContent-Disposition: form-data; name=\"" + p.name + "\"";
-        if (p.is_file) {
-            body += "; filename=\"" + tav::utf8_to_gb(p.filename) + "\"\r\nContent-Type: application/octet-stream\r\n\r\n" +
-                    p.value + "\r\n";
-        } else {
-            body += "\r\n\r\n" + tav::utf8_to_gb(p.value) + "\r\n";
-        }
-    }
-    body += b + "--\r\n";
-    return site.post_raw(url, "multipart/form-data; boundary=" + b.substr(2), body);
+    const std::string b = "---------------------------7d2a1f3c";
+    return site.post_raw(url, multipart_type(b), multipart_body(b, parts));
 }
 
 // The entry form's post: a new item when id is "0".

@@ -22,6 +22,7 @@
 #include "frame/store.h"
 #include "server/backup.h"
 #include "server/instance.h"
+#include "tests/support/files.h"
 #include "tests/support/http_client.h"
 
 using namespace tav;
@@ -29,25 +30,17 @@ namespace fs = std::filesystem;
 
 namespace {
 
-std::string slurp(const fs::path& p) {
-    std::ifstream in(p, std::ios::binary);
-    std::stringstream s;
-    s << in.rdbuf();
-    return s.str();
-}
+using test::free_port;
+using test::slurp;
+using test::spit;
 
-void spit(const fs::path& p, const std::string& bytes) {
-    fs::create_directories(p.parent_path());
-    std::ofstream(p, std::ios::binary) << bytes;
-}
+
 
 // The program's exit status for its arguments, its output in out.
 int run(const std::string& args, std::string* out = nullptr) {
-    std::string file = (fs::temp_directory_path() / ("tavelor_cmd_" + std::to_string(::getpid()))).string();
-    int rc = std::system((std::string(TAVELOR_BINARY) + " " + args + " >" + file + " 2>&1").c_str());
-    if (out) *out = slurp(file);
-    fs::remove(file);
-    return WIFEXITED(rc) ? WEXITSTATUS(rc) : -1;
+    auto r = test::run_command(std::string(TAVELOR_BINARY) + " " + args);
+    if (out) *out = r.out;
+    return r.status;
 }
 
 std::string q(const fs::path& p) { return "'" + p.string() + "'"; }
@@ -80,28 +73,11 @@ Connection open_db(const fs::path& site) {
     return c;
 }
 
-unsigned short free_port() {
-    int fd = ::socket(AF_INET, SOCK_STREAM, 0);
-    sockaddr_in a{};
-    a.sin_family = AF_INET;
-    a.sin_addr.s_addr = htonl(INADDR_LOOPBACK);
-    ::bind(fd, reinterpret_cast<sockaddr*>(&a), sizeof a);
-    socklen_t len = sizeof a;
-    ::getsockname(fd, reinterpret_cast<sockaddr*>(&a), &len);
-    ::close(fd);
-    return ntohs(a.sin_port);
-}
-
 // The status of GET /login.asp from `tavelor serve site`, 0 if it never answered.
 int login_status_served(const fs::path& site, const fs::path& log) {
     unsigned short port = free_port();
-    pid_t pid = ::fork();
-    if (pid == 0) {
-        std::string port_s = std::to_string(port), site_s = site.string(), log_s = log.string();
-        ::execl(TAVELOR_BINARY, TAVELOR_BINARY, "serve", site_s.c_str(), "--port", port_s.c_str(), "--log",
-                log_s.c_str(), static_cast<char*>(nullptr));
-        ::_exit(127);
-    }
+    pid_t pid =
+        test::spawn({TAVELOR_BINARY, "serve", site.string(), "--port", std::to_string(port), "--log", log.string()});
     int status = 0;
     for (int i = 0; i < 100 && status == 0; ++i) {
         try {
@@ -141,7 +117,7 @@ TEST(Backup, WhileClientsWriteHoldsEveryAcknowledgedWriteAndRestoresToAWorkingSi
         {"user/admin/" + std::string(100 - 11 - 4, 'b') + ".txt", "exactly one hundred bytes of name"},
         {"user/admin/empty.txt", ""},
     };
-    for (const auto& [name, bytes] : kept) spit(live / name, bytes);
+    for (const auto& [name, bytes] : kept) put_file(live / name, bytes);
     fs::create_directories(live / "user" / "nobody");
 
     // Clients write as the send page does: the attachment first, then the row.
@@ -155,12 +131,12 @@ TEST(Backup, WhileClientsWriteHoldsEveryAcknowledgedWriteAndRestoresToAWorkingSi
             Connection db = open_db(live);
             for (int i = 0; !stop; ++i) {
                 std::string name = std::to_string(t) + "_" + std::to_string(i) + "附件.txt";
-                spit(live / "Email" / name, "mail " + name);
+                put_file(live / "Email" / name, "mail " + name);
                 db.execute(Sql::trusted("insert into Email(send_user_id,to_user_id,Email_title,Email_doc) values "
                                         "(1,1,'w" + std::to_string(t) + "-" + std::to_string(i) + "','" + name + "')"));
                 if (i % 5 == 0) {
                     std::string afile = std::to_string(i) + "资料.doc";
-                    spit(live / "Datas" / "1101" / afile, "item");
+                    put_file(live / "Datas" / "1101" / afile, "item");
                     db.execute(Sql::trusted("insert into Datas(User_id,d_afile,D_title,Sub_menu,Main_menu) values "
                                             "(1,'" + afile + "','d" + std::to_string(t) + "','1101','menu11')"));
                 }
@@ -267,13 +243,13 @@ TEST(Backup, RestoreRefusesHostileArchivesAndWritesNothingOutside) {
     for (std::size_t i = 0; i < 512; ++i) sum += (i >= 148 && i < 156) ? ' ' : static_cast<unsigned char>(huge[i]);
     std::snprintf(&huge[148], 8, "%06o", sum);
     for (const std::string* damaged : {&flipped, &cut, &huge}) {
-        spit(box.dir / "bad.tar", *damaged);
+        put_file(box.dir / "bad.tar", *damaged);
         EXPECT_THROW(restore_site((box.dir / "bad.tar").string(), (nest / "site").string()), std::runtime_error);
         EXPECT_FALSE(fs::exists(nest / "site"));
     }
 
     // A folder that holds anything is never written into.
-    spit(nest / "site" / "mine.txt", "keep");
+    put_file(nest / "site" / "mine.txt", "keep");
     EXPECT_EQ(run("restore " + q(good) + " " + q(nest / "site")), 1);
     EXPECT_EQ(tree(nest / "site"), std::set<std::string>{"mine.txt"});
     // An empty one is.
@@ -298,7 +274,7 @@ TEST(Backup, CheckFindsMissingAttachmentsAndStrayFiles) {
     }
     for (const char* f : {"Email/5_a.txt", "Email/5_b.txt", "Datas/1101/9报告.doc", "Datas/email/pic.jpg",
                           "Medium/song.mp3", "Medium/login.wav", "Medium/temp/Audio11.m3u"})
-        spit(site / f, "x");
+        put_file(site / f, "x");
     std::string out;
     ASSERT_EQ(run("check " + q(site), &out), 0) << out;
 
@@ -309,7 +285,7 @@ TEST(Backup, CheckFindsMissingAttachmentsAndStrayFiles) {
         const char* stray;
     } faults[] = {
         {"deleted attachment", [](const fs::path& s) { fs::remove(s / "Email" / "5_b.txt"); }, "Email/5_b.txt", nullptr},
-        {"stray file", [](const fs::path& s) { spit(s / "Datas" / "1101" / "left.doc", "x"); }, nullptr, "Datas/1101/left.doc"},
+        {"stray file", [](const fs::path& s) { put_file(s / "Datas" / "1101" / "left.doc", "x"); }, nullptr, "Datas/1101/left.doc"},
         {"media file gone", [](const fs::path& s) { fs::remove(s / "Medium" / "song.mp3"); }, "Medium 1", nullptr},
         {"row naming a path out of the site",
          [](const fs::path& s) {
@@ -342,7 +318,7 @@ TEST(Backup, CheckFindsMissingAttachmentsAndStrayFiles) {
     fs::path db = site / "datebase" / "office.mdb";
     std::string bytes = slurp(db);
     for (std::size_t i = 4096 * 2; i < bytes.size() && i < 4096 * 6; i += 7) bytes[i] = '\x5a';
-    spit(db, bytes);
+    put_file(db, bytes);
     EXPECT_EQ(run("check " + q(site), &out), 1);
     EXPECT_EQ(out.find("database ok"), std::string::npos) << out;
 }

@@ -11,38 +11,25 @@
 #include <regex>
 #include <sstream>
 
+#include "tests/support/files.h"
+
 namespace fs = std::filesystem;
 
 namespace {
 
 const fs::path kSource = fs::path(TAVELOR_TEMPLATE_DIR).parent_path();
 
-struct Outcome {
-    int status;
-    std::string out;
-};
-
-Outcome run(const std::string& cmd) {
-    Outcome r{-1, ""};
-    FILE* p = ::popen((cmd + " 2>&1").c_str(), "r");
-    if (!p) return r;
-    std::array<char, 4096> buf;
-    while (std::size_t n = std::fread(buf.data(), 1, buf.size(), p)) r.out.append(buf.data(), n);
-    r.status = ::pclose(p);
-    return r;
-}
+using tav::test::Outcome;
+Outcome run(const std::string& cmd) { return tav::test::run_command(cmd); }
 
 // The units name the installed program; verify checks that it exists, so a
 // copy names the one just built.
 fs::path units_with_built_binary() {
     fs::path dir = fs::temp_directory_path() / ("tavelor_units_" + std::to_string(::getpid()));
     fs::create_directories(dir);
-    for (const char* name : {"tavelor.service", "tavelor-backup.service", "tavelor-backup.timer"}) {
-        std::ifstream in(kSource / "deploy" / name);
-        std::stringstream s;
-        s << in.rdbuf();
-        std::ofstream(dir / name) << std::regex_replace(s.str(), std::regex("/usr/local/bin/tavelor"), TAVELOR_BINARY);
-    }
+    for (const char* name : {"tavelor.service", "tavelor-backup.service", "tavelor-backup.timer"})
+        std::ofstream(dir / name) << std::regex_replace(tav::test::slurp(kSource / "deploy" / name),
+                                                        std::regex("/usr/local/bin/tavelor"), TAVELOR_BINARY);
     return dir;
 }
 

@@ -14,23 +14,17 @@
 #include "frame/encoding.h"
 #include "frame/password.h"
 #include "server/import.h"
+#include "tests/support/files.h"
 
 namespace fs = std::filesystem;
 using tav::utf8_to_gb;
 
 namespace {
 
-std::string slurp(const fs::path& p) {
-    std::ifstream in(p, std::ios::binary);
-    std::stringstream s;
-    s << in.rdbuf();
-    return s.str();
-}
+using tav::test::slurp;
+using tav::test::spit;
 
-void spit(const fs::path& p, const std::string& text) {
-    fs::create_directories(p.parent_path());
-    std::ofstream(p, std::ios::binary) << text;
-}
+
 
 // A text value as mdb-export prints it: in GBK, quoted, quotes doubled.
 std::string q(const std::string& utf8) {
@@ -45,10 +39,10 @@ public:
     OldSite() {
         std::string tmpl = (fs::temp_directory_path() / "tav-import-XXXXXX").string();
         base_ = mkdtemp(tmpl.data());
-        spit(old() / "datebase" / "office.mdb", "not read by the stand-in tools");
-        spit(bin() / "mdb-tables", "#!/bin/sh\n/bin/cat '" + (base_ / "tables").string() + "'\n");
+        put_file(old() / "datebase" / "office.mdb", "not read by the stand-in tools");
+        put_file(bin() / "mdb-tables", "#!/bin/sh\n/bin/cat '" + (base_ / "tables").string() + "'\n");
         // Records its arguments and environment, prints the table's fixture.
-        spit(bin() / "mdb-export", "#!/bin/sh\nprintf '%s\\n' \"$@\" > '" + (base_ / "args").string() +
+        put_file(bin() / "mdb-export", "#!/bin/sh\nprintf '%s\\n' \"$@\" > '" + (base_ / "args").string() +
                                        "'\necho \"$MDBICONV\" >> '" + (base_ / "args").string() +
                                        "'\nfor a; do t=$a; done\nexec /bin/cat '" + (base_ / "export").string() +
                                        "'/\"$t\".csv\n");
@@ -67,11 +61,11 @@ public:
     void tables(const std::vector<std::string>& names) {
         std::string list;
         for (const auto& n : names) list += n + "\n";
-        spit(base_ / "tables", list);
+        put_file(base_ / "tables", list);
     }
-    void table(const std::string& name, const std::string& csv) { spit(base_ / "export" / (name + ".csv"), csv); }
+    void table(const std::string& name, const std::string& csv) { put_file(base_ / "export" / (name + ".csv"), csv); }
     // A file of the old site whose name is given in UTF-8 and stored in GBK.
-    void file(const std::string& rel_utf8, const std::string& content) { spit(old() / utf8_to_gb(rel_utf8), content); }
+    void file(const std::string& rel_utf8, const std::string& content) { put_file(old() / utf8_to_gb(rel_utf8), content); }
 
     // Runs the program; its exit status, stdout in out, stderr in err.
     int import(std::string& out, std::string& err, const std::string& extra = "", fs::path target = {}) {
@@ -161,7 +155,7 @@ void fill(OldSite& site) {
     site.file("Medium/歌曲.mp3", "mp3");
     site.file("Datas/11/a\\b.txt", "backslash");
     site.file("Datas/11/..\\..\\evil.txt", "evil");
-    spit(site.old() / "Datas" / "11" / "\xff\xfe.txt", "unreadable");
+    put_file(site.old() / "Datas" / "11" / "\xff\xfe.txt", "unreadable");
     fs::create_symlink("/etc/passwd", site.old() / "Email" / "link");
 }
 
@@ -277,7 +271,7 @@ TEST(Import, FailsWithoutLeavingAnything) {
         {"output cut inside a value", [](OldSite& s) { s.table("Medium", "id,Title\n1,\"cut"); }, "ends inside a quoted"},
         {"no tools on PATH", [](OldSite& s) { fs::remove(s.bin() / "mdb-tables"); }, "could not be run"},
         {"unknown code page", [](OldSite&) {}, "unknown code page"},
-        {"target not empty", [](OldSite& s) { spit(s.fresh() / "keep.txt", "mine"); }, "exists and is not an empty"},
+        {"target not empty", [](OldSite& s) { put_file(s.fresh() / "keep.txt", "mine"); }, "exists and is not an empty"},
     };
     for (const auto& c : cases) {
         OldSite site;

@@ -15,6 +15,7 @@
 #include <thread>
 
 #include "frame/encoding.h"
+#include "tests/support/files.h"
 #include "tests/support/http_client.h"
 
 using namespace tav;
@@ -23,39 +24,15 @@ namespace fs = std::filesystem;
 
 namespace {
 
+using test::free_port;
+using test::slurp;
+using test::spawn;
+
 const char* kNginx = "/usr/sbin/nginx";
 const std::uint64_t kBodyLimit = 300000;  // the program's; nginx gets 400k
 
-std::string slurp(const fs::path& p) {
-    std::ifstream in(p, std::ios::binary);
-    std::stringstream s;
-    s << in.rdbuf();
-    return s.str();
-}
 
-unsigned short free_port() {
-    int fd = ::socket(AF_INET, SOCK_STREAM, 0);
-    sockaddr_in a{};
-    a.sin_family = AF_INET;
-    a.sin_addr.s_addr = htonl(INADDR_LOOPBACK);
-    ::bind(fd, reinterpret_cast<sockaddr*>(&a), sizeof a);
-    socklen_t len = sizeof a;
-    ::getsockname(fd, reinterpret_cast<sockaddr*>(&a), &len);
-    ::close(fd);
-    return ntohs(a.sin_port);
-}
 
-pid_t spawn(std::vector<std::string> args) {
-    pid_t pid = ::fork();
-    if (pid == 0) {
-        std::vector<char*> argv;
-        for (auto& a : args) argv.push_back(a.data());
-        argv.push_back(nullptr);
-        ::execv(argv[0], argv.data());
-        ::_exit(127);
-    }
-    return pid;
-}
 
 bool listening(unsigned short port) {
     for (int i = 0; i < 100; ++i) {

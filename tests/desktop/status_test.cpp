@@ -18,51 +18,48 @@ namespace {
 class statusgate : public tav::Page {
 public:
     statusgate() : Page("statusgate") {}
-    void I_init() override {
-        tav::Session.set(tav::Request.querystring("k").str(), tav::Request.querystring("v"));
-        tav::Response.write("");
-    }
+    void I_init() override { tav::Session.set(tav::Request.querystring("k").str(), tav::Request.querystring("v")); }
 };
 TAVELOR_PAGE(statusgate, "", access::open())
 
 // The cell script line of sysmonitor for a cell id.
 std::string cell_line(const std::string& body, const std::string& id) {
-    std::string key = "parent.bottom." + id + ".innerHTML=\"";
-    auto at = body.find(key);
-    if (at == std::string::npos) return {};
-    return body.substr(at, body.find("\r\n", at) - at);
+    auto at = body.find("parent.bottom." + id + ".innerHTML=\"");
+    return at == std::string::npos ? "" : body.substr(at, body.find("\r\n", at) - at);
 }
 
 // The alt text of the image in a cell of sysmonitor.
 std::string alt_of(const std::string& body, const std::string& id) {
     std::string line = cell_line(body, id);
     auto at = line.find("alt='");
-    if (at == std::string::npos) return "<none>";
-    at += 5;
-    return line.substr(at, line.find('\'', at) - at);
+    return at == std::string::npos ? "<none>" : line.substr(at + 5, line.find('\'', at + 5) - at - 5);
 }
 
 struct Desk {
     TestSite site;
-
-    // An account with the rights string given; returns its id.
-    std::string add_user(const std::string& name, const std::string& rights, const std::string& id = "") {
-        std::string cols = id.empty() ? "" : "id,";
-        std::string vals = id.empty() ? "" : id + ",";
-        site.exec("insert into user(" + cols + "username,password,TrueName,DepartMentID,menu_idstr,record) values (" +
-                  vals + "'" + name + "','pw','" + name + "',1,'" + rights + "',30)");
+    std::string add_user(const std::string& name, const std::string& rights = "", const std::string& id = "") {
+        site.exec("insert into user(" + std::string(id.empty() ? "" : "id,") +
+                  "username,password,TrueName,DepartMentID,menu_idstr,record) values (" + (id.empty() ? "" : id + ",") +
+                  "'" + name + "','pw','" + name + "',1,'" + rights + "',30)");
         return site.scalar("select id from user where username='" + name + "'", "id");
     }
     void as(const std::string& name) {
         site.forget_session();
         ASSERT_TRUE(site.login(name, "pw"));
+        arm();
     }
-    void arm() { site.run("statusgate", "/gate.asp?k=Message_POP&v=YES"); }
-    std::string kind(const std::string& name) {
-        return site.scalar("select id from word_type where name='" + name + "'", "id");
-    }
+    void arm(const char* v = "YES") { site.run("statusgate", std::string("/gate.asp?k=Message_POP&v=") + v); }
+    std::string kind(const std::string& name) { return site.scalar("select id from word_type where name='" + name + "'", "id"); }
     void word(const std::string& kind, const std::string& signed_, const std::string& col, const std::string& uid) {
         site.exec("insert into Word(word_type,signed," + col + ") values (" + kind + "," + signed_ + ",'" + uid + "')");
+    }
+    void mail(const std::string& to, const std::string& from = "1", const std::string& read = "0",
+              const std::string& del = "0") {
+        site.exec("insert into Email(send_user_id,to_user_id,Email_title,Email_text,Email_id,read,To_del) values (" +
+                  from + "," + to + ",'t','x',0," + read + "," + del + ")");
+    }
+    void set(const std::string& name, const std::string& v) {
+        site.exec("update software set Hardserial='" + v + "' where softname='" + name + "'");
     }
     std::string monitor() { return site.get("/sysmonitor.asp").body; }
     std::string message() { return site.get("/message.asp").body; }
@@ -71,8 +68,6 @@ struct Desk {
 const char kNoRights[] = "您没有权限处理任何公文！";
 
 }  // namespace
-
-// ---- The count of documents
 
 TEST(StatusWordStr, CountsOpenDocumentsOfTheHeldStagesAndKinds) {
     struct Doc {
@@ -113,10 +108,8 @@ TEST(StatusWordStr, CountsOpenDocumentsOfTheHeldStagesAndKinds) {
         Desk d;
         std::string k[3] = {d.kind("通知"), d.kind("请示"), d.kind("报告")};
         std::string rights = c.rights;
-        for (int i = 0; i < 2; ++i) {
-            const char key[] = {'{', static_cast<char>('0' + i), '}', '\0'};
-            for (auto at = rights.find(key); at != std::string::npos; at = rights.find(key)) rights.replace(at, 3, k[i]);
-        }
+        for (auto at = rights.find('{'); at != std::string::npos; at = rights.find('{'))
+            rights.replace(at, 3, k[rights[at + 1] - '0']);
         std::string name = "rev" + std::to_string(++n);
         std::string u = d.add_user(name, rights);
         for (const Doc& doc : c.docs) d.word(k[doc.kind], doc.signed_, doc.stage, doc.own ? u : u + "9");
@@ -137,52 +130,32 @@ TEST(StatusWordStr, CountsOpenDocumentsOfTheHeldStagesAndKinds) {
     }
 }
 
-// ---- message
-
-TEST(StatusMessage, RefreshFromTheSettingsAndNoCache) {
+TEST(StatusMessage, PopupOnlyWhenSomethingWaitsArmedAndSwitchedOnWithRefreshFromTheSettings) {
     Desk d;
-    d.site.exec("update software set Hardserial='75' where softname='work_time'");
-    d.site.exec("update software set Hardserial='15' where softname='stat_time'");
-    d.add_user("m0", "");
-    d.as("m0");
-    std::string m = d.message(), s = d.monitor();
-    EXPECT_TRUE(has(m, "<meta http-equiv=\"REFRESH\" content=\"75\">\r\n"));
-    EXPECT_TRUE(has(s, "<meta http-equiv=\"REFRESH\" content=\"15\">\r\n"));
-    EXPECT_TRUE(has(m, "<meta http-equiv=\"pragma\" content=\"no-cache\">"));
-    EXPECT_TRUE(has(s, "<meta http-equiv=\"expires\" content=\""));
-}
-
-TEST(StatusMessage, PopupOnlyWhenSomethingWaitsArmedAndSwitchedOn) {
-    Desk d;
-    std::string u = d.add_user("m1", "");
+    d.set("work_time", "75");
+    d.set("stat_time", "15");
+    std::string u = d.add_user("m1");
     d.as("m1");
-    d.arm();
+    EXPECT_TRUE(has(d.message(), "<meta http-equiv=\"REFRESH\" content=\"75\">\r\n"));
+    EXPECT_TRUE(has(d.monitor(), "<meta http-equiv=\"REFRESH\" content=\"15\">\r\n"));
     EXPECT_FALSE(has(d.message(), "showModalDialog"));  // nothing waits
-
-    d.site.exec("insert into Email(send_user_id,to_user_id,Email_title,Email_text,Email_id) values (1," + u +
-                ",'t','x',0)");
-    d.site.run("statusgate", "/gate.asp?k=Message_POP&v=");
-    std::string body = d.message();
-    EXPECT_FALSE(has(body, "showModalDialog"));  // not armed
-    EXPECT_FALSE(has(body, " Error "));
-
+    d.mail(u);
+    d.arm("");
+    EXPECT_FALSE(has(d.message(), "showModalDialog"));  // not armed
     d.arm();
-    body = d.message();
+    std::string body = d.message();
     EXPECT_EQ(body.rfind("<script src=\"tavdialog.js\"></script>", 0), 0u);
-    EXPECT_TRUE(has(body,
-                    "window.onload = function () {\r\n"
-                    "  showModalDialog(\"message_pop.asp?mstr=<center>欢迎您使用本系统！</center><hr>"
-                    "有 1 封新邮件正等待您阅读！<br>\", \"\", \"dialogWidth:25em;dialogHeight:11em; status:0\");\r\n"));
-
+    EXPECT_TRUE(has(body, "showModalDialog(\"message_pop.asp?mstr=<center>欢迎您使用本系统！</center><hr>"
+                          "有 1 封新邮件正等待您阅读！<br>\", \"\", \"dialogWidth:25em;dialogHeight:11em; status:0\");"));
     // work_pop "0": the page still runs its counts, and never pops up.
-    d.site.exec("update software set Hardserial='0' where softname='work_pop'");
+    d.set("work_pop", "0");
     body = d.message();
     EXPECT_FALSE(has(body, "showModalDialog"));
     EXPECT_FALSE(has(body, " Error "));
     EXPECT_TRUE(has(body, "</html>"));
 }
 
-TEST(StatusMessage, FilesAndDocumentsJoinTheReminder) {
+TEST(StatusMessage, FilesDocumentsAndLostPasswordsJoinTheReminder) {
     for (bool rights : {false, true}) {
         Desk d;
         std::string k1 = d.kind("函");
@@ -192,78 +165,64 @@ TEST(StatusMessage, FilesAndDocumentsJoinTheReminder) {
         else
             d.site.exec("insert into Files(py) values ('|" + u + "|')");
         d.as("m3");
-        d.arm();
         // Without document rights the files count brings the no-rights sentence.
         EXPECT_TRUE(has(d.message(), rights ? "<hr>有 1 个公文正等待[或将要]您审核或签发！<br>\""
                                             : "<hr>有 1 个文书等待您签阅！<br>" + std::string(kNoRights) + "<br>\""));
     }
-}
-
-TEST(StatusMessage, LostPasswordsOnlyForTheAdministratorRight) {
     Desk d;
-    std::string u = d.add_user("m5", "");
+    std::string u = d.add_user("m5");
     d.add_user("admin5", "i1905");  // the right matches inside a longer code
     d.site.exec("update user set password_lose=1 where username='m5'");
-    d.site.exec("insert into Email(send_user_id,to_user_id,Email_title,Email_text,Email_id) values (1," + u +
-                ",'t','x',0)");
+    d.mail(u);
     d.as("m5");
-    d.arm();
     std::string body = d.message();
     EXPECT_TRUE(has(body, "showModalDialog"));
     EXPECT_FALSE(has(body, "密码忘记了"));
-
     d.as("admin5");
-    d.arm();
-    body = d.message();
-    EXPECT_TRUE(has(body, "<hr>有 1 个员工的密码忘记了，请处理！<br>\""));
+    EXPECT_TRUE(has(d.message(), "<hr>有 1 个员工的密码忘记了，请处理！<br>\""));
 }
-
-// ---- sysmonitor
 
 TEST(StatusMonitor, EveryCellInOrderWithItsLinkImageAndTipAndTheAlternatingCaption) {
     Desk d;
-    d.add_user("s1", "");
+    d.add_user("s1");
     d.as("s1");
     std::string body = d.monitor();
     const char* cells[][4] = {
         {"infiles", "File_list.asp?howdo=gsqm", "boxin.gif", "没有新的文书等待您签阅！"},
-        {"meeting", "word_list_sh.asp?sh=", "boxout.gif", "您没有权限处理任何公文！"},
+        {"meeting", "word_list_sh.asp?sh=", "boxout.gif", kNoRights},
         {"onlines", "Online_user.asp", "onlinenone.gif", "当前在线人数：0 人"},
         {"board", "book_list1.asp", "boardnone.gif", "留言板没有新的回复信息！"},
         {"email", "Email_list.asp?type=0", "mail_0.gif", "没有新邮件！"},
         {"password", "sys_losepassword.asp", "key.gif", "没有密码提醒信息。"},
+        {"system", "", "", ""},
     };
     std::size_t last = 0;
     for (const auto& c : cells) {
-        EXPECT_EQ(cell_line(body, c[0]), std::string("parent.bottom.") + c[0] + ".innerHTML=\"<a href='" + c[1] +
-                                             "' target='detail'><img src='images/" + c[2] + "' alt='" + c[3] +
-                                             "' border='0'></a>\";");
+        if (*c[1]) {
+            EXPECT_EQ(cell_line(body, c[0]), std::string("parent.bottom.") + c[0] + ".innerHTML=\"<a href='" + c[1] +
+                                                 "' target='detail'><img src='images/" + c[2] + "' alt='" + c[3] +
+                                                 "' border='0'></a>\";");
+        }
         EXPECT_LT(last, body.find(std::string("bottom.") + c[0]));
         last = body.find(std::string("bottom.") + c[0]);
     }
-    EXPECT_LT(last, body.find("bottom.system"));
     EXPECT_FALSE(has(body, " Error "));
-    const std::string audit = "parent.bottom.system.innerHTML=\"Tavelor for Audit&nbsp;\";";
-    EXPECT_EQ(cell_line(body, "system"), audit);
-    EXPECT_EQ(cell_line(d.monitor(), "system"),
-              "parent.bottom.system.innerHTML=\"示范单位自动化网络办公系统 &nbsp;\";");
-    EXPECT_EQ(cell_line(d.monitor(), "system"), audit);
+    for (const char* caption : {"Tavelor for Audit&nbsp;", "示范单位自动化网络办公系统 &nbsp;", "Tavelor for Audit&nbsp;"}) {
+        EXPECT_EQ(cell_line(body, "system"), std::string("parent.bottom.system.innerHTML=\"") + caption + "\";");
+        body = d.monitor();
+    }
 }
 
-TEST(StatusMonitor, CountsMailRepliesOnlineAndLostPasswords) {
+TEST(StatusMonitor, CountsMailRepliesOnlineFilesAndLostPasswords) {
     Desk d;
-    std::string u = d.add_user("s3", "");
-    std::string other = d.add_user("s3b", "");
-    auto mail = [&](const std::string& to, const std::string& read, const std::string& del) {
-        d.site.exec("insert into Email(send_user_id,to_user_id,Email_title,Email_text,Email_id,read,To_del) values (" +
-                    other + "," + to + ",'t','x',0," + read + "," + del + ")");
-    };
-    mail(u, "0", "0");
-    mail(u, "0", "1");  // in the waste box, still unread
-    mail(u, "1", "0");
-    mail(u, "0", "2");
-    mail(other, "0", "0");
-
+    std::string u = d.add_user("s3", "", "12");
+    std::string other = d.add_user("s3b", "", "121");
+    d.add_user("s30", "", "30");
+    d.mail(u, other);
+    d.mail(u, other, "0", "1");  // in the waste box, still unread
+    d.mail(u, other, "1");
+    d.mail(u, other, "0", "2");
+    d.mail(other, other);
     // Two own threads and one of someone else.
     auto post = [&](const std::string& who, const std::string& reply_id, const std::string& seen) {
         d.site.exec("insert into Book(user_id,Book_title,Book_text,Reply_id,User_IP,reply_read) values (" + who +
@@ -271,49 +230,35 @@ TEST(StatusMonitor, CountsMailRepliesOnlineAndLostPasswords) {
         return d.site.scalar("select top 1 id from Book order by id DESC", "id");
     };
     std::string a = post(u, "0", "0"), b = post(u, "0", "0"), c = post(other, "0", "0");
-    post(other, a, "0");
-    post(other, a, "0");
-    post(other, a, "1");
+    for (const char* seen : {"0", "0", "1"}) post(other, a, seen);
     post(other, b, "0");
     post(u, c, "0");
-
     d.site.exec("update user set online=1 where username in ('s3','s3b')");
     d.site.exec("update user set password_lose=1 where username='s3b'");
+    // Files count when the account is first in the chain.
+    for (const char* py : {"|12|", "|12|30|", "|121|", "|30|12|", "|121|12|"})
+        d.site.exec(std::string("insert into Files(py) values ('") + py + "')");
 
     d.as("s3");
     std::string body = d.monitor();
     EXPECT_EQ(alt_of(body, "email"), "邮箱中有 2 封新邮件！");
     EXPECT_EQ(alt_of(body, "board"), "留言板有 3 条新的回复信息！");
     EXPECT_EQ(alt_of(body, "onlines"), "当前在线人数：2 人");
-    // No right asked for here: every account sees it.
-    EXPECT_EQ(alt_of(body, "password"), "有 1 个员工的密码忘记了，请处理！");
-
-    d.arm();
-    std::string m = d.message();
-    EXPECT_TRUE(has(m, "<hr>有 2 封新邮件正等待您阅读！<br>留言板有 3 条新的回复信息！<br>\""));
-}
-
-TEST(StatusMonitor, FilesCountWhenTheAccountIsFirstInTheChain) {
-    Desk d;
-    d.add_user("f12", "", "12");
-    d.add_user("f121", "", "121");
-    d.add_user("f30", "", "30");
-    for (const char* py : {"|12|", "|12|30|", "|121|", "|30|12|", "|121|12|"})
-        d.site.exec(std::string("insert into Files(py) values ('") + py + "')");
-    d.as("f12");
+    EXPECT_EQ(alt_of(body, "password"), "有 1 个员工的密码忘记了，请处理！");  // no right asked for here
+    EXPECT_EQ(alt_of(body, "infiles"), "有 2 个文书等待您签阅！");
+    EXPECT_TRUE(has(d.message(), "<hr>有 2 封新邮件正等待您阅读！<br>留言板有 3 条新的回复信息！<br>有 2 个文书等待您签阅！<br>" +
+                                     std::string(kNoRights) + "<br>\""));
+    d.as("s3b");
     EXPECT_EQ(alt_of(d.monitor(), "infiles"), "有 2 个文书等待您签阅！");
-    d.as("f121");
-    EXPECT_EQ(alt_of(d.monitor(), "infiles"), "有 2 个文书等待您签阅！");
-    d.as("f30");
+    d.as("s30");
     EXPECT_EQ(alt_of(d.monitor(), "infiles"), "有 1 个文书等待您签阅！");
 }
 
 TEST(StatusMonitor, MissingSettingStopsThePollInItsRefreshMeta) {
     Desk d;
-    d.add_user("s4", "");
+    d.add_user("s4");
     d.as("s4");
-    d.site.exec("delete from software where softname='stat_time'");
-    d.site.exec("delete from software where softname='work_time'");
+    d.site.exec("delete from software where softname in ('stat_time','work_time')");
     std::string s = d.monitor();
     auto at = s.find("<meta http-equiv=\"REFRESH\" content=\" Error ");
     ASSERT_NE(at, std::string::npos) << s;
@@ -325,35 +270,20 @@ TEST(StatusMonitor, MissingSettingStopsThePollInItsRefreshMeta) {
     EXPECT_FALSE(has(m, "</html>"));
 }
 
-TEST(StatusMonitor, WithoutSessionBothPollsSendToTheLogin) {
-    Desk d;
-    EXPECT_EQ(d.site.get("/sysmonitor.asp").location(), "login.asp");
-    EXPECT_EQ(d.site.get("/message.asp").location(), "login.asp");
-}
-
-// ---- The popups
-
 TEST(StatusPopup, MusicAndTheGateClosedWhileOpen) {
     Desk d;
-    std::string u = d.add_user("p1", "");
-    d.site.exec("update software set Hardserial='1' where softname='pop_music'");
-    d.site.exec("update software set Hardserial='ring.mid' where softname='music'");
-    d.site.exec("insert into Email(send_user_id,to_user_id,Email_title,Email_text,Email_id) values (1," + u +
-                ",'t','x',0)");
+    std::string u = d.add_user("p1");
+    d.set("pop_music", "1");
+    d.set("music", "ring.mid");
+    d.mail(u);
     d.as("p1");
-    d.arm();
     ASSERT_TRUE(has(d.message(), "showModalDialog"));
-
     std::string pop = d.site.get("/message_pop.asp?mstr=" + tav::test::form_encode("<b>有 1 封</b>")).body;
-    EXPECT_TRUE(has(pop, "<title>示范单位</title>"));
     EXPECT_TRUE(has(pop, "<bgsound src=\"./medium/ring.mid\" loop=\"infinite\">"));
     EXPECT_TRUE(has(pop, "window.open(\"closepop.asp\",\"sound\");"));
-    EXPECT_TRUE(has(pop, "<body bgcolor=\"#FFD0FF\">\r\n<b>有 1 封</b><center>"));
-    EXPECT_TRUE(has(pop, "value=\"确定\" onclick=\"window.close_my()\""));
-    // While the popup is up the polls raise no other.
-    EXPECT_FALSE(has(d.message(), "showModalDialog"));
-
-    d.site.exec("update software set Hardserial='0' where softname='pop_music'");
+    EXPECT_TRUE(has(pop, "<b>有 1 封</b><center>"));
+    EXPECT_FALSE(has(d.message(), "showModalDialog"));  // while the popup is up the polls raise no other
+    d.set("pop_music", "0");
     EXPECT_FALSE(has(d.site.get("/message_pop.asp").body, "bgsound"));
 }
 
@@ -369,18 +299,13 @@ TEST(StatusPopup, NoticeShowsTheNewestWithItsAttachments) {
     item("新通知", "4102", "a.doc*附件b.txt");
     item("别的类别", "4103", "0");
     std::string body = d.site.get("/pop_note.asp").body;
-    EXPECT_TRUE(has(body, "<title>最近通知</title>"));
     EXPECT_TRUE(has(body, "&nbsp;主题：新通知"));
     EXPECT_TRUE(has(body, "<p>正文新通知</p>"));
-    EXPECT_TRUE(has(body, "　<a href=\"./Datas/4102/a.doc\" target=\"_blank\">查看附件：a.doc</a>　"));
-    EXPECT_TRUE(has(body, "　<a href=\"./Datas/4102/附件b.txt\" target=\"_blank\">查看附件：附件b.txt</a>　"));
+    for (const char* f : {"a.doc", "附件b.txt"})
+        EXPECT_TRUE(has(body, std::string("<a href=\"./Datas/4102/") + f + "\" target=\"_blank\">查看附件：" + f + "</a>"));
     EXPECT_FALSE(has(body, "old.doc"));
-    EXPECT_TRUE(has(body, "发布时间："));
-    EXPECT_TRUE(has(body, "value=\"关闭\""));
-
     item("无附件", "4102", "0");
     body = d.site.get("/pop_note.asp").body;
     EXPECT_TRUE(has(body, "&nbsp;主题：无附件"));
     EXPECT_FALSE(has(body, "查看附件"));
-    EXPECT_FALSE(has(body, " Error "));
 }

@@ -4,39 +4,26 @@
 'use strict';
 const test = require('node:test');
 const assert = require('node:assert/strict');
-const { startServer } = require('./tavelor');
-const { flow, closeBrowsers, expectNoErrors } = require('./driver');
+const { flow, closeBrowsers, expectNoErrors, session } = require('./driver');
 
 test.after(closeBrowsers);
-
-async function login(page, base, user = 'admin', password = 'admin') {
-  await page.goto(base + '/login.asp');
-  await page.fill('', '#username', user);
-  await page.fill('', '#password', password);
-  await page.clickAndWait('', 'input[name=btnlogin]');
-  assert.equal(page.url(), base + '/');
-}
 
 // Sets a field of the top window's form directly (Chinese text is not typed key by key).
 async function setValue(page, selector, value) {
   await page.in('', (w, [sel, v]) => { w.document.querySelector(sel).value = v; }, [selector, value]);
 }
 
-const bodyText = (page) => page.in('', (w) => w.document.body.innerText);
-
 // The result box: its message, then on through its button.
 async function confirmResult(page, message, next) {
   assert.match(page.url(), /Pop_OK\.asp/);
-  assert.match(await bodyText(page), new RegExp(message));
+  assert.match(await page.text(), new RegExp(message));
   await page.clickAndWait('', 'input[value="\u786e\u5b9a"]');
   assert.match(page.url(), next);
 }
 
 flow(test, 'an address card is added, edited and deleted', async (browser, t) => {
-  const server = await startServer();
-  const page = await browser.newPage();
-  t.after(async () => { await page.close(); await server.stop(); });
-  await login(page, server.base);
+  const { server, page } = await session(browser, t);
+  await page.login(server.base);
   await page.goto(server.base + '/Address_list.asp');
   await page.clickAndWait('', 'input[value="\u65b0\u589e\u540d\u7247"]');
   assert.match(page.url(), /Address_Edit\.asp$/);
@@ -54,7 +41,7 @@ flow(test, 'an address card is added, edited and deleted', async (browser, t) =>
   await page.clickAndWait('', 'input[type=submit]');
   await confirmResult(page, '\u65b0\u540d\u7247\u6dfb\u52a0\u6210\u529f!', /Address_list\.asp$/);
 
-  let text = await bodyText(page);
+  let text = await page.text();
   assert.match(text, /\u5f20\u4e09\s+\u5973\s+\u5f85\u4e1a\s+\d{4}\*\s+13900000000\s+zhang@audit\.cn/);
   await page.screenshot('address-list');
 
@@ -66,25 +53,23 @@ flow(test, 'an address card is added, edited and deleted', async (browser, t) =>
   await page.click('', 'input[name=sex][value="\u7537"]');
   await page.clickAndWait('', 'input[type=submit]');
   await confirmResult(page, '\u540d\u7247\u4fee\u6539\u6210\u529f\uff01', /Address_list\.asp$/);
-  text = await bodyText(page);
+  text = await page.text();
   assert.match(text, /\u5f20\u4e09\s+\u7537\s+\u5ba1\u8ba1\u5c40/);
 
   // Delete: the box asks by name first.
   await page.clickAndWait('', 'img[alt="\u5220\u9664"]');
-  assert.match(await bodyText(page), /\u60a8\u786e\u4fe1\u8981\u5220\u9664\u8054\u7cfb\u4eba\uff1a\u5f20\u4e09 \u5417\uff1f/);
+  assert.match(await page.text(), /\u60a8\u786e\u4fe1\u8981\u5220\u9664\u8054\u7cfb\u4eba\uff1a\u5f20\u4e09 \u5417\uff1f/);
   await page.screenshot('address-delete');
   await page.clickAndWait('', 'input[value="\u5220\u9664"]');
   await confirmResult(page, '\u5220\u9664\u6210\u529f\uff01', /Address_List\.asp$/);
-  assert.doesNotMatch(await bodyText(page), /\u5f20\u4e09/);
+  assert.doesNotMatch(await page.text(), /\u5f20\u4e09/);
   assert.equal(server.sql('select count(*) from Address').trim(), '0');
   expectNoErrors(page);
 });
 
 flow(test, 'a ledger row is added, changed and deleted with the subject "del"', async (browser, t) => {
-  const server = await startServer();
-  const page = await browser.newPage();
-  t.after(async () => { await page.close(); await server.stop(); });
-  await login(page, server.base);
+  const { server, page } = await session(browser, t);
+  await page.login(server.base);
   await page.goto(server.base + '/Record_List.asp');
   await page.clickAndWait('', 'input[value="\u65b0\u589e\u8bb0\u8f7d"]');
 
@@ -103,7 +88,7 @@ flow(test, 'a ledger row is added, changed and deleted with the subject "del"', 
   await page.screenshot('record-new');
   await page.clickAndWait('', 'input[type=submit]');
   await confirmResult(page, '\u589e\u52a0\u65b0\u8bb0\u5f55\u6210\u529f\uff01', /Record_list\.asp$/);
-  assert.match(await bodyText(page), /1\s+taxi\s+35\.5\s+\u53bb\u673a\u573a\s+\d{4}-\d\d-\d\d/);
+  assert.match(await page.text(), /1\s+taxi\s+35\.5\s+\u53bb\u673a\u573a\s+\d{4}-\d\d-\d\d/);
   await page.screenshot('record-list');
 
   // Changed through the subject's link: the form comes filled.
@@ -113,7 +98,7 @@ flow(test, 'a ledger row is added, changed and deleted with the subject "del"', 
   await page.fill('', 'input[name=Rec_Money]', '40');
   await page.clickAndWait('', 'input[type=submit]');
   await confirmResult(page, '\u6b64\u8bb0\u5f55\u5df2\u7ecf\u88ab\u4f60\u4fee\u6539\uff01', /Record_list\.asp$/);
-  assert.match(await bodyText(page), /taxi\s+40\s/);
+  assert.match(await page.text(), /taxi\s+40\s/);
 
   // "DEL" only renames; "del" deletes.
   for (const [word, message, left] of [['DEL', '\u6b64\u8bb0\u5f55\u5df2\u7ecf\u88ab\u4f60\u4fee\u6539\uff01', '1'],
@@ -129,15 +114,12 @@ flow(test, 'a ledger row is added, changed and deleted with the subject "del"', 
 });
 
 flow(test, 'the online list shows the logged-in accounts; the meeting page says why it cannot call', async (browser, t) => {
-  const server = await startServer({ sql: [
+  const { server, pages: [admin, wang] } = await session(browser, t, { sql: [
     "insert into user(username,password,TrueName,DepartMentID,menu_idstr) values ('wang','pw','\u738b\u529b',2,'')",
     "insert into user(username,password,TrueName,DepartMentID,menu_idstr,online,ip) values ('noip','pw','\u65e0\u5730\u5740',1,'',2,'NONE')",
-  ] });
-  const admin = await browser.newPage();
-  const wang = await browser.newPage();
-  t.after(async () => { await admin.close(); await wang.close(); await server.stop(); });
-  await login(wang, server.base, 'wang', 'pw');
-  await login(admin, server.base);
+  ] }, { pages: 2 });
+  await wang.login(server.base, 'wang', 'pw');
+  await admin.login(server.base);
   // The start page of each desktop marks its account online.
   for (let i = 0; server.sql('select count(*) from user where online=1').trim() !== '2'; i++) {
     assert.ok(i < 100, 'both accounts online');
@@ -156,7 +138,7 @@ flow(test, 'the online list shows the logged-in accounts; the meeting page says 
   await admin.goto(server.base + '/Web_Meeting.asp');
   const options = await admin.in('', (w) => Array.from(w.document.querySelectorAll('#CallToAddress option'), (o) => [o.value, o.text]));
   assert.deepEqual(options, [['NONE', '\u65e0\u5730\u5740'], ['127.0.0.1', '\u738b\u529b'], ['127.0.0.1', '\u7cfb\u7edf\u7ba1\u7406\u5458']]);
-  assert.match(await bodyText(admin), /\u5f53\u524d\u6d4f\u89c8\u5668\u6ca1\u6709 NetMeeting/);
+  assert.match(await admin.text(), /\u5f53\u524d\u6d4f\u89c8\u5668\u6ca1\u6709 NetMeeting/);
   await admin.screenshot('meeting');
 
   await admin.click('', '#CallToBtn');  // the first entry has no address

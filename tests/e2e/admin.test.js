@@ -6,57 +6,15 @@
 const test = require('node:test');
 const assert = require('node:assert/strict');
 const fs = require('node:fs');
-const os = require('node:os');
 const path = require('node:path');
-const { startServer } = require('./tavelor');
-const { flow, closeBrowsers, expectNoErrors, SHOTS } = require('./driver');
+const { flow, closeBrowsers, expectNoErrors, SHOTS, session } = require('./driver');
 
 test.after(closeBrowsers);
 
 const SITE_IMAGES = path.join(__dirname, '..', '..', 'site', 'images');
 
-async function login(page, base, user, password) {
-  await page.goto(base + '/login.asp');
-  await page.fill('', '#username', user);
-  await page.fill('', '#password', password);
-  await page.clickAndWait('', 'input[name=btnlogin]');
-  assert.equal(page.url(), base + '/');
-}
-
-// Sends the working frame to a page and waits until it has loaded there.
-async function detail(page, url) {
-  await page.waitIn('detail', (w) => w.document.readyState === 'complete', null, 'the working frame');
-  await page.in('detail', (w, u) => { w.location.href = u; }, url);
-  await inDetail(page, url.replace(/[?.]/g, '\\$&'));
-}
-
-// Waits until the working frame shows a page whose URL matches the pattern.
-async function inDetail(page, pattern) {
-  await page.waitIn('detail', (w, p) => new RegExp(p, 'i').test(w.location.href) && w.document.readyState === 'complete' &&
-    !!w.document.body, pattern, 'the working frame at ' + pattern);
-}
-
-// The file box of the frame whose URL matches `re` gets a file, as a user picks one.
-async function pickFile(page, re, selector, file) {
-  const frame = page.raw.frames().find((f) => re.test(f.url()));
-  assert.ok(frame, 'a frame at ' + re);
-  const box = await frame.$(selector);
-  if (page.engine === 'chromium') await box.setInputFiles(file);
-  else await box.uploadFile(file);
-}
-
-const text = (w) => w.document.body.innerText;
-
-// Waits for an alert with exactly this text (its line breaks included).
-async function alerted(page, message) {
-  for (const end = Date.now() + 10000; !page.alerts.includes(message) && Date.now() < end;) await new Promise((r) => setTimeout(r, 50));
-  assert.ok(page.alerts.includes(message), JSON.stringify(page.alerts));
-}
-
 flow(test, 'a visitor registers from the login page and logs in with the new account', async (browser, t) => {
-  const server = await startServer();
-  const page = await browser.newPage();
-  t.after(async () => { await page.close(); await server.stop(); });
+  const { server, page } = await session(browser, t);
   await page.goto(server.base + '/login.asp');
   const popup = new Promise((resolve) => page.raw.once('popup', resolve));
   await page.click('', 'a[onclick^=NewRegister]');
@@ -84,7 +42,7 @@ flow(test, 'a visitor registers from the login page and logs in with the new acc
   assert.ok(reg.isClosed(), 'the registration window closed');
   assert.deepEqual(problems, []);
 
-  await login(page, server.base, 'zhao6', 'pw6');
+  await page.login(server.base, 'zhao6', 'pw6');
   await page.waitIn('detail', (w) => w.document.readyState === 'complete' && /\.asp/.test(w.location.href), null, 'the desktop');
   assert.equal(server.sql("select count(*) from Email e join user u on u.id=e.to_user_id where u.username='zhao6'").trim(), '1');
   expectNoErrors(page);
@@ -96,39 +54,36 @@ const ACCOUNT = [
 ];
 
 flow(test, 'the administrator edits an account, sets its rights, reads its log and deletes it', async (browser, t) => {
-  const server = await startServer({ sql: ACCOUNT });
+  const { server, pages: [page, user] } = await session(browser, t, { sql: ACCOUNT }, { pages: 2 });
   const id = server.sql("select id from user where username='zhao6'").trim();
-  const page = await browser.newPage();
-  const user = await browser.newPage();
-  t.after(async () => { await page.close(); await user.close(); await server.stop(); });
-  await login(page, server.base, 'admin', 'admin');
+  await page.login(server.base);
 
   // The profile through the list's edit link.
-  await detail(page, 'Sys_User.asp');
+  await page.open('detail', 'Sys_User.asp');
   await page.click('detail', `a[href="User_Info_Modify1.asp?id=${id}"]`);
-  await inDetail(page, 'User_Info_Modify1');
+  await page.shows('detail', 'User_Info_Modify1');
   await page.fill('detail', 'input[name=Duty]', '科长');
   await page.fill('detail', 'input[name=record]', '60');
   await page.screenshot('admin-profile');
   await page.click('detail', 'input[name=Submit]');
-  await inDetail(page, 'Pop_OK');
+  await page.shows('detail', 'Pop_OK');
   assert.equal(server.sql(`select Duty||'|'||record from user where id=${id}`).trim(), '科长|60');
 
   // Rights: take the inbox away, give the sent mail.
-  await detail(page, 'Sys_User_Menu.asp');
+  await page.open('detail', 'Sys_User_Menu.asp');
   await page.click('detail', `a[href="Sys_User_Menu_Modify.asp?id=${id}"]`);
-  await inDetail(page, 'Sys_User_Menu_Modify');
+  await page.shows('detail', 'Sys_User_Menu_Modify');
   assert.ok(await page.in('detail', (w) => w.document.querySelector('input[name="1101"]').checked));
   await page.click('detail', 'input[name="1101"]');
   await page.click('detail', 'input[name="1104"]');
   await page.screenshot('admin-rights');
   await page.in('detail', (w) => w.document.querySelector('input[name=btnSet]').scrollIntoView());
   await page.click('detail', 'input[name=btnSet]');
-  await inDetail(page, 'Pop_OK');
+  await page.shows('detail', 'Pop_OK');
   assert.equal(server.sql(`select menu_idstr from user where id=${id}`).trim(), '1104');
 
   // The account's menu follows at its next load.
-  await login(user, server.base, 'zhao6', 'pw6');
+  await user.login(server.base, 'zhao6', 'pw6');
   await user.click('top_w', 'a[href="left.asp?xm=wlzx"]');
   const menu = await user.waitIn('dir', (w) => /xm=wlzx/.test(w.location.href) && w.document.querySelector('input[name=menu11]') &&
     w.document.querySelector('input[name=menu11]').value, null, 'the mail folder');
@@ -137,45 +92,40 @@ flow(test, 'the administrator edits an account, sets its rights, reads its log a
   expectNoErrors(user);
 
   // Its activity log: the seeded line and the login just made, newest first.
-  await detail(page, 'Sys_User_Active.asp');
+  await page.open('detail', 'Sys_User_Active.asp');
   await page.click('detail', `a[href="Sys_User_Active_List.asp?id=${id}"]`);
-  await inDetail(page, 'Sys_User_Active_List');
-  const log = await page.in('detail', text);
+  await page.shows('detail', 'Sys_User_Active_List');
+  const log = await page.text('detail');
   assert.match(log, /赵六\[zhao6\] 最近活动记载/);
   assert.ok(log.indexOf('登录系统') < log.indexOf('查看邮件'), log);
   await page.screenshot('admin-log');
 
   // Deleted through the confirmation page.
-  await detail(page, 'Sys_User.asp');
+  await page.open('detail', 'Sys_User.asp');
   await page.click('detail', `a[href^="Pop_Del.asp?id=${id}&"]`);
-  await inDetail(page, 'Pop_Del');
-  assert.match(await page.in('detail', text), /确实要删除用户\[zhao6\]吗？/);
+  await page.shows('detail', 'Pop_Del');
+  assert.match(await page.text('detail'), /确实要删除用户\[zhao6\]吗？/);
   await page.click('detail', 'input[value="删除"]');
-  await inDetail(page, 'Pop_OK');
+  await page.shows('detail', 'Pop_OK');
   assert.equal(server.sql(`select count(*) from user where id=${id}`).trim(), '0');
   expectNoErrors(page);
 });
 
 flow(test, 'a user changes the own profile and password and uploads both signature images', async (browser, t) => {
-  const server = await startServer({ sql: [
+  const { server, page, files } = await session(browser, t, { sql: [
     "insert into user(username,password,TrueName,DepartMentID,sex,menu_idstr,record,start_meeting) values ('qian7','pw7','钱七',1,'女','1601 1602 1603',30,1)",
-  ] });
-  const files = fs.mkdtempSync(path.join(os.tmpdir(), 'tavelor-sign-'));
-  fs.copyFileSync(path.join(SITE_IMAGES, 'EDIT.GIF'), path.join(files, 'agree.gif'));
-  fs.copyFileSync(path.join(SITE_IMAGES, 'delete.GIF'), path.join(files, 'defer.jpg'));
-  fs.writeFileSync(path.join(files, 'note.txt'), 'not a picture');
-  const page = await browser.newPage();
-  t.after(async () => { await page.close(); await server.stop(); fs.rmSync(files, { recursive: true, force: true }); });
-  await login(page, server.base, 'qian7', 'pw7');
+  ] }, { files: { 'agree.gif': fs.readFileSync(path.join(SITE_IMAGES, 'EDIT.GIF')),
+    'defer.jpg': fs.readFileSync(path.join(SITE_IMAGES, 'delete.GIF')), 'note.txt': 'not a picture' } });
+  await page.login(server.base, 'qian7', 'pw7');
 
-  await detail(page, 'User_Info_Modify.asp');
+  await page.open('detail', 'User_Info_Modify.asp');
   assert.ok(await page.in('detail', (w) => w.document.querySelector('input[name=UserName]').readOnly));
   await page.fill('detail', 'input[name=Mobile]', '13912345678');
   await page.click('detail', 'input[name=Submit]');
-  await inDetail(page, 'Pop_OK');
+  await page.shows('detail', 'Pop_OK');
   assert.equal(server.sql("select Mobile||'|'||start_meeting from user where username='qian7'").trim(), '13912345678|0');
 
-  await detail(page, 'User_password_Modify.asp');
+  await page.open('detail', 'User_password_Modify.asp');
   await page.fill('detail', 'input[name=UserPassWord]', 'pw7');
   await page.fill('detail', 'input[name=NewPassWord]', 'new_pw7');
   await page.fill('detail', 'input[name=NewPassWord1]', 'new_pw7');
@@ -184,19 +134,19 @@ flow(test, 'a user changes the own profile and password and uploads both signatu
   assert.match(server.sql("select password from user where username='qian7'").trim(), /^\$argon2id\$/);
 
   for (const [button, file, column] of [['OK', 'agree.gif', 'pen_ok'], ['NO', 'defer.jpg', 'pen_no']]) {
-    await detail(page, 'user_signe.asp');
+    await page.open('detail', 'user_signe.asp');
     await page.click('detail', `input[name=${button}]`);
-    await inDetail(page, 'user_signe_upload\\.asp\\?');
+    await page.shows('detail', 'user_signe_upload\\.asp\\?');
     if (button === 'OK') {
       // The form's own checks: a file must be chosen, and it must be a picture.
       await page.click('detail', 'input[name=go]');
-      await alerted(page, '请选择 图片文件！');
-      await pickFile(page, /user_signe_upload\.asp/, 'input[name=file1]', path.join(files, 'note.txt'));
+      await page.alerted('请选择 图片文件！');
+      await page.chooseFile(/user_signe_upload\.asp/, 'input[name=file1]', files['note.txt']);
       await page.click('detail', 'input[name=go]');
-      await alerted(page, '不是图片文件！\n请选择文件扩展名为gif、jpg的文件。');
+      await page.alerted('不是图片文件！\n请选择文件扩展名为gif、jpg的文件。');
       assert.match(await page.in('detail', (w) => w.location.href), /user_signe_upload\.asp/, 'nothing sent');
     }
-    await pickFile(page, /user_signe_upload\.asp/, 'input[name=file1]', path.join(files, file));
+    await page.chooseFile(/user_signe_upload\.asp/, 'input[name=file1]', files[file]);
     await page.click('detail', 'input[name=go]');
     await page.waitIn('detail', (w, f) => /user_signe\.asp$/.test(w.location.href) && w.document.readyState === 'complete' &&
       Array.from(w.document.images).some((i) => i.src.endsWith('/user/qian7/' + f) && i.complete && i.naturalWidth > 0), file, 'the image ' + file);
@@ -207,15 +157,12 @@ flow(test, 'a user changes the own profile and password and uploads both signatu
 });
 
 flow(test, 'the settings reach the login page, the status frame and the music folder', async (browser, t) => {
-  const server = await startServer({ sql: ["update software set Hardserial='3' where softname='stat_time'"] });
-  const files = fs.mkdtempSync(path.join(os.tmpdir(), 'tavelor-music-'));
-  fs.writeFileSync(path.join(files, 'tune.mid'), Buffer.from('MThd\0\0\0\x06\0\0\0\x01\0\x60', 'binary'));
-  const page = await browser.newPage();
-  t.after(async () => { await page.close(); await server.stop(); fs.rmSync(files, { recursive: true, force: true }); });
-  await login(page, server.base, 'admin', 'admin');
+  const { server, page, files } = await session(browser, t, { sql: ["update software set Hardserial='3' where softname='stat_time'"] },
+    { files: { 'tune.mid': Buffer.from('MThd\0\0\0\x06\0\0\0\x01\0\x60', 'binary') } });
+  await page.login(server.base);
   await page.waitIn('monitorbottom', (w) => /sysmonitor/.test(w.location.href), null, 'the status poll');
 
-  await detail(page, 'Sys_Modify.asp');
+  await page.open('detail', 'Sys_Modify.asp');
   assert.ok(await page.in('detail', (w) => w.document.querySelector('input[name=regnewuser]').checked));
   await page.click('detail', 'input[name=regnewuser]');
   // What is no number, or too short an interval, is refused by the form's own checks.
@@ -227,11 +174,11 @@ flow(test, 'the settings reach the login page, the status frame and the music fo
     const before = await page.in('detail', (w, b) => w.document.querySelector(`input[name=${b}]`).value, box);
     await page.fill('detail', `input[name=${box}]`, value);
     await page.click('detail', 'input[name=go]');
-    await alerted(page, message);
+    await page.alerted(message);
     await page.fill('detail', `input[name=${box}]`, before);
   }
   await page.fill('detail', 'input[name=stat_time]', '12');
-  await pickFile(page, /Sys_Modify\.asp/, 'input[name=mfile]', path.join(files, 'tune.mid'));
+  await page.chooseFile(/Sys_Modify\.asp/, 'input[name=mfile]', files['tune.mid']);
   await page.screenshot('admin-settings');
   await page.click('detail', 'input[name=go]');
   const end = Date.now() + 10000;
@@ -256,19 +203,17 @@ flow(test, 'the settings reach the login page, the status frame and the music fo
 });
 
 flow(test, 'an account without the right is shown the refusal and changes nothing', async (browser, t) => {
-  const server = await startServer({
+  const { server, page } = await session(browser, t, {
     sql: ["insert into user(username,password,TrueName,DepartMentID,menu_idstr,record) values ('sun8','pw8','孙八',1,'1601',30)"],
   });
-  const page = await browser.newPage();
-  t.after(async () => { await page.close(); await server.stop(); });
-  await login(page, server.base, 'sun8', 'pw8');
+  await page.login(server.base, 'sun8', 'pw8');
   const before = server.sql("select softname||'='||Hardserial from software order by softname");
-  await detail(page, 'Sys_Modify.asp');
-  assert.match(await page.in('detail', text), /您没有使用此功能的权限，请与系统管理员联系。/);
+  await page.open('detail', 'Sys_Modify.asp');
+  assert.match(await page.text('detail'), /您没有使用此功能的权限，请与系统管理员联系。/);
   await page.screenshot('admin-refusal');
   // The form cannot be posted from here either: the settings stay.
-  await detail(page, 'Sys_User_Menu.asp');
-  assert.match(await page.in('detail', text), /您没有使用此功能的权限/);
+  await page.open('detail', 'Sys_User_Menu.asp');
+  assert.match(await page.text('detail'), /您没有使用此功能的权限/);
   assert.equal(server.sql("select softname||'='||Hardserial from software order by softname"), before);
   expectNoErrors(page);
 });

@@ -4,8 +4,7 @@
 'use strict';
 const test = require('node:test');
 const assert = require('node:assert/strict');
-const { startServer } = require('./tavelor');
-const { flow, closeBrowsers, expectNoErrors } = require('./driver');
+const { flow, closeBrowsers, expectNoErrors, session } = require('./driver');
 
 test.after(closeBrowsers);
 
@@ -17,60 +16,31 @@ const SITE = [
   "insert into user(username,password,TrueName,DepartMentID,menu_idstr,record) values ('bob','pw','" + BOB + "',1,'1201 1202 1203',30)",
 ];
 
-async function login(page, base, name) {
-  await page.goto(base + '/login.asp');
-  await page.fill('', '#username', name);
-  await page.fill('', '#password', 'pw');
-  await page.clickAndWait('', 'input[name=btnlogin]');
-  assert.equal(page.url(), base + '/');
-  await page.waitIn('bottom', (w) => w.document.readyState === 'complete', null, 'the desktop');
-}
-
 async function logout(page) {
   await page.in('', (w) => { w.location.href = 'logout.asp'; });
   await page.waitUrl(/login\.asp$/);
 }
 
-// Loads a URL into a frame (as a menu entry does) and waits for it.
-async function open(page, frame, url, re) {
-  await page.in('', (w, a) => { w.frames[a.frame].location.href = a.url; }, { frame, url });
-  await page.waitIn(frame, (w, r) => new RegExp(r).test(w.location.href) && w.document.readyState === 'complete', re.source, url);
-}
-
-// Writes into the editor of Book_Write.asp as a user does: click in, select all, type.
-async function writeInEditor(page, text) {
-  await page.waitIn('detail', (w) => w.YInitialized === true && w.document.getElementById('mytext').contentDocument.designMode === 'on', null, 'the editor');
-  await page.click('detail', '#mytext');
-  await page.in('detail', (w) => {
-    const d = w.document.getElementById('mytext').contentDocument;
-    d.defaultView.focus();
-    d.execCommand('selectAll');
-  });
-  await page.raw.keyboard.type(text);
-}
-
 // Saves the form and follows the result box back to the list.
 async function saveAndConfirm(page) {
   await page.click('detail', 'input[value="\u4fdd\u5b58\u7559\u8a00"]');  // 保存留言
-  await page.waitIn('detail', (w) => /Pop_OK\.asp/.test(w.location.href) && w.document.readyState === 'complete', null, 'the result box');
-  assert.match(await page.in('detail', (w) => w.document.body.innerText), /\u7559\u8a00\u6210\u529f\uff01/);  // 留言成功！
+  await page.shows('detail', /Pop_OK\.asp/);
+  assert.match(await page.text('detail'), /\u7559\u8a00\u6210\u529f\uff01/);  // 留言成功！
   await page.click('detail', 'input[name=Submit2]');
-  await page.waitIn('detail', (w) => /Book_list\.asp$/.test(w.location.href) && w.document.readyState === 'complete', null, 'the list again');
+  await page.shows('detail', /Book_list\.asp$/);
 }
 
 
 flow(test, 'guest book: a thread, a reply, the owner told and the news cleared by reading', async (browser, t) => {
-  const server = await startServer({ sql: SITE });
-  const page = await browser.newPage();
-  t.after(async () => { await page.close(); await server.stop(); });
+  const { server, page } = await session(browser, t, { sql: SITE });
 
   // Alice starts a thread.
-  await login(page, server.base, 'alice');
-  await open(page, 'detail', 'Book_list.asp', /Book_list\.asp$/);
+  await page.login(server.base, 'alice', 'pw');
+  await page.open('detail', 'Book_list.asp', /Book_list\.asp$/);
   await page.click('detail', 'input[value="\u4e66\u5199\u65b0\u7559\u8a00"]');  // 书写新留言
   await page.waitIn('detail', (w) => /Book_Write\.asp$/.test(w.location.href), null, 'the form');
   await page.fill('detail', 'input[name=Book_Title]', 'lunch on friday');
-  await writeInEditor(page, 'who comes along?');
+  await page.writeEditor('detail', 'who comes along?');
   await page.screenshot('book-write');
   await saveAndConfirm(page);
   const listed = await page.waitIn('detail', (w) => {
@@ -82,23 +52,23 @@ flow(test, 'guest book: a thread, a reply, the owner told and the news cleared b
   await logout(page);
 
   // Bob reads it and replies from the reading page.
-  await login(page, server.base, 'bob');
-  await open(page, 'detail', 'Book_list.asp', /Book_list\.asp$/);
+  await page.login(server.base, 'bob', 'pw');
+  await page.open('detail', 'Book_list.asp', /Book_list\.asp$/);
   await page.click('detail', 'a[href^="Book_read.asp"]');
-  await page.waitIn('detail', (w) => /Book_read\.asp/.test(w.location.href) && w.document.readyState === 'complete', null, 'the message');
-  assert.match(await page.in('detail', (w) => w.document.body.innerText), /who comes along\?/);
+  await page.shows('detail', /Book_read\.asp/);
+  assert.match(await page.text('detail'), /who comes along\?/);
   await page.click('detail', 'input[value="\u56de \u590d"]');  // 回 复
-  await page.waitIn('detail', (w) => /Book_Write\.asp\?id=\d+/.test(w.location.href) && w.document.readyState === 'complete', null, 'the reply form');
+  await page.shows('detail', /Book_Write\.asp\?id=\d+/);
   assert.equal(await page.in('detail', (w) => w.document.querySelector('input[name=Book_Title]').value), '\u56de\u590d\uff1alunch on friday');
   // the reply starts from the parent's whole text
   await page.waitIn('detail', (w) => /who comes along\?/.test(w.document.getElementById('mytext').contentDocument.body.innerText), null, 'the quoted text');
-  await writeInEditor(page, 'count me in');
+  await page.writeEditor('detail', 'count me in');
   await saveAndConfirm(page);
   assert.equal(server.sql("select Reply_num from Book where Reply_id=0").trim(), '1');
   await logout(page);
 
   // Alice is told in the bottom cell, reads, and the news goes.
-  await login(page, server.base, 'alice');
+  await page.login(server.base, 'alice', 'pw');
   const tip = await page.waitIn('bottom', (w) => /\u6709 1 \u6761/.test((w.document.querySelector('#board img') || {}).alt) && (w.document.querySelector('#board img') || {}).alt, null, 'the reply counted in the bottom cell');
   assert.equal(tip, '\u7559\u8a00\u677f\u6709 1 \u6761\u65b0\u7684\u56de\u590d\u4fe1\u606f\uff01');  // 留言板有 1 条新的回复信息！
   await page.screenshot('book-told');
@@ -117,8 +87,8 @@ flow(test, 'guest book: a thread, a reply, the owner told and the news cleared b
   await page.waitIn('detail', (w) => /Book_read\.asp/.test(w.location.href) && /count me in/.test(w.document.body.innerText), null, 'the reply');
   await page.screenshot('book-read');
   await page.waitIn('bottom', (w) => (w.document.querySelector('#board img') || {}).alt === '\u7559\u8a00\u677f\u6ca1\u6709\u65b0\u7684\u56de\u590d\u4fe1\u606f\uff01', null, 'the cell cleared');
-  await open(page, 'detail', 'book_list1.asp', /book_list1\.asp$/);
-  assert.match(await page.in('detail', (w) => w.document.body.innerText), /\u6ca1\u6709\u65b0\u7684\u7559\u8a00\u56de\u590d\u4fe1\u606f/);
+  await page.open('detail', 'book_list1.asp', /book_list1\.asp$/);
+  assert.match(await page.text('detail'), /\u6ca1\u6709\u65b0\u7684\u7559\u8a00\u56de\u590d\u4fe1\u606f/);
   expectNoErrors(page);
 });
 
@@ -131,14 +101,11 @@ async function say(page, text) {
 }
 
 flow(test, 'chat room: two speakers, the display refreshing, the repeat rule, a name clicked', async (browser, t) => {
-  const server = await startServer({ sql: SITE });
-  const alice = await browser.newPage();
-  const bob = await browser.newPage();
-  t.after(async () => { await alice.close(); await bob.close(); await server.stop(); });
-  await login(alice, server.base, 'alice');
-  await login(bob, server.base, 'bob');
+  const { server, pages: [alice, bob] } = await session(browser, t, { sql: SITE }, { pages: 2 });
+  await alice.login(server.base, 'alice', 'pw');
+  await bob.login(server.base, 'bob', 'pw');
   for (const p of [alice, bob]) {
-    await open(p, 'detail', 'Chat_Main.asp', /Chat_Main\.asp$/);
+    await p.open('detail', 'Chat_Main.asp', /Chat_Main\.asp$/);
     await p.waitIn('detail/f2', (w) => w.document.readyState === 'complete' && !!w.document.querySelector('input[name=saystemp]'), null, 'the input line');
   }
 

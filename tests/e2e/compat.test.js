@@ -3,69 +3,34 @@
 // the IE way (showModalDialog, returnValue, frames) served as gb2312 by a small server of our own.
 const test = require('node:test');
 const assert = require('node:assert/strict');
-const http = require('node:http');
-const fs = require('node:fs');
-const path = require('node:path');
-const { execFileSync } = require('node:child_process');
-
-const FIXTURES = path.join(__dirname, 'fixtures');
-const { clientScript } = require('../js/client_script.js');
+const { fixtureServer, sendHtml } = require('./tavelor');
 const { flow, closeBrowsers } = require('./driver');
 
-const requests = [];
-let server, base;
+let fixtures, base, requests;
 // Upload answers held back until a test lets them go.
 let held = null;
 
-// Fixtures are kept in UTF-8 and sent as GBK bytes, as the host sends its pages.
-function gbk(text) { return execFileSync('iconv', ['-f', 'UTF-8', '-t', 'GBK'], { input: text }); }
-
-function startServer() {
-  server = http.createServer((req, res) => {
-    requests.push(req.url);
-    const url = new URL(req.url, 'http://x');
-    if (url.pathname === '/tavdialog.js') {
-      res.writeHead(200, { 'Content-Type': 'application/javascript' });
-      res.end(clientScript());
-      return;
-    }
-    if (url.pathname === '/favicon.ico') { res.writeHead(204); res.end(); return; }
+test.before(async () => {
+  fixtures = await fixtureServer((req, res, url) => {
     if (url.pathname === '/echo') {
-      res.writeHead(200, { 'Content-Type': 'text/html; charset=gb2312' });
-      res.end('<html><body id="echo">' + url.search.replace(/</g, '&lt;') + '</body></html>');
-      return;
-    }
-    if (url.pathname === '/slowpic') {
+      sendHtml(res, '<html><body id="echo">' + url.search.replace(/</g, '&lt;') + '</body></html>');
+    } else if (url.pathname === '/slowpic') {
       // an image of the dialog page that keeps its load event back while answers are held
       const answer = () => {
         res.writeHead(200, { 'Content-Type': 'image/gif' });
         res.end(Buffer.from('R0lGODlhAQABAIAAAAAAAP///yH5BAEAAAAALAAAAAABAAEAAAIBRAA7', 'base64'));
       };
       if (held) held.push(answer); else answer();
-      return;
-    }
-    if (url.pathname === '/uploaded') {
+    } else if (url.pathname === '/uploaded') {
       // the upload answer comes late and closes its window, as upload_img.asp does
-      const answer = () => {
-        res.writeHead(200, { 'Content-Type': 'text/html; charset=gb2312' });
-        res.end('<html><body>stored<script>window.close(1)</script></body></html>');
-      };
+      const answer = () => sendHtml(res, '<html><body>stored<script>window.close(1)</script></body></html>');
       if (held) held.push(answer); else setTimeout(answer, 400);
-      return;
-    }
-    const file = path.join(FIXTURES, path.basename(url.pathname));
-    if (!fs.existsSync(file)) { res.writeHead(404); res.end(); return; }
-    res.writeHead(200, { 'Content-Type': 'text/html; charset=gb2312' });
-    res.end(gbk(fs.readFileSync(file)));
+    } else return false;
+    return true;
   });
-  return new Promise((resolve) => server.listen(0, '127.0.0.1', () => {
-    base = 'http://127.0.0.1:' + server.address().port;
-    resolve();
-  }));
-}
-
-test.before(startServer);
-test.after(async () => { await closeBrowsers(); if (server) server.close(); });
+  ({ base, requests } = fixtures);
+});
+test.after(async () => { await closeBrowsers(); fixtures.close(); });
 
 const text = (page, sel, path = '') => page.in(path, (w, s) => { const e = w.document.querySelector(s); return e ? e.textContent : null; }, sel);
 const waitText = (page, sel, re, path = '') => page.waitIn(path, (w, a) => {

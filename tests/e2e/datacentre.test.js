@@ -6,52 +6,21 @@
 const test = require('node:test');
 const assert = require('node:assert/strict');
 const fs = require('node:fs');
-const os = require('node:os');
 const path = require('node:path');
-const { startServer } = require('./tavelor');
-const { flow, closeBrowsers, expectNoErrors } = require('./driver');
+const { flow, closeBrowsers, expectNoErrors, session } = require('./driver');
 
 test.after(closeBrowsers);
 
-const sleep = (ms) => new Promise((r) => setTimeout(r, ms));
 // A 1x1 GIF.
 const GIF = Buffer.from('R0lGODlhAQABAIAAAAAAAP///yH5BAEAAAAALAAAAAABAAEAAAIBRAA7', 'base64');
-
-async function login(page, base) {
-  await page.goto(base + '/login.asp');
-  await page.fill('', '#username', 'admin');
-  await page.fill('', '#password', 'admin');
-  await page.clickAndWait('', 'input[name=btnlogin]');
-}
-
-// Puts a file into a file box of the first frame whose URL matches.
-async function chooseFile(page, urlRe, selector, file) {
-  const end = Date.now() + 20000;
-  let frame;
-  while (!(frame = page.raw.frames().find((f) => urlRe.test(f.url())))) {
-    if (Date.now() > end) throw new Error('no frame at ' + urlRe);
-    await sleep(100);
-  }
-  const box = await frame.waitForSelector(selector);
-  if (page.engine === 'chromium') await box.setInputFiles(file);
-  else await box.uploadFile(file);
-}
 
 const editorReady = (w) => w.YInitialized === true && w.document.getElementById('mytext').contentDocument.designMode === 'on';
 
 flow(test, 'data centre: categories, entry with the editor, list, search, read, lock, change, delete', async (browser, t) => {
-  const server = await startServer();
-  const page = await browser.newPage();
-  const dir = fs.mkdtempSync(path.join(os.tmpdir(), 'tavelor-dc-'));
-  t.after(async () => { await page.close(); await server.stop(); fs.rmSync(dir, { recursive: true, force: true }); });
-  const picture = path.join(dir, 'pic.gif');
-  const note = path.join(dir, 'note.txt');
-  const second = path.join(dir, 'second.txt');
-  fs.writeFileSync(picture, GIF);
-  fs.writeFileSync(note, 'first attachment');
-  fs.writeFileSync(second, 'second attachment');
-  const base = server.base;
-  await login(page, base);
+  const { server, base, page, files } = await session(browser, t, {},
+    { files: { 'pic.gif': GIF, 'note.txt': 'first attachment', 'second.txt': 'second attachment' } });
+  const { 'pic.gif': picture, 'note.txt': note, 'second.txt': second } = files;
+  await page.login(base);
 
   // A main menu, then a category under it.
   await page.goto(base + '/Menu.asp');
@@ -84,7 +53,7 @@ flow(test, 'data centre: categories, entry with the editor, list, search, read, 
   await page.in('', (w) => w.document.getElementById('mytext').contentWindow.getSelection().collapseToEnd());
   await page.click('', '#FormatToolbar div[title="导入图片"]');
   await page.waitIn('@dialog', (w) => !!w.document.querySelector('input[name=file_name]'), null, 'the picture dialog');
-  await chooseFile(page, /upload_img\.asp/i, 'input[name=file_name]', picture);
+  await page.chooseFile(/upload_img\.asp/i, 'input[name=file_name]', picture);
   await page.click('@dialog', 'input[value="上传文件"]');
   await page.waitIn('', (w) => /<img/i.test(w.document.getElementById('mytext').contentDocument.body.innerHTML), null, 'the picture in the text');
   const tagged = Date.now();
@@ -97,7 +66,7 @@ flow(test, 'data centre: categories, entry with the editor, list, search, read, 
     const img = w.document.getElementById('mytext').contentDocument.querySelector('img');
     return img && img.complete && img.naturalWidth > 0;
   }, null, 'the picture to show in the editor');
-  await chooseFile(page, /Data_Input\.asp/i, 'input[name=Afile]', note);
+  await page.chooseFile(/Data_Input\.asp/i, 'input[name=Afile]', note);
   await page.screenshot('datacentre-entry');
   await page.clickAndWait('', 'input[onclick="editinfo()"]');
   await page.waitUrl(/Pop_OK\.asp/);
@@ -138,7 +107,7 @@ flow(test, 'data centre: categories, entry with the editor, list, search, read, 
   await page.clickAndWait('', 'input[value="修 改"]');
   await page.waitIn('', editorReady, null, 'the editor on the item');
   assert.ok(await page.in('', (w) => /Bold words/.test(w.document.getElementById('mytext').contentDocument.body.innerHTML)));
-  await chooseFile(page, /Data_Input\.asp/i, 'input[name=Afile]', second);
+  await page.chooseFile(/Data_Input\.asp/i, 'input[name=Afile]', second);
   await page.clickAndWait('', 'input[onclick="editinfo()"]');
   await page.waitUrl(/Pop_OK\.asp/);
   assert.equal(server.sql('select d_afile from Datas where id=' + id).trim(), id + 'second.txt');

@@ -3,9 +3,7 @@
 'use strict';
 const test = require('node:test');
 const assert = require('node:assert/strict');
-const http = require('node:http');
-const { startServer } = require('./tavelor');
-const { flow, closeBrowsers, expectNoErrors } = require('./driver');
+const { flow, closeBrowsers, expectNoErrors, session } = require('./driver');
 
 test.after(closeBrowsers);
 
@@ -16,14 +14,6 @@ const REMINDER_SITE = [
   "insert into Email(send_user_id,to_user_id,Email_title,Email_text,Email_id) select 0,id,'t','x',0 from user where username='admin'",
 ];
 
-async function login(page, base) {
-  await page.goto(base + '/login.asp');
-  await page.fill('', '#username', 'admin');
-  await page.fill('', '#password', 'admin');
-  await page.clickAndWait('', 'input[name=btnlogin]');
-  assert.equal(page.url(), base + '/');
-}
-
 // Text of the reminder once it is up in the top window, or null.
 const reminderText = (win) => {
   const d = win.document.querySelector('dialog.tav-dialog[open] iframe');
@@ -31,17 +21,9 @@ const reminderText = (win) => {
   return b && /\u786e\u5b9a/.test(b.innerHTML) ? b.innerText : null;
 };
 
-function headers(url, cookie) {
-  return new Promise((resolve, reject) => {
-    http.get(url, { headers: cookie ? { Cookie: cookie } : {} }, (res) => { res.resume(); resolve(res.headers); }).on('error', reject);
-  });
-}
-
 flow(test, 'desktop frames, top bar, sections, outbar, status cells and logout', async (browser, t) => {
-  const server = await startServer({ sql: REMINDER_SITE.slice(0, 1) });
-  const page = await browser.newPage();
-  t.after(async () => { await page.close(); await server.stop(); });
-  await login(page, server.base);
+  const { server, page } = await session(browser, t, { sql: REMINDER_SITE.slice(0, 1) });
+  await page.login(server.base);
 
   const names = await page.in('', (w) => Array.from(w.document.querySelectorAll('frame'), (f) => f.name));
   assert.deepEqual(names, ['top_w', 'dir', 'detail', 'bottom', 'monitorbottom', 'sound', 'message', 'net_metmeen']);
@@ -87,11 +69,9 @@ flow(test, 'desktop frames, top bar, sections, outbar, status cells and logout',
 });
 
 flow(test, 'the reminder comes up at each of five logins and stays while the frames move on', async (browser, t) => {
-  const server = await startServer({ sql: REMINDER_SITE });
-  const page = await browser.newPage();
-  t.after(async () => { await page.close(); await server.stop(); });
+  const { server, page } = await session(browser, t, { sql: REMINDER_SITE });
   for (let i = 1; i <= 5; i++) {
-    await login(page, server.base);
+    await page.login(server.base);
     // the menu frame sends the working frame on at each login, the poll frame reloads itself
     await page.waitIn('detail', (w) => /data_home\.asp$/.test(w.location.href), null, 'the working frame moving on');
     const text = await page.waitIn('', reminderText, null, 'the reminder at login ' + i, 15000);
@@ -120,12 +100,10 @@ flow(test, 'the reminder comes up at each of five logins and stays while the fra
 });
 
 flow(test, 'Back after logout shows the login page, not the desktop', async (browser, t) => {
-  const server = await startServer();
-  const page = await browser.newPage();
-  t.after(async () => { await page.close(); await server.stop(); });
+  const { server, page } = await session(browser, t);
   // The browser may keep the desktop only if the server lets it: dynamic answers say no-store.
-  assert.match((await headers(server.base + '/login.asp'))['cache-control'] || '', /no-store/);
-  await login(page, server.base);
+  assert.match((await fetch(server.base + '/login.asp')).headers.get('cache-control') || '', /no-store/);
+  await page.login(server.base);
   await page.waitIn('bottom', (w) => w.document.readyState === 'complete', null, 'the desktop');
   await page.clickAndWait('top_w', 'a[href="logout.asp"]');
   await page.back();

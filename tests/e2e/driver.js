@@ -168,6 +168,71 @@ class Page {
     }
   }
 
+  // Signs in through the login form and waits for the desktop's frames.
+  async login(base, user = 'admin', password = 'admin') {
+    await this.goto(base + '/login.asp');
+    await this.fill('', '#username', user);
+    await this.fill('', '#password', password);
+    await this.clickAndWait('', 'input[name=btnlogin]');
+    assert.equal(this.url(), base + '/');
+    for (const f of ['bottom', 'detail']) await this.waitIn(f, (w) => w.document.readyState === 'complete', null, 'the desktop');
+  }
+
+  // The text a user reads in a frame's body.
+  text(frame = '') { return this.in(frame, (w) => w.document.body.innerText); }
+
+  // Types into the rich text editor of a frame once it has started, replacing its text.
+  async writeEditor(frame, text) {
+    await this.waitIn(frame, (w) => w.YInitialized === true && w.document.getElementById('mytext').contentDocument.designMode === 'on', null, 'the editor');
+    await this.click(frame, '#mytext');
+    await this.in(frame, (w) => {
+      const d = w.document.getElementById('mytext').contentDocument;
+      d.body.innerHTML = '';
+      d.defaultView.focus();
+      const r = d.createRange();
+      r.selectNodeContents(d.body);
+      r.collapse(false);
+      d.getSelection().removeAllRanges();
+      d.getSelection().addRange(r);
+    });
+    await this.raw.keyboard.type(text);
+  }
+
+  // Waits until the frame shows a loaded page whose address matches `re` (a RegExp or its source).
+  async shows(frame, re) {
+    const src = re instanceof RegExp ? re.source : re;
+    await this.waitIn(frame, (w, p) => new RegExp(p, 'i').test(w.location.href) && w.document.readyState === 'complete' &&
+      !!w.document.body, src, (frame || 'the top window') + ' at ' + src);
+  }
+
+  // Sends a frame to `url` and waits for it there (or for `re`).
+  async open(frame, url, re) {
+    await this.waitIn(frame, (w) => w.document.readyState === 'complete', null, frame);
+    await this.in(frame, (w, u) => { w.location.href = u; }, url);
+    await this.shows(frame, re || url.replace(/[?.]/g, '\\$&'));
+  }
+
+  // The file box `selector` in the first frame whose address matches `re` gets a file, as a
+  // user picks one.
+  async chooseFile(re, selector, file) {
+    let frame;
+    for (const end = Date.now() + 20000; !(frame = this.raw.frames().find((f) => re.test(f.url())));) {
+      if (Date.now() > end) throw new Error('no frame at ' + re);
+      await new Promise((r) => setTimeout(r, 100));
+    }
+    const box = await frame.waitForSelector(selector);
+    if (this.engine === 'chromium') await box.setInputFiles(file);
+    else await box.uploadFile(file);
+  }
+
+  // Waits for an alert with exactly this text (its line breaks included).
+  async alerted(message) {
+    for (const end = Date.now() + 10000; !this.alerts.includes(message) && Date.now() < end;) {
+      await new Promise((r) => setTimeout(r, 50));
+    }
+    assert.ok(this.alerts.includes(message), JSON.stringify(this.alerts));
+  }
+
   async back() {
     await this.raw.goBack({ waitUntil: 'load' });
   }
@@ -229,10 +294,27 @@ async function closeBrowsers() {
   }
 }
 
+// A server on a fresh instance (options of startServer), `pages` pages of this browser and
+// files of their own (name -> content) in a temporary folder; all go when the test ends.
+async function session(browser, t, opts = {}, { pages = 1, files = {} } = {}) {
+  const server = await require('./tavelor').startServer(opts);
+  const list = [];
+  for (let i = 0; i < pages; i++) list.push(await browser.newPage());
+  const dir = fs.mkdtempSync(path.join(require('node:os').tmpdir(), 'tavelor-files-'));
+  const paths = {};
+  for (const [name, content] of Object.entries(files)) fs.writeFileSync(paths[name] = path.join(dir, name), content);
+  t.after(async () => {
+    for (const p of list) await p.close();
+    await server.stop();
+    fs.rmSync(dir, { recursive: true, force: true });
+  });
+  return { server, base: server.base, page: list[0], pages: list, files: paths };
+}
+
 // No uncaught exception in any frame and no script a browser refused or reported on its
 // console.
 function expectNoErrors(page) {
   assert.deepEqual(page.problems(), []);
 }
 
-module.exports = { ENGINES, launch, flow, closeBrowsers, expectNoErrors, SHOTS };
+module.exports = { ENGINES, launch, flow, closeBrowsers, expectNoErrors, session, SHOTS };

@@ -4,87 +4,53 @@
 // edit.js), served as gb2312 by a small server of our own, in both engines of driver.js.
 const test = require('node:test');
 const assert = require('node:assert/strict');
-const http = require('node:http');
 const fs = require('node:fs');
 const path = require('node:path');
 const { execFileSync } = require('node:child_process');
 const { flow, closeBrowsers } = require('./driver');
-const { clientScript } = require('../js/client_script.js');
+const { fixtureServer, gbk, sendHtml } = require('./tavelor');
 
 const FIXTURES = path.join(__dirname, 'fixtures');
 const SITE = path.join(__dirname, '..', '..', 'site');
 const SHOTS = process.env.EDITOR_SHOTS || path.join(__dirname, 'out');
 
-const requests = [];
 const posts = [];
-let server, base;
+let fixtures, base, requests;
 
-function gbk(text) { return execFileSync('iconv', ['-f', 'UTF-8', '-t', 'GBK'], { input: text }); }
 function fromGbk(buf) { return execFileSync('iconv', ['-f', 'GBK', '-t', 'UTF-8'], { input: buf }).toString(); }
-
-// The host page: the fixture with the toolbar markup that inputboxI_init writes.
-function hostPage() {
-  const page = fs.readFileSync(path.join(FIXTURES, 'editor.html'), 'utf8');
-  const toolbar = fs.readFileSync(path.join(FIXTURES, 'editor_toolbar.html'), 'utf8');
-  return page.replace('<!--toolbar-->\n', toolbar);
-}
-
 function multipartField(body, name) {
   const m = new RegExp('name="' + name + '"\\r\\n\\r\\n([\\s\\S]*?)\\r\\n--').exec(body);
   return m ? m[1] : null;
 }
 
-function startServer() {
-  server = http.createServer((req, res) => {
-    requests.push(req.url);
-    const url = new URL(req.url, 'http://x');
-    const p = url.pathname;
-    const html = (buf) => { res.writeHead(200, { 'Content-Type': 'text/html; charset=gb2312' }); res.end(buf); };
-    if (req.method === 'POST' && p === '/Book_Save.asp') {
-      const chunks = [];
-      req.on('data', (c) => chunks.push(c));
-      req.on('end', () => {
-        const text = fromGbk(Buffer.concat(chunks));
-        posts.push({ body: multipartField(text, 'body'), title: multipartField(text, 'title') });
-        html(gbk('<html><body id="saved">saved</body></html>'));
-      });
-      return;
-    }
-    if (p === '/tavdialog.js' || p === '/edit.js') {
-      res.writeHead(200, { 'Content-Type': 'application/javascript' });
-      res.end(p === '/edit.js' ? fs.readFileSync(path.join(SITE, p)) : clientScript());
-      return;
-    }
-    if (p === '/style.css') {
-      res.writeHead(200, { 'Content-Type': 'text/css; charset=utf-8' });
-      res.end(fs.readFileSync(path.join(SITE, 'style.css')));
-      return;
-    }
+// The host page is the fixture with the toolbar markup that inputboxI_init writes; the site's own
+// edit.js, style.css and toolbar images; a post of the form is kept.
+function route(req, res, url) {
+  const p = url.pathname;
+  const file = (f, type) => { res.writeHead(200, { 'Content-Type': type }); res.end(fs.readFileSync(f)); };
+  if (req.method === 'POST' && p === '/Book_Save.asp') {
+    const chunks = [];
+    req.on('data', (c) => chunks.push(c));
+    req.on('end', () => {
+      const text = fromGbk(Buffer.concat(chunks));
+      posts.push({ body: multipartField(text, 'body'), title: multipartField(text, 'title') });
+      sendHtml(res, gbk('<html><body id="saved">saved</body></html>'));
+    });
+  } else if (p === '/edit.js') file(path.join(SITE, p), 'application/javascript');
+  else if (p === '/style.css') file(path.join(SITE, p), 'text/css; charset=utf-8');
+  else if (p.startsWith('/img/') || p.startsWith('/Datas/') || p === '/slowpic') {
     // the toolbar images, and the stored picture (any gif will do)
-    if (p.startsWith('/img/') || p.startsWith('/Datas/') || p === '/slowpic') {
-      const file = p.startsWith('/img/') ? path.join(SITE, 'img', path.basename(p)) : path.join(SITE, 'img', 'img.gif');
-      if (!fs.existsSync(file)) { res.writeHead(404); res.end(); return; }
-      res.writeHead(200, { 'Content-Type': 'image/gif' });
-      res.end(fs.readFileSync(file));
-      return;
-    }
-    if (p === '/favicon.ico') { res.writeHead(204); res.end(); return; }
-    if (p === '/editor.html') { html(gbk(hostPage())); return; }
-    if (p === '/upload_img.asp') { html(gbk(fs.readFileSync(path.join(FIXTURES, 'upload_img.html')))); return; }
-    if (p === '/uploaded') {
-      // the upload answer comes a little late and closes its window, as upload_img.asp does
-      setTimeout(() => html(gbk('<html><body>stored<script>window.close(1)</script></body></html>')), 300);
-      return;
-    }
-    const file = path.join(FIXTURES, path.basename(p));
-    if (p.endsWith('.html') && fs.existsSync(file)) { html(gbk(fs.readFileSync(file))); return; }
-    res.writeHead(404);
-    res.end();
-  });
-  return new Promise((resolve) => server.listen(0, '127.0.0.1', () => {
-    base = 'http://127.0.0.1:' + server.address().port;
-    resolve();
-  }));
+    const img = path.join(SITE, 'img', p.startsWith('/img/') ? path.basename(p) : 'img.gif');
+    if (fs.existsSync(img)) file(img, 'image/gif'); else { res.writeHead(404); res.end(); }
+  } else if (p === '/editor.html') {
+    const page = fs.readFileSync(path.join(FIXTURES, 'editor.html'), 'utf8');
+    sendHtml(res, gbk(page.replace('<!--toolbar-->\n', fs.readFileSync(path.join(FIXTURES, 'editor_toolbar.html'), 'utf8'))));
+  } else if (p === '/upload_img.asp') sendHtml(res, gbk(fs.readFileSync(path.join(FIXTURES, 'upload_img.html'))));
+  else if (p === '/uploaded') {
+    // the upload answer comes a little late and closes its window, as upload_img.asp does
+    setTimeout(() => sendHtml(res, gbk('<html><body>stored<script>window.close(1)</script></body></html>')), 300);
+  } else return false;
+  return true;
 }
 
 // ---- the flows' driver, with the dialogs left to these checks (prompts take texts)
@@ -376,11 +342,10 @@ async function editorChecks(t, driver) {
 }
 
 test.before(async () => {
-  await startServer();
+  fixtures = await fixtureServer(route);
+  ({ base, requests } = fixtures);
   fs.mkdirSync(SHOTS, { recursive: true });
 });
-test.after(() => { if (server) server.close(); });
-
-test.after(closeBrowsers);
+test.after(async () => { await closeBrowsers(); fixtures.close(); });
 
 flow(test, 'rich text editor', async (browser, t) => editorChecks(t, editorDriver(browser)));

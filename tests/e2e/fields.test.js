@@ -4,37 +4,17 @@
 'use strict';
 const test = require('node:test');
 const assert = require('node:assert/strict');
-const http = require('node:http');
-const fs = require('node:fs');
-const path = require('node:path');
-const { execFileSync } = require('node:child_process');
+const { fixtureServer } = require('./tavelor');
 const { flow, closeBrowsers } = require('./driver');
-const { clientScript } = require('../js/client_script.js');
 
-let server, base;
-
-test.before(() => new Promise((resolve) => {
-  server = http.createServer((req, res) => {
-    const name = path.basename(new URL(req.url, 'http://x').pathname);
-    if (name === 'tavdialog.js') {
-      res.writeHead(200, { 'Content-Type': 'application/javascript' });
-      res.end(clientScript());
-    } else if (name === 'menu.html') {
-      res.writeHead(200, { 'Content-Type': 'text/html; charset=gb2312' });
-      res.end(execFileSync('iconv', ['-f', 'UTF-8', '-t', 'GBK'], { input: fs.readFileSync(path.join(__dirname, 'fixtures', name)) }));
-    } else {
-      res.writeHead(404);
-      res.end();
-    }
-  });
-  server.listen(0, '127.0.0.1', () => { base = 'http://127.0.0.1:' + server.address().port; resolve(); });
-}));
-test.after(async () => { await closeBrowsers(); server.close(); });
+let fixtures;
+test.before(async () => { fixtures = await fixtureServer(); });
+test.after(async () => { await closeBrowsers(); fixtures.close(); });
 
 flow(test, 'hidden fields of the menu page are read by bare name; window members keep their names', async (browser, t) => {
   const page = await browser.newPage();
   t.after(() => page.close());
-  await page.goto(base + '/menu.html');
+  await page.goto(fixtures.base + '/menu.html');
   const seen = await page.in('', (w) => ({
     count: w.MenuItem,
     first: w.OutBarFolder[1] && w.OutBarFolder[1][4],

@@ -4,23 +4,13 @@
 const test = require('node:test');
 const assert = require('node:assert/strict');
 const fs = require('node:fs');
-const os = require('node:os');
 const path = require('node:path');
-const { startServer } = require('./tavelor');
-const { flow, closeBrowsers } = require('./driver');
+const { flow, closeBrowsers, session } = require('./driver');
 
 test.after(closeBrowsers);
 
 const TREE = 'detail/folder';
 const FILES = 'detail/files';
-
-async function login(page, base) {
-  await page.goto(base + '/login.asp');
-  await page.fill('', '#username', 'admin');
-  await page.fill('', '#password', 'admin');
-  await page.clickAndWait('', 'input[name=btnlogin]');
-  assert.equal(page.url(), base + '/');
-}
 
 // Right-click at the centre of an element of a frame; the page's own menu must come up there.
 async function rightClick(page, frame, selector) {
@@ -31,30 +21,15 @@ async function rightClick(page, frame, selector) {
     null, 'the right-click menu in ' + frame);
 }
 
-async function chooseFile(page, file) {
-  // The driver learns of a frame's new address a little after it loads.
-  let frame;
-  for (let i = 0; i < 100 && !frame; i++) {
-    frame = page.raw.frames().find((f) => /file_upload\.asp/.test(f.url()));
-    if (!frame) await new Promise((r) => setTimeout(r, 100));
-  }
-  assert.ok(frame, 'the upload form in its frame');
-  if (page.engine === 'chromium') await frame.setInputFiles('input[name=File1]', file);
-  else await (await frame.$('input[name=File1]')).uploadFile(file);
-}
 
 // The tree's folders as [shown name, marked] in the order the page lists them.
 const treeOrder = (w) => Array.from(w.document.querySelectorAll('a[href^="folder.asp?folder="]'),
   (a) => [a.textContent, !!a.querySelector('font')]);
 
 flow(test, 'folders and files of the own store through the right-click menus', async (browser, t) => {
-  const server = await startServer();
-  const page = await browser.newPage();
-  const upload = fs.mkdtempSync(path.join(os.tmpdir(), 'tavelor-up-'));
-  const report = path.join(upload, '\u62a5\u544a.txt');
-  fs.writeFileSync(report, 'quarterly figures\n');
-  t.after(async () => { await page.close(); await server.stop(); fs.rmSync(upload, { recursive: true, force: true }); });
-  await login(page, server.base);
+  const { server, page, files } = await session(browser, t, {}, { files: { '\u62a5\u544a.txt': 'quarterly figures\n' } });
+  const report = files['\u62a5\u544a.txt'];
+  await page.login(server.base);
   const store = path.join(server.site, 'user', 'admin');
   // siblings around a parent and its child, for the order of the tree
   for (const d of ['a/b', 'a1', 'B']) fs.mkdirSync(path.join(store, d), { recursive: true });
@@ -85,7 +60,7 @@ flow(test, 'folders and files of the own store through the right-click menus', a
   await page.screenshot('filestore-files-menu');
   await page.click(FILES, '#ie5menu a[href^="file_upload.asp"]');
   await page.waitIn(FILES, (w) => !!w.document.querySelector('input[name=File1]'), null, 'the upload form');
-  await chooseFile(page, report);
+  await page.chooseFile(/file_upload\.asp/, 'input[name=File1]', report);
   await page.click(FILES, 'input[value="\u786e \u5b9a"]');
   await page.waitIn(FILES, (w) => /Pop_OK\.asp/i.test(w.location.href) && /\u6587\u4ef6\u4e0a\u4f20\u6210\u529f/.test(w.document.body.innerText), null, 'the upload result');
   await page.click(FILES, 'input[name=Submit2]');

@@ -2,15 +2,12 @@
 'use strict';
 const test = require('node:test');
 const assert = require('node:assert/strict');
-const { startServer } = require('./tavelor');
-const { flow, closeBrowsers, expectNoErrors } = require('./driver');
+const { flow, closeBrowsers, expectNoErrors, session } = require('./driver');
 
 test.after(closeBrowsers);
 
 flow(test, 'login page, a refused account name, a wrong password and a good login', async (browser, t) => {
-  const server = await startServer();
-  const page = await browser.newPage();
-  t.after(async () => { await page.close(); await server.stop(); });
+  const { server, page } = await session(browser, t);
 
   await page.goto(server.base + '/login.asp');
   const head = await page.in('', (w) => ({ title: w.document.title, charset: w.document.characterSet, body: w.document.body.innerText }));

@@ -7,8 +7,7 @@ const test = require('node:test');
 const assert = require('node:assert/strict');
 const fs = require('node:fs');
 const path = require('node:path');
-const { startServer } = require('./tavelor');
-const { flow, closeBrowsers, expectNoErrors } = require('./driver');
+const { flow, closeBrowsers, expectNoErrors, session } = require('./driver');
 
 test.after(closeBrowsers);
 
@@ -21,27 +20,6 @@ const SITE = [
   "insert into user(username,password,TrueName,DepartMentID,menu_idstr,record) values ('bob','pw','\u535a\u6587',1,'',30)",
 ];
 
-async function login(page, base, user, password) {
-  await page.goto(base + '/login.asp');
-  await page.fill('', '#username', user);
-  await page.fill('', '#password', password);
-  await page.clickAndWait('', 'input[name=btnlogin]');
-  assert.equal(page.url(), base + '/');
-  await page.waitIn('detail', (w) => w.document.readyState === 'complete', null, 'the desktop');
-}
-
-// Loads a page of the site into the working frame and waits for it.
-async function open(page, url) {
-  await page.in('detail', (w, u) => { w.location.href = u; }, url);
-  await page.waitIn('detail', (w, u) => w.location.href.endsWith(u) && w.document.readyState === 'complete', url, url);
-}
-
-// Waits for the working frame to show a page whose URL matches.
-async function shows(page, re) {
-  await page.waitIn('detail', (w, src) => new RegExp(src).test(w.location.href) && w.document.readyState === 'complete',
-    re.source, re.source);
-}
-
 // Gives a file box a file, as picking it in the browser's file chooser does.
 async function attach(page, field, name, size) {
   await page.in('detail', (w, a) => {
@@ -49,23 +27,6 @@ async function attach(page, field, name, size) {
     dt.items.add(new w.File([a.text.repeat(Math.ceil(a.size / a.text.length)).slice(0, a.size)], a.name));
     w.document.querySelector('input[name=' + a.field + ']').files = dt.files;
   }, { field, name, size, text: 'mail attachment ' + name + ' ' });
-}
-
-// Types into the editor's frame.
-async function write(page, text) {
-  await page.waitIn('detail', (w) => w.YInitialized === true && w.document.getElementById('mytext').contentDocument.designMode === 'on', null, 'the editor');
-  await page.click('detail', '#mytext');
-  await page.in('detail', (w) => {
-    const d = w.document.getElementById('mytext').contentDocument;
-    d.body.innerHTML = '';
-    d.defaultView.focus();
-    const r = d.createRange();
-    r.selectNodeContents(d.body);
-    r.collapse(false);
-    d.getSelection().removeAllRanges();
-    d.getSelection().addRange(r);
-  });
-  await page.raw.keyboard.type(text);
 }
 
 // Ticks the list's boxes of the mails whose subjects match, then presses the delete button.
@@ -83,22 +44,19 @@ async function deleteWhere(page, subject) {
   assert.ok(ticked > 0, 'no mail "' + subject + '" in the list');
   for (let i = 0; i < ticked; i++) await page.click('detail', '#tav-tick-' + i);
   await page.click('detail', '#Clear');
-  await shows(page, /Pop_OK\.asp/);
+  await page.shows('detail', /Pop_OK\.asp/);
 }
 
 flow(test, 'two accounts: compose, dialog, attachments, status cell, read, reply, delete, over the limit', async (browser, t) => {
-  const server = await startServer({ sql: SITE, args: ['--body-limit', String(LIMIT)] });
-  const admin = await browser.newPage();
-  const ann = await browser.newPage();
-  t.after(async () => { await admin.close(); await ann.close(); await server.stop(); });
+  const { server, pages: [admin, ann] } = await session(browser, t, { sql: SITE, args: ['--body-limit', String(LIMIT)] }, { pages: 2 });
   const id = (name) => server.sql(`select id from user where username='${name}'`).trim();
   const annId = id('ann'), bobId = id('bob');
   const inEmail = (name) => fs.existsSync(path.join(server.site, 'Email', name));
   const subject = '\u5468\u62a5 ' + browser.engine;
 
   // The admin composes: two recipients picked in the dialog, two files.
-  await login(admin, server.base, 'admin', 'admin');
-  await open(admin, 'Email_send.asp');
+  await admin.login(server.base);
+  await admin.open('detail', 'Email_send.asp');
   await admin.click('detail', 'input[name=sendto]');
   await admin.waitIn('@dialog', (w) => w.document.readyState === 'complete' && !!w.document.select_form, null, 'the recipient dialog')
     .catch(async (e) => { throw new Error(e.message + ' ' + JSON.stringify(admin.problems()) + ' ' + await admin.in('', (w) => w.document.querySelectorAll('dialog').length)); });
@@ -109,13 +67,13 @@ flow(test, 'two accounts: compose, dialog, attachments, status cell, read, reply
   const to = await admin.waitIn('detail', (w) => w.postform.EmailTo.value && { names: w.postform.EmailTo.value, ids: w.postform.to_user_idstr.value }, null, 'the recipients');
   assert.deepEqual(to, { names: '\u5b89\u5a1c;\u535a\u6587;', ids: `${annId}@${bobId}@` });
   await admin.fill('detail', 'input[name=Email_title]', subject);
-  await write(admin, 'Hello, see the two files.');
+  await admin.writeEditor('detail', 'Hello, see the two files.');
   await attach(admin, 'File1', 'report.txt', 300);
   await attach(admin, 'File2', 'plan.txt', 200);
   await admin.screenshot('mail-compose');
   await admin.click('detail', 'input[value="\u53d1 \u9001"]');
-  await shows(admin, /Pop_OK\.asp/);
-  assert.match(await admin.in('detail', (w) => w.document.body.innerText), /\u90ae\u4ef6\u6210\u529f\u53d1\u9001/);
+  await admin.shows('detail', /Pop_OK\.asp/);
+  assert.match(await admin.text('detail'), /\u90ae\u4ef6\u6210\u529f\u53d1\u9001/);
   const prefix = server.sql('select Email_doc from Email limit 1').trim().split('*');
   assert.equal(prefix.length, 2);
   assert.ok(prefix.every(inEmail), 'files on disk: ' + prefix);
@@ -123,13 +81,13 @@ flow(test, 'two accounts: compose, dialog, attachments, status cell, read, reply
     server.sql('select Email_text from Email'));
 
   // The recipient's status cell tells of the mail; she reads it and opens an attachment.
-  await login(ann, server.base, 'ann', 'pw');
+  await ann.login(server.base, 'ann', 'pw');
   await ann.waitIn('bottom', (w) => /\u90ae\u7bb1\u4e2d\u6709 1 \u5c01\u65b0\u90ae\u4ef6/.test(w.document.querySelector('#email img').alt), null, 'the tool tip of new mail');
-  await open(ann, 'Email_list.asp?type=0');
-  assert.match(await ann.in('detail', (w) => w.document.body.innerText), /\u65b0\u90ae\u4ef6/);
+  await ann.open('detail', 'Email_list.asp?type=0');
+  assert.match(await ann.text('detail'), /\u65b0\u90ae\u4ef6/);
   await ann.screenshot('mail-inbox');
   await ann.click('detail', 'a[href^="Email_read.asp"]');
-  await shows(ann, /Email_read\.asp/);
+  await ann.shows('detail', /Email_read\.asp/);
   const links = await ann.in('detail', (w) => Array.from(w.document.querySelectorAll('a[target=_blank]'), (a) => a.textContent));
   assert.deepEqual(links, ['\u67e5\u770b\u9644\u4ef61', '\u67e5\u770b\u9644\u4ef62']);
   const file = await ann.in('detail', async (w) => {
@@ -142,43 +100,43 @@ flow(test, 'two accounts: compose, dialog, attachments, status cell, read, reply
 
   // She replies; the reply reaches the admin marked as one.
   await ann.click('detail', 'input[value="\u56de \u590d"]');
-  await shows(ann, /Email_send\.asp/);
+  await ann.shows('detail', /Email_send\.asp/);
   const prefilled = await ann.in('detail', (w) => ({ to: w.postform.EmailTo.value, title: w.postform.Email_title.value }));
   assert.deepEqual(prefilled, { to: '\u7cfb\u7edf\u7ba1\u7406\u5458;', title: '\u56de\u590d:' + subject });
-  await write(ann, 'Thanks.');
+  await ann.writeEditor('detail', 'Thanks.');
   await ann.click('detail', 'input[value="\u53d1 \u9001"]');
-  await shows(ann, /Pop_OK\.asp/);
-  await open(admin, 'Email_list.asp?type=0');
-  assert.match(await admin.in('detail', (w) => w.document.body.innerText), new RegExp('\u56de\u590d:' + subject));
+  await ann.shows('detail', /Pop_OK\.asp/);
+  await admin.open('detail', 'Email_list.asp?type=0');
+  assert.match(await admin.text('detail'), new RegExp('\u56de\u590d:' + subject));
 
   // Deletion. Ann: inbox, then the deleted folder for good.
-  await open(ann, 'Email_list.asp?type=0');
+  await ann.open('detail', 'Email_list.asp?type=0');
   await deleteWhere(ann, subject);
   assert.equal(server.sql(`select To_del from Email where to_user_id=${annId}`).trim(), '1');
-  await open(ann, 'Email_list.asp?type=2');
+  await ann.open('detail', 'Email_list.asp?type=2');
   await ann.click('detail', 'input[name=clickall]');  // "kall" rides along; the server skips it
   await ann.click('detail', '#Clear');
-  await shows(ann, /Pop_OK\.asp/);
-  assert.match(await ann.in('detail', (w) => w.document.body.innerText), /\u90ae\u4ef6\u88ab\u5f7b\u5e95\u5220\u9664/);
+  await ann.shows('detail', /Pop_OK\.asp/);
+  assert.match(await ann.text('detail'), /\u90ae\u4ef6\u88ab\u5f7b\u5e95\u5220\u9664/);
   // The admin's sent folder: both copies. Bob's copy still holds the files.
-  await open(admin, 'Email_list.asp?type=3');
+  await admin.open('detail', 'Email_list.asp?type=3');
   await deleteWhere(admin, subject);
   assert.equal(server.sql(`select count(*) from Email where Email_doc<>'0'`).trim(), '2');
   assert.ok(prefix.every(inEmail), 'files kept while a copy is held');
   // Bob removes the last copy; the rows and the files go.
   const bob = await browser.newPage();
   t.after(async () => { await bob.close(); });
-  await login(bob, server.base, 'bob', 'pw');
-  await open(bob, 'Email_list.asp?type=0');
+  await bob.login(server.base, 'bob', 'pw');
+  await bob.open('detail', 'Email_list.asp?type=0');
   await deleteWhere(bob, subject);
   assert.ok(prefix.every(inEmail), 'files kept in the deleted folder');
-  await open(bob, 'Email_list.asp?type=2');
+  await bob.open('detail', 'Email_list.asp?type=2');
   await deleteWhere(bob, subject);
   assert.equal(server.sql(`select count(*) from Email where Email_doc<>'0'`).trim(), '0');
   assert.ok(!prefix.some(inEmail), 'files gone with the last copy');
 
   // A file over the server's limit: a page that says so, and Back returns to the form.
-  await open(admin, 'Email_send.asp');
+  await admin.open('detail', 'Email_send.asp');
   await admin.in('detail', (w, ids) => {
     w.postform.EmailTo.value = '\u5b89\u5a1c;';
     w.postform.to_user_idstr.value = ids;
@@ -193,7 +151,7 @@ flow(test, 'two accounts: compose, dialog, attachments, status cell, read, reply
   assert.equal(server.sql('select count(*) from Email').trim(), before);
   // Back as the user presses it: the joint history steps the working frame back.
   await admin.in('', (w) => { w.history.back(); });
-  await shows(admin, /Email_send\.asp$/);
+  await admin.shows('detail', /Email_send\.asp$/);
   await admin.waitIn('detail', (w) => !!w.postform, null, 'the form again');
 
   expectNoErrors(admin);

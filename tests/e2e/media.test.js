@@ -6,20 +6,11 @@ const test = require('node:test');
 const assert = require('node:assert/strict');
 const fs = require('node:fs');
 const path = require('node:path');
-const { startServer } = require('./tavelor');
-const { flow, closeBrowsers, expectNoErrors } = require('./driver');
+const { flow, closeBrowsers, expectNoErrors, session } = require('./driver');
 
 test.after(closeBrowsers);
 
 const fixture = (name) => fs.readFileSync(path.join(__dirname, 'fixtures', name)).toString('base64');
-
-async function login(page, base) {
-  await page.goto(base + '/login.asp');
-  await page.fill('', '#username', 'admin');
-  await page.fill('', '#password', 'admin');
-  await page.clickAndWait('', 'input[name=btnlogin]');
-  assert.equal(page.url(), base + '/');
-}
 
 // Puts a file into the form's file box as a user's choice would.
 async function chooseFile(page, name, base64) {
@@ -65,11 +56,9 @@ async function waitPlaying(page) {
 }
 
 flow(test, 'media: add, find, play, play several, seek, describe, replace and delete', async (browser, t) => {
-  const server = await startServer({ sql: ["insert into Medium(Title,Medium_text,Path,filename,file_type,Author,PY) values('second','x','/Medium/','second.mp3','audio_mp3','b','T')"] });
+  const { server, page } = await session(browser, t, { sql: ["insert into Medium(Title,Medium_text,Path,filename,file_type,Author,PY) values('second','x','/Medium/','second.mp3','audio_mp3','b','T')"] });
   fs.copyFileSync(path.join(__dirname, 'fixtures', 'tone2.mp3'), path.join(server.site, 'Medium', 'second.mp3'));
-  const page = await browser.newPage();
-  t.after(async () => { await page.close(); await server.stop(); });
-  await login(page, server.base);
+  await page.login(server.base);
 
   // Add: the upload goes by XMLHttpRequest and ends on the result page.
   await page.goto(server.base + '/Sys_Medium_Modify.asp');
@@ -91,11 +80,11 @@ flow(test, 'media: add, find, play, play several, seek, describe, replace and de
   // Find by initial and by search.
   await page.goto(server.base + '/Medium_list.asp');
   await page.click('', 'a[href="Medium_list.asp?PY=T&file_type=audio_mp3"]');
-  await page.waitIn('', (w) => /PY=T/.test(w.location.href) && w.document.readyState === 'complete', null, 'the T list');
+  await page.shows('', /PY=T/);
   assert.equal(await page.in('', (w) => w.document.querySelectorAll('input[type=checkbox]').length), 2);
   await page.fill('', 'input[name=sstr]', 'Tone');
   await page.click('', 'input[name=find]');
-  await page.waitIn('', (w) => /sstr=Tone/.test(w.location.href) && w.document.readyState === 'complete', null, 'the search');
+  await page.shows('', /sstr=Tone/);
   const titles = await page.in('', (w) => Array.from(w.document.querySelectorAll('a[onclick^=openWin]'), (a) => a.textContent));
   assert.deepEqual(titles, ['Tone \u97f3\u8c03']);
   await page.screenshot('media-list');
@@ -131,7 +120,7 @@ flow(test, 'media: add, find, play, play several, seek, describe, replace and de
 
   // The description.
   await page.goto(server.base + '/Medium_Info.asp?id=' + id);
-  assert.match(await page.in('', (w) => w.document.body.innerText), /A sine of 440 Hz/);
+  assert.match(await page.text(), /A sine of 440 Hz/);
 
   // Replace the file: the confirm is accepted.
   await page.goto(server.base + '/Sys_Medium_Modify.asp?ID=' + id);
@@ -152,11 +141,9 @@ flow(test, 'media: add, find, play, play several, seek, describe, replace and de
 });
 
 flow(test, 'media: a format the browser cannot play is named in Chinese', async (browser, t) => {
-  const server = await startServer({ sql: ["insert into Medium(Title,Medium_text,Path,filename,file_type,Author,PY) values('real','x','/Medium/','x.rm','audio_rm','b','R')"] });
+  const { server, page } = await session(browser, t, { sql: ["insert into Medium(Title,Medium_text,Path,filename,file_type,Author,PY) values('real','x','/Medium/','x.rm','audio_rm','b','R')"] });
   fs.writeFileSync(path.join(server.site, 'Medium', 'x.rm'), 'not media');
-  const page = await browser.newPage();
-  t.after(async () => { await page.close(); await server.stop(); });
-  await login(page, server.base);
+  await page.login(server.base);
   await page.goto(server.base + '/Medium_play_Audio.asp?id=1');
   const note = await page.waitIn('', (w) => {
     const n = w.document.querySelector('[data-tav-player-note]');
@@ -181,11 +168,9 @@ flow(test, 'media: a format the browser cannot play is named in Chinese', async 
 // listed as asf, which the browser can play).
 flow(test, 'media: several Windows Media titles play from their list', async (browser, t) => {
   const row = (id, file) => `insert into Medium(id,Title,Medium_text,Path,filename,file_type,Author,PY) values(${id},'wm${id}','x','/Medium/','${file}','audio_asf','b','W')`;
-  const server = await startServer({ sql: [row(1, 'tone.mp3'), row(2, 'tone2.mp3')] });
+  const { server, page } = await session(browser, t, { sql: [row(1, 'tone.mp3'), row(2, 'tone2.mp3')] });
   for (const f of ['tone.mp3', 'tone2.mp3']) fs.copyFileSync(path.join(__dirname, 'fixtures', f), path.join(server.site, 'Medium', f));
-  const page = await browser.newPage();
-  t.after(async () => { await page.close(); await server.stop(); });
-  await login(page, server.base);
+  await page.login(server.base);
   await page.goto(server.base + '/Medium_play_Audio.asp?id=1|2|');
   assert.match(page.url(), /\/Medium\/temp\/Audio\d+\.asx$/);
   const first = await waitPlaying(page);

@@ -6,8 +6,7 @@ const test = require('node:test');
 const assert = require('node:assert/strict');
 const fs = require('node:fs');
 const path = require('node:path');
-const { startServer } = require('./tavelor');
-const { flow, closeBrowsers } = require('./driver');
+const { flow, closeBrowsers, session } = require('./driver');
 
 test.after(closeBrowsers);
 
@@ -50,10 +49,8 @@ async function openIn(page, where, url) {
 }
 
 flow(test, 'no uncaught script error on any page, logged in and logged out', async (browser, t) => {
-  const server = await startServer();
-  const page = await browser.newPage();
+  const { server, page } = await session(browser, t);
   page.base = server.base;
-  t.after(async () => { await page.close(); await server.stop(); });
   const urls = pageUrls();
   assert.ok(urls.length > 20, 'the page table read');
   const failures = [];
@@ -64,11 +61,7 @@ flow(test, 'no uncaught script error on any page, logged in and logged out', asy
   };
 
   const desktop = async () => {
-    await page.goto(server.base + '/login.asp');
-    await page.fill('', '#username', 'admin');
-    await page.fill('', '#password', 'admin');
-    await page.clickAndWait('', 'input[name=btnlogin]');
-    await page.waitIn('bottom', (w) => w.document.readyState === 'complete', null, 'the desktop');
+    await page.login(server.base);
     await page.waitIn('dir', (w) => w.document.readyState === 'complete', null, 'the menu');
   };
   const start = page.mark();

@@ -56,4 +56,32 @@ async function startServer({ sql = [], args = [] } = {}) {
   };
 }
 
-module.exports = { startServer };
+// Fixture pages are kept in UTF-8 and sent as GBK bytes, as the host sends its pages.
+function gbk(text) { return execFileSync('iconv', ['-f', 'UTF-8', '-t', 'GBK'], { input: text }); }
+function sendHtml(res, bytes) { res.writeHead(200, { 'Content-Type': 'text/html; charset=gb2312' }); res.end(bytes); }
+
+// A server of the IE-era pages under fixtures/ (as gb2312) and of tavdialog.js as `tavelor init`
+// joins it. `handle(req, res, url)` answers first when it returns true; `requests` keeps every URL.
+function fixtureServer(handle = () => false) {
+  const { clientScript } = require('../js/client_script.js');
+  const requests = [];
+  const server = http.createServer((req, res) => {
+    requests.push(req.url);
+    const url = new URL(req.url, 'http://x');
+    if (handle(req, res, url)) return;
+    if (url.pathname === '/tavdialog.js') {
+      res.writeHead(200, { 'Content-Type': 'application/javascript' });
+      res.end(clientScript());
+      return;
+    }
+    const file = path.join(__dirname, 'fixtures', path.basename(url.pathname));
+    if (url.pathname.endsWith('.html') && fs.existsSync(file)) { sendHtml(res, gbk(fs.readFileSync(file))); return; }
+    res.writeHead(url.pathname === '/favicon.ico' ? 204 : 404);
+    res.end();
+  });
+  return new Promise((resolve) => server.listen(0, '127.0.0.1', () => resolve({
+    base: 'http://127.0.0.1:' + server.address().port, requests, close: () => server.close(),
+  })));
+}
+
+module.exports = { startServer, fixtureServer, gbk, sendHtml };

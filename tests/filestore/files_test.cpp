@@ -2,35 +2,25 @@
 #include <gtest/gtest.h>
 
 #include <filesystem>
-#include <fstream>
-#include <sstream>
 
-#include "frame/encoding.h"
 #include "tests/filestore/store_site.h"
+#include "tests/support/files.h"
+#include "tests/support/multipart.h"
 #include "tests/support/text.h"
 
 namespace fs = std::filesystem;
 using tav::test::count;
 using tav::test::has;
+using tav::test::slurp;
 using tav::test::StoreSite;
 
 namespace {
 
 const char kSpacer[] = "<tr><td colspan=2>&nbsp;</td></tr>";
 
-std::string slurp(const fs::path& p) {
-    std::ifstream in(p, std::ios::binary);
-    std::stringstream ss;
-    ss << in.rdbuf();
-    return ss.str();
-}
-
 std::string upload_body(const std::string& folder, const std::string& filename, const std::string& content) {
-    const std::string b = "------TavelorBoundary";
-    std::string body = b + "\r\nContent-Disposition: form-data; name=\"File1\"; filename=\"" + tav::utf8_to_gb(filename) +
-                       "\"\r\nContent-Type: text/plain\r\n\r\n" + content + "\r\n";
-    body += b + "\r\nContent-Disposition: form-data; name=\"Folder\"\r\n\r\n" + tav::utf8_to_gb(folder) + "\r\n";
-    return body + b + "--\r\n";
+    return tav::test::multipart_body("----TavelorBoundary",
+                                     {tav::test::file_part("File1", filename, content), {"Folder", folder}});
 }
 
 }  // namespace

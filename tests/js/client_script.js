@@ -3,8 +3,18 @@
 // the parts under site/compat/ in the order of compat/order.txt.
 const fs = require('node:fs');
 const path = require('node:path');
+const vm = require('node:vm');
 
-const COMPAT = path.join(__dirname, '..', '..', 'site', 'compat');
+const SITE = path.join(__dirname, '..', '..', 'site');
+const COMPAT = path.join(SITE, 'compat');
+
+// Runs a script of site/ (`rel` to it) as a page loads it: its top-level names become members
+// of the returned context, which starts with `globals`.
+function runSiteScript(rel, globals = {}) {
+  const ctx = vm.createContext(globals);
+  vm.runInContext(fs.readFileSync(path.join(SITE, rel), 'utf8'), ctx);
+  return ctx;
+}
 
 function parts() {
   return fs.readFileSync(path.join(COMPAT, 'order.txt'), 'utf8').split('\n')
@@ -25,4 +35,4 @@ function loadClientScript() {
   return module.exports;
 }
 
-module.exports = { COMPAT, parts, clientScript, loadClientScript };
+module.exports = { COMPAT, parts, clientScript, loadClientScript, runSiteScript };

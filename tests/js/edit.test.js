@@ -3,11 +3,7 @@
 // decisions it takes before the browser's edit commands run.
 const test = require('node:test');
 const assert = require('node:assert/strict');
-const fs = require('node:fs');
-const path = require('node:path');
-const vm = require('node:vm');
-
-const SRC = fs.readFileSync(path.join(__dirname, '..', '..', 'site', 'edit.js'), 'utf8');
+const { runSiteScript } = require('./client_script.js');
 
 function escapeHtml(s) { return s.replace(/&/g, '&amp;').replace(/</g, '&lt;').replace(/>/g, '&gt;'); }
 function textOf(html) {
@@ -106,8 +102,7 @@ function editor({ html = '', collapsed = true, prompts = [], dialog, exec } = {}
     ctx.showModalDialog = (url, args, features) => { log.push(['dialog', url]); return dialog(); };
   }
   ctx.window = ctx;
-  vm.createContext(ctx);
-  vm.runInContext(SRC, ctx);
+  runSiteScript('edit.js', ctx);
   const commands = () => log.filter((e) => Array.isArray(e) && e[0] === 'exec').map((e) => e.slice(1));
   return { ctx, log, alerts, asked, body, editDoc, fColor, commands };
 }

@@ -3,16 +3,9 @@
 // browser cannot play, and the progress line.
 const test = require('node:test');
 const assert = require('node:assert/strict');
-const fs = require('node:fs');
-const path = require('node:path');
-const vm = require('node:vm');
+const { runSiteScript } = require('./client_script.js');
 
-function load(part) {
-  const ctx = { root: null, hostOnly: false, module: { exports: {} } };
-  vm.createContext(ctx);
-  vm.runInContext(fs.readFileSync(path.join(__dirname, '..', '..', 'site', 'compat', part + '.js'), 'utf8'), ctx);
-  return ctx;
-}
+const load = (part) => runSiteScript('compat/' + part + '.js', { root: null, hostOnly: false, module: { exports: {} } });
 
 test('media: playlists of every kind give their entries in order, mms turned to http', () => {
   const m = load('media');

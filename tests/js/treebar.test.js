@@ -3,17 +3,10 @@
 // whose fake document has no createElement, so nothing is drawn.
 const test = require('node:test');
 const assert = require('node:assert');
-const fs = require('node:fs');
-const path = require('node:path');
 const vm = require('node:vm');
+const { runSiteScript } = require('./client_script.js');
 
-const src = fs.readFileSync(path.join(__dirname, '../../site/TreeBar.html'), 'utf8');
-
-function load(globals) {
-  const ctx = vm.createContext(Object.assign({ document: {} }, globals || {}));
-  vm.runInContext(src, ctx);
-  return ctx;
-}
+const load = (globals) => runSiteScript('TreeBar.html', Object.assign({ document: {} }, globals || {}));
 const tb = load();
 const plain = (v) => JSON.parse(JSON.stringify(v));
 

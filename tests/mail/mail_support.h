@@ -3,43 +3,20 @@
 #pragma once
 
 #include <filesystem>
-#include <optional>
 #include <string>
 #include <utility>
 #include <vector>
 
 #include <gtest/gtest.h>
 
-#include "frame/encoding.h"
 #include "tests/support/accounts.h"
+#include "tests/support/multipart.h"
 #include "tests/support/test_site.h"
 #include "tests/support/text.h"
 
 namespace tav::test::mail {
 
-struct Part {
-    std::string name;                     // UTF-8
-    std::optional<std::string> filename;  // UTF-8; a file part when set
-    std::string content;                  // UTF-8 for fields, bytes for files
-};
-
-inline const std::string kBoundary = "------WebKitFormBoundaryM41l";
-
-// Headers and field values in GB18030, as the browser sends a gb2312 form.
-inline std::string multipart(const std::vector<Part>& parts) {
-    std::string b;
-    for (const auto& p : parts) {
-        b += kBoundary + "\r\n";
-        b += "Content-Disposition: form-data; name=\"" + utf8_to_gb(p.name) + "\"";
-        if (p.filename) {
-            b += "; filename=\"" + utf8_to_gb(*p.filename) + "\"\r\nContent-Type: application/octet-stream\r\n";
-            b += "\r\n" + p.content + "\r\n";
-        } else {
-            b += "\r\n\r\n" + utf8_to_gb(p.content) + "\r\n";
-        }
-    }
-    return b + kBoundary + "--\r\n";
-}
+inline const std::string kBoundary = "----WebKitFormBoundaryM41l";
 
 struct MailSite {
     TestSite site;
@@ -61,19 +38,16 @@ struct MailSite {
     };
     Reply send(const std::string& to_user_idstr, const std::string& title, const std::string& body = "<p>正文</p>",
                const std::vector<File>& files = {}, const std::string& degree = "2") {
-        std::vector<Part> parts = {{"EmailTo", std::nullopt, "x;"},
-                                   {"to_user_idstr", std::nullopt, to_user_idstr},
-                                   {"ImpDegree", std::nullopt, degree},
-                                   {"Email_title", std::nullopt, title}};
+        std::vector<FormPart> parts = {
+            {"EmailTo", "x;"}, {"to_user_idstr", to_user_idstr}, {"ImpDegree", degree}, {"Email_title", title}};
         for (int slot = 1; slot <= 4; ++slot) {
-            Part p{"File" + std::to_string(slot), std::string(), ""};
+            FormPart p = file_part("File" + std::to_string(slot), "", "");
             for (const File& f : files)
-                if (f.slot == slot) p = {"File" + std::to_string(slot), f.name, f.bytes};
+                if (f.slot == slot) p = file_part(p.name, f.name, f.bytes);
             parts.push_back(p);
         }
-        parts.push_back({"body", std::nullopt, body});
-        return site.post_raw("/Email_sendDo.asp", "multipart/form-data; boundary=" + kBoundary.substr(2),
-                             multipart(parts));
+        parts.push_back({"body", body});
+        return site.post_raw("/Email_sendDo.asp", multipart_type(kBoundary), multipart_body(kBoundary, parts));
     }
 
     std::string scalar(const std::string& sql) { return site.scalar(sql, "v"); }

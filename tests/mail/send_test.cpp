@@ -2,27 +2,17 @@
 // files a sending leaves.
 #include <gtest/gtest.h>
 
-#include <fstream>
-#include <sstream>
 #include <string>
 #include <vector>
 
 #include "tests/mail/mail_support.h"
+#include "tests/support/files.h"
 
 using tav::test::has;
 using tav::test::count;
 using tav::test::mail::MailSite;
 
-namespace {
-
-std::string slurp(const std::string& path) {
-    std::ifstream in(path, std::ios::binary);
-    std::stringstream ss;
-    ss << in.rdbuf();
-    return ss.str();
-}
-
-}  // namespace
+using tav::test::slurp;
 
 TEST(MailSend, ThreeRecipientsTwoFilesShareOneAttachmentString) {
     MailSite m;
