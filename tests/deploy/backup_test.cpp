@@ -32,7 +32,7 @@ namespace {
 
 using test::free_port;
 using test::slurp;
-using test::spit;
+using test::put_file;
 
 
 

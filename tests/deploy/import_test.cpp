@@ -22,7 +22,7 @@ using tav::utf8_to_gb;
 namespace {
 
 using tav::test::slurp;
-using tav::test::spit;
+using tav::test::put_file;
 
 
 
