@@ -952,6 +952,17 @@ void upgrade_database(const std::string& path) {
          "  UPDATE unread_tally SET num = num + 1 WHERE NEW.read = 0 AND NEW.To_del <> 2 AND user_id = NEW.to_user_id;\n"
          "END;",
          nullptr},
+        // The lists' order: each screen is an index range (see read_list).
+        {"datas_sub_menu_date", "select Sub_menu, D_date from Datas",
+         "CREATE INDEX datas_sub_menu_date ON Datas(Sub_menu, D_date);", nullptr},
+        {"email_inbox", "select to_user_id, To_del from Email",
+         "CREATE INDEX email_inbox ON Email(to_user_id, To_del, id);", nullptr},
+        {"email_sent", "select send_user_id, Send_del from Email",
+         "CREATE INDEX email_sent ON Email(send_user_id, Send_del, id);", nullptr},
+        {"book_reply_date", "select Reply_id, Book_date from Book",
+         "CREATE INDEX book_reply_date ON Book(Reply_id, Book_date);", nullptr},
+        {"address_user_id", "select User_id from Address", "CREATE INDEX address_user_id ON Address(User_id);",
+         nullptr},
         {"user_online", "select online from user",
          "CREATE INDEX user_online ON user(id) WHERE online<>0;",
          nullptr},
