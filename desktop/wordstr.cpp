@@ -23,7 +23,9 @@ void WordStrGroup::write_poll_head(const char* setting) {
 }
 
 Value WordStrGroup::count_new_mail() {
-    Recordset rs = page_.connection().execute("select count(id) as num from email where read=0 and to_del<>2 and to_user_id="_sql +
+    // The store keeps each account's unread count (unread_tally in the
+    // schema): every open desktop polls this figure.
+    Recordset rs = page_.connection().execute("select coalesce(sum(num),0) as num from unread_tally where user_id="_sql +
                       Session("user_id"));
     num = rs("num");
     return num;

@@ -14,6 +14,7 @@
 #include <cstdlib>
 #include <filesystem>
 #include <map>
+#include <regex>
 #include <mutex>
 #include <stdexcept>
 #include <sys/stat.h>
@@ -127,6 +128,32 @@ std::optional<FileId> file_id(const std::string& path) {
 
 }  // namespace
 
+// A list statement the store can read from a remembered boundary: one
+// table, all its columns, an optional condition and at most one order
+// column ("rowid" when the statement names none: the rows then come in the
+// order of their row ids). Equal values of the order column come in row id
+// order, the direction of the order, as the engine's index walk gives them.
+struct ListShape {
+    std::string table;
+    std::string where;
+    std::string column;
+    bool desc = false;
+};
+
+// What the store remembers of one list statement: its shape, and for each
+// set of parameter values, where screens start (row number -> the order
+// value and row id of the row just before it).
+struct ListMemo {
+    std::optional<ListShape> shape;
+    struct Mark {
+        BoundSql::Param value;
+        long long rowid = 0;
+    };
+    std::unordered_map<std::string, std::map<long long, Mark>> marks;
+};
+
+std::optional<ListShape> list_shape(const std::string& engine_text);
+
 // An engine handle with what it keeps between requests: its prepared
 // statements and the identity of the file it was opened on.
 struct StoreHandle {
@@ -149,6 +176,18 @@ struct StoreHandle {
     // Names from requests already looked up in the schema, which pages
     // cannot change. Bounded: the names come from users.
     std::unordered_map<std::string, bool> schema_names;
+    // List statements read a screen at a time (see read_list), and the
+    // database version their boundaries belong to.
+    std::unordered_map<std::string, ListMemo> lists;
+    unsigned list_version = 0;
+    ListMemo& list_memo(const std::string& placeholders) {
+        auto it = lists.find(placeholders);
+        if (it != lists.end()) return it->second;
+        if (lists.size() >= 128) lists.clear();
+        ListMemo& memo = lists[placeholders];
+        memo.shape = list_shape(translate_sql(placeholders));
+        return memo;
+    }
 
     ~StoreHandle() {
         for (auto& c : lru) sqlite3_finalize(c.st);
@@ -471,6 +510,29 @@ void Connection::Open(const std::string& connection_string, std::source_location
     if (!impl->h) impl->h = open_handle(*resolved, *file);
     impl_ = std::move(impl);
 }
+std::optional<ListShape> list_shape(const std::string& text) {
+    static const std::regex form(
+        R"(^\s*select\s+\*\s+from\s+([A-Za-z_][A-Za-z0-9_]*)(?:\s+where\s+([\s\S]*?))?)"
+        R"((?:\s+order\s+by\s+([A-Za-z_][A-Za-z0-9_]*)(?:\s+(asc|desc))?)?\s*;?\s*$)",
+        std::regex::icase | std::regex::ECMAScript);
+    // A condition with any of these may change which rows or in what order:
+    // such a list is read with the plain offset instead.
+    static const std::regex unsafe(R"(\b(select|union|intersect|except|group|having|limit|offset|order|join)\b)",
+                                   std::regex::icase | std::regex::ECMAScript);
+    // The matcher recurses a step a character: list statements are short.
+    if (text.size() > 2000) return std::nullopt;
+    std::smatch m;
+    if (!std::regex_match(text, m, form)) return std::nullopt;
+    ListShape shape{m[1].str(), m[2].str(), m[3].matched ? m[3].str() : "rowid", false};
+    if (std::regex_search(shape.where, unsafe)) return std::nullopt;
+    // Without an order, rows come as the engine finds them: in row id order
+    // only for the whole table or one equality on an indexed column.
+    static const std::regex one_equality(R"(^\s*[A-Za-z_][A-Za-z0-9_]*\s*=\s*:[a-z][0-9]+\s*$)");
+    if (!m[3].matched && !shape.where.empty() && !std::regex_match(shape.where, one_equality)) return std::nullopt;
+    shape.desc = m[4].matched && iequals(m[4].str(), "desc");
+    return shape;
+}
+
 // Whether a name from a request is one of the schema's tables or columns.
 static bool lookup_schema_name(sqlite3* db, const std::string& name) {
     if (name.size() >= 7 && iequals(std::string_view(name).substr(0, 7), "sqlite_")) return false;
@@ -501,6 +563,8 @@ static bool schema_name(StoreHandle& h, const std::string& name) {
 
 // Prepares the engine's form of a statement with placeholders, checked to
 // be one statement of the four verbs. The caller owns the result.
+static sqlite3_stmt* prepare_engine(sqlite3* db, const std::string& text);
+
 static sqlite3_stmt* prepare_checked(sqlite3* db, const std::string& placeholders, std::size_t window_rows,
                                      long long window_offset) {
     std::string text = translate_sql(placeholders);
@@ -512,6 +576,11 @@ static sqlite3_stmt* prepare_checked(sqlite3* db, const std::string& placeholder
         text = "select * from (" + text.substr(0, end) + ") limit " + std::to_string(window_rows) + " offset " +
                std::to_string(window_offset);
     }
+    return prepare_engine(db, text);
+}
+
+// Prepares a statement already in the engine's form, refusing a second one.
+static sqlite3_stmt* prepare_engine(sqlite3* db, const std::string& text) {
     sqlite3_stmt* st = nullptr;
     const char* tail = nullptr;
     int rc = sqlite3_prepare_v3(db, text.c_str(), static_cast<int>(text.size()) + 1, SQLITE_PREPARE_PERSISTENT, &st,
@@ -538,47 +607,28 @@ Recordset Connection::execute_window(const Sql& sql, std::size_t rows, long long
     return run(sql, rows, offset < 0 ? 0 : offset, loc);
 }
 
-Recordset Connection::run(const Sql& sql, std::size_t window_rows, long long window_offset,
-                          std::source_location loc) {
-    host_call(loc);
-    if (!is_open()) raise_error(closed_object, closed_text);
-    StoreHandle& h = *impl_->h;
-    sqlite3* db = h.db;
-    BoundSql bound;
-    std::string error = bind_sql(sql, bound, [&h](const std::string& n) { return schema_name(h, n); });
-    if (!error.empty()) raise_error(err::sql_failure, error);
-    if (bound.text.size() > max_program_bytes) raise_error(err::sql_failure, "statement too long");
+namespace {
 
-    std::string key = bound.text;
-    if (window_rows) key += "\n-- window " + std::to_string(window_rows) + " " + std::to_string(window_offset);
-    sqlite3_stmt* st = h.find(key);
-    if (!st) {
-        st = prepare_checked(db, bound.text, window_rows, window_offset);
-        h.keep(key, st);
-    }
-    if (impl_->hold_reads) {
-        if (sqlite3_stmt_readonly(st))
-            h.begin_reads();
-        else
-            h.end_reads();
-    }
+// Binds the parameters (placeholders :<kind><n> name params[n-1]), steps the
+// statement to its end and resets it. key_col >= 0 also records, a row, the
+// engine's type of that column: a list's boundary keeps it exactly.
+std::shared_ptr<Recordset::Data> step_rows(sqlite3* db, sqlite3_stmt* st, const std::vector<BoundSql::Param>& params,
+                                           const Deadline& deadline, int key_col = -1,
+                                           std::vector<BoundSql::Param>* keys = nullptr) {
     // Back to rest whichever way this ends, ready for the next call.
     struct Rest {
         sqlite3_stmt* st;
-        sqlite3* db;
         ~Rest() {
             sqlite3_reset(st);
             sqlite3_clear_bindings(st);
-            sqlite3_progress_handler(db, 0, nullptr, nullptr);
         }
-    } rest{st, db};
-
+    } rest{st};
     int rc = SQLITE_OK;
     for (int i = 1, n = sqlite3_bind_parameter_count(st); i <= n; ++i) {
         const char* name = sqlite3_bind_parameter_name(st, i);
         std::size_t k = name && name[0] == ':' && name[1] ? std::strtoul(name + 2, nullptr, 10) : 0;
-        if (k == 0 || k > bound.params.size()) raise_error(err::sql_failure, "near \"?\": syntax error");
-        const BoundSql::Param& p = bound.params[k - 1];
+        if (k == 0 || k > params.size()) raise_error(err::sql_failure, "near \"?\": syntax error");
+        const BoundSql::Param& p = params[k - 1];
         if (p.is_text)
             rc = sqlite3_bind_text64(st, i, p.text.data(), p.text.size(), SQLITE_STATIC, SQLITE_UTF8);
         else if (p.integral)
@@ -587,14 +637,6 @@ Recordset Connection::run(const Sql& sql, std::size_t window_rows, long long win
             rc = sqlite3_bind_double(st, i, p.number);
         if (rc != SQLITE_OK) raise_error(err::sql_failure, sqlite3_errmsg(db));
     }
-
-    // The page's script time limit holds inside the engine too.
-    Deadline deadline{std::chrono::steady_clock::time_point::max()};
-    if (Context* ctx = current_context(); ctx && ctx->server) {
-        deadline.at = ctx->started + std::chrono::seconds(ctx->server->script_timeout());
-        sqlite3_progress_handler(db, progress_steps, check_deadline, &deadline);
-    }
-
     auto data = std::make_shared<Recordset::Data>();
     int ncol = sqlite3_column_count(st);
     for (int i = 0; i < ncol; ++i) {
@@ -612,10 +654,219 @@ Recordset Connection::run(const Sql& sql, std::size_t window_rows, long long win
         }
         if (bytes > max_result_bytes) raise_error(err::sql_failure, result_too_large);
         data->rows.push_back(std::move(row));
+        if (keys && key_col >= 0 && key_col < ncol) {
+            BoundSql::Param k{};
+            switch (sqlite3_column_type(st, key_col)) {
+            case SQLITE_INTEGER:
+                k.integral = true;
+                k.integer = sqlite3_column_int64(st, key_col);
+                break;
+            case SQLITE_FLOAT: k.number = sqlite3_column_double(st, key_col); break;
+            case SQLITE_TEXT:
+                k.is_text = true;
+                k.text = std::string(reinterpret_cast<const char*>(sqlite3_column_text(st, key_col)),
+                                     static_cast<std::size_t>(sqlite3_column_bytes(st, key_col)));
+                break;
+            default: k.text = "\x01";  // NULL or a blob: no boundary is kept at such a row
+            }
+            keys->push_back(std::move(k));
+        }
     }
     if (deadline.expired) throw ScriptTimeout{};
     if (rc != SQLITE_DONE) raise_error(err::sql_failure, sqlite3_errmsg(db));
-    return Recordset(std::move(data));
+    return data;
+}
+
+sqlite3_stmt* cached_statement(StoreHandle& h, const std::string& key, const std::string& text, bool translate) {
+    sqlite3_stmt* st = h.find(key);
+    if (!st) {
+        st = translate ? prepare_checked(h.db, text, 0, 0) : prepare_engine(h.db, text);
+        h.keep(key, st);
+    }
+    return st;
+}
+
+BoundSql::Param int_param(long long v) {
+    BoundSql::Param p{};
+    p.integral = true;
+    p.integer = v;
+    return p;
+}
+
+// The parameters' values as one key: the same statement text with other
+// values is another list.
+std::string params_key(const std::vector<BoundSql::Param>& params) {
+    std::string key;
+    for (const auto& p : params) {
+        if (p.is_text)
+            key += "t" + std::to_string(p.text.size()) + ":" + p.text;
+        else if (p.integral)
+            key += "i" + std::to_string(p.integer) + ";";
+        else
+            key += "d" + std::to_string(p.number) + ";";
+    }
+    return key;
+}
+
+// One screen of a list the store knows the shape of (see ListShape): read
+// from the nearest boundary remembered at or before the screen, else from
+// the start; the screen's first and last rows are remembered in turn, so
+// the next, the previous and the same screen read from there. A boundary is
+// only used within the database version it was read in.
+std::shared_ptr<Recordset::Data> read_list(StoreHandle& h, const BoundSql& bound, ListMemo& memo, std::size_t rows,
+                                           long long offset, const Deadline& deadline) {
+    const ListShape& shape = *memo.shape;
+    const bool by_rowid = iequals(shape.column, "rowid");
+    const char* op = shape.desc ? "<" : ">";
+    const std::string dir = shape.desc ? " DESC" : "";
+    const std::string where = shape.where.empty() ? "" : "(" + shape.where + ") and ";
+    const std::string order = " order by " + (by_rowid ? std::string("rowid") + dir : shape.column + dir + ", rowid" + dir);
+    const std::string pkey = params_key(bound.params);
+
+    auto nearest = [&](long long& at) -> const ListMemo::Mark* {
+        auto marks = memo.marks.find(pkey);
+        if (marks == memo.marks.end()) return nullptr;
+        auto it = marks->second.upper_bound(offset);
+        if (it == marks->second.begin()) return nullptr;
+        --it;
+        at = it->first;
+        return &it->second;
+    };
+
+    bool use_marks = true;
+    for (;;) {
+        long long from = 0;
+        const ListMemo::Mark* mark = use_marks ? nearest(from) : nullptr;
+        if (!mark) from = 0;
+        long long skip = offset - from;
+        // One row before the screen, when there is one, gives the screen's
+        // own boundary.
+        const bool lead = skip > 0;
+        if (lead) --skip;
+        const long long want = static_cast<long long>(rows) + (lead ? 1 : 0);
+
+        std::vector<BoundSql::Param> params = bound.params;
+        auto ph = [&params](BoundSql::Param p) {
+            params.push_back(std::move(p));
+            return " :k" + std::to_string(params.size()) + " ";
+        };
+        std::string text, key;
+        if (mark) {
+            std::string b = ph(mark->value), r = ph(int_param(mark->rowid));
+            std::string after = by_rowid ? "rowid " + std::string(op) + r
+                                         : shape.column + " " + op + "=" + b + " and (" + shape.column + " " + op + b +
+                                               " or rowid " + op + r + ")";
+            text = "select *, rowid from " + shape.table + " where " + where + after + order;
+            key = bound.text + "\n-- list after";
+        } else {
+            text = "select *, rowid from " + shape.table + (shape.where.empty() ? "" : " where (" + shape.where + ")") +
+                   order;
+            key = bound.text + "\n-- list";
+        }
+        text += " limit" + ph(int_param(want)) + "offset" + ph(int_param(skip));
+        sqlite3_stmt* st = cached_statement(h, key, text, false);
+        int key_col = -1;
+        for (int i = 0, n = sqlite3_column_count(st) - 1; i < n && !by_rowid; ++i)
+            if (iequals(sqlite3_column_name(st, i), shape.column)) key_col = i;
+        if (by_rowid) key_col = sqlite3_column_count(st) - 1;
+        std::vector<BoundSql::Param> keys;
+        auto data = step_rows(h.db, st, params, deadline, key_col, &keys);
+
+        // The version of the snapshot just read: boundaries from an older
+        // one may point anywhere now.
+        unsigned version = 0;
+        sqlite3_file_control(h.db, "main", SQLITE_FCNTL_DATA_VERSION, &version);
+        if (version != h.list_version) {
+            h.list_version = version;
+            for (auto& [text_key, m] : h.lists) m.marks.clear();
+            if (mark) {
+                use_marks = false;
+                continue;
+            }
+        }
+        const long long got = static_cast<long long>(data->rows.size());
+        // Descending, rows without a value come after the boundary's range;
+        // a short read from a boundary holds the end only when there are none.
+        if (mark && got < want && shape.desc && !by_rowid) {
+            std::string probe = "select 1 from " + shape.table + " where " + where + shape.column + " is null limit 1";
+            auto none = step_rows(h.db, cached_statement(h, bound.text + "\n-- list nulls", probe, false), bound.params,
+                                  deadline);
+            if (!none->rows.empty()) {
+                use_marks = false;
+                continue;
+            }
+        }
+
+        const int rowid_col = static_cast<int>(data->columns.size()) - 1;
+        auto remember = [&](long long at, std::size_t i) {
+            if (key_col < 0 || keys[i].text == "\x01") return;
+            auto& marks = memo.marks[pkey];
+            if (marks.size() >= 512) marks.clear();
+            marks[at] = ListMemo::Mark{keys[i], data->rows[i][static_cast<std::size_t>(rowid_col)].lng()};
+        };
+        if (memo.marks.size() >= 256 && !memo.marks.count(pkey)) memo.marks.clear();
+        if (got > 0) {
+            if (lead) remember(offset, 0);
+            remember(from + skip + got, static_cast<std::size_t>(got - 1));
+        }
+        if (lead && got > 0) data->rows.erase(data->rows.begin());
+        for (auto& row : data->rows) row.pop_back();
+        data->columns.pop_back();
+        return data;
+    }
+}
+
+}  // namespace
+
+Recordset Connection::run(const Sql& sql, std::size_t window_rows, long long window_offset,
+                          std::source_location loc) {
+    host_call(loc);
+    if (!is_open()) raise_error(closed_object, closed_text);
+    StoreHandle& h = *impl_->h;
+    sqlite3* db = h.db;
+    BoundSql bound;
+    std::string error = bind_sql(sql, bound, [&h](const std::string& n) { return schema_name(h, n); });
+    if (!error.empty()) raise_error(err::sql_failure, error);
+    if (bound.text.size() > max_program_bytes) raise_error(err::sql_failure, "statement too long");
+
+    ListMemo* memo = window_rows ? &h.list_memo(bound.text) : nullptr;
+    if (memo && !memo->shape) memo = nullptr;
+
+    sqlite3_stmt* st = nullptr;
+    if (!memo) {
+        std::string key = bound.text;
+        if (window_rows) key += "\n-- window " + std::to_string(window_rows) + " " + std::to_string(window_offset);
+        st = h.find(key);
+        if (!st) {
+            st = prepare_checked(db, bound.text, window_rows, window_offset);
+            h.keep(key, st);
+        }
+    }
+    // A list read may take two statements; they share one snapshot.
+    const bool own_snapshot = memo && !impl_->hold_reads;
+    if (impl_->hold_reads || own_snapshot) {
+        if (!st || sqlite3_stmt_readonly(st))
+            h.begin_reads();
+        else
+            h.end_reads();
+    }
+    struct Rest {
+        StoreHandle& h;
+        bool own;
+        ~Rest() {
+            sqlite3_progress_handler(h.db, 0, nullptr, nullptr);
+            if (own) h.end_reads();
+        }
+    } rest{h, own_snapshot};
+
+    // The page's script time limit holds inside the engine too.
+    Deadline deadline{std::chrono::steady_clock::time_point::max()};
+    if (Context* ctx = current_context(); ctx && ctx->server) {
+        deadline.at = ctx->started + std::chrono::seconds(ctx->server->script_timeout());
+        sqlite3_progress_handler(db, progress_steps, check_deadline, &deadline);
+    }
+    if (memo) return Recordset(read_list(h, bound, *memo, window_rows, window_offset, deadline));
+    return Recordset(step_rows(db, st, bound.params, deadline));
 }
 
 // ---------------------------------------------------------------------------
@@ -670,6 +921,87 @@ void upgrade_database(const std::string& path) {
         sqlite3_free(err);
         if (!failure.empty()) break;
     }
+    // Tables, triggers and indexes added since: made when missing, a new
+    // table filled from the rows it stands for, all in one transaction. The
+    // text is the schema's own (site/datebase/schema.sql).
+    static const char* const objects[][4] = {
+        {"unread_tally", "select to_user_id, read, To_del from Email",
+         "CREATE TABLE unread_tally (\n"
+         "  user_id NOT NULL PRIMARY KEY,\n"
+         "  num INTEGER NOT NULL DEFAULT 0\n"
+         ");",
+         "INSERT INTO unread_tally(user_id, num) SELECT to_user_id, count(*) FROM Email"
+         " WHERE read = 0 AND To_del <> 2 AND to_user_id IS NOT NULL GROUP BY to_user_id"},
+        {"unread_tally_insert", "select to_user_id, read, To_del from Email",
+         "CREATE TRIGGER unread_tally_insert AFTER INSERT ON Email\n"
+         "WHEN NEW.read = 0 AND NEW.To_del <> 2 AND NEW.to_user_id IS NOT NULL BEGIN\n"
+         "  INSERT OR IGNORE INTO unread_tally(user_id, num) VALUES (NEW.to_user_id, 0);\n"
+         "  UPDATE unread_tally SET num = num + 1 WHERE user_id = NEW.to_user_id;\n"
+         "END;",
+         nullptr},
+        {"unread_tally_delete", "select to_user_id, read, To_del from Email",
+         "CREATE TRIGGER unread_tally_delete AFTER DELETE ON Email WHEN OLD.read = 0 AND OLD.To_del <> 2 BEGIN\n"
+         "  UPDATE unread_tally SET num = num - 1 WHERE user_id = OLD.to_user_id;\n"
+         "END;",
+         nullptr},
+        {"unread_tally_update", "select to_user_id, read, To_del from Email",
+         "CREATE TRIGGER unread_tally_update AFTER UPDATE OF to_user_id, read, To_del ON Email BEGIN\n"
+         "  UPDATE unread_tally SET num = num - 1 WHERE OLD.read = 0 AND OLD.To_del <> 2 AND user_id = OLD.to_user_id;\n"
+         "  INSERT OR IGNORE INTO unread_tally(user_id, num) SELECT NEW.to_user_id, 0\n"
+         "    WHERE NEW.read = 0 AND NEW.To_del <> 2 AND NEW.to_user_id IS NOT NULL;\n"
+         "  UPDATE unread_tally SET num = num + 1 WHERE NEW.read = 0 AND NEW.To_del <> 2 AND user_id = NEW.to_user_id;\n"
+         "END;",
+         nullptr},
+        // The lists' order: each screen is an index range (see read_list).
+        {"datas_sub_menu_date", "select Sub_menu, D_date from Datas",
+         "CREATE INDEX datas_sub_menu_date ON Datas(Sub_menu, D_date);", nullptr},
+        {"email_inbox", "select to_user_id, To_del from Email",
+         "CREATE INDEX email_inbox ON Email(to_user_id, To_del, id);", nullptr},
+        {"email_sent", "select send_user_id, Send_del from Email",
+         "CREATE INDEX email_sent ON Email(send_user_id, Send_del, id);", nullptr},
+        {"book_reply_date", "select Reply_id, Book_date from Book",
+         "CREATE INDEX book_reply_date ON Book(Reply_id, Book_date);", nullptr},
+        {"address_user_id", "select User_id from Address", "CREATE INDEX address_user_id ON Address(User_id);",
+         nullptr},
+        {"user_online", "select online from user",
+         "CREATE INDEX user_online ON user(id) WHERE online<>0;",
+         nullptr},
+        {"user_password_lose", "select password_lose from user",
+         "CREATE INDEX user_password_lose ON user(id) WHERE password_lose<>0;",
+         nullptr},
+    };
+    auto exec = [&](const char* sql) {
+        char* err = nullptr;
+        if (failure.empty() && sqlite3_exec(db, sql, nullptr, nullptr, &err) != SQLITE_OK) failure = err ? err : sql;
+        sqlite3_free(err);
+    };
+    exec("BEGIN IMMEDIATE");
+    auto in_schema = [&](const char* name) {
+        sqlite3_stmt* st = nullptr;
+        bool present = false;
+        if (sqlite3_prepare_v2(db, "select 1 from sqlite_schema where name = ? collate nocase", -1, &st, nullptr) ==
+            SQLITE_OK) {
+            sqlite3_bind_text(st, 1, name, -1, SQLITE_STATIC);
+            present = sqlite3_step(st) == SQLITE_ROW;
+        }
+        sqlite3_finalize(st);
+        return present;
+    };
+    // A database without the columns has no rows for the object to serve.
+    auto has_columns = [&](const char* probe) {
+        sqlite3_stmt* st = nullptr;
+        bool ok = sqlite3_prepare_v2(db, probe, -1, &st, nullptr) == SQLITE_OK;
+        sqlite3_finalize(st);
+        return ok;
+    };
+    for (const auto& [name, columns, create, fill] : objects) {
+        if (!failure.empty()) break;
+        if (in_schema(name) || !has_columns(columns)) continue;
+        exec(create);
+        if (fill) exec(fill);
+    }
+    exec(failure.empty() ? "COMMIT" : "ROLLBACK");
+    if (!failure.empty()) sqlite3_exec(db, "ROLLBACK", nullptr, nullptr, nullptr);
     sqlite3_close_v2(db);
     if (!failure.empty()) throw std::runtime_error("upgrading " + path + ": " + failure);
 }

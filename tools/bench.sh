@@ -29,7 +29,12 @@ nginx_bin="$(command -v nginx || echo /usr/sbin/nginx)"
 [ -f build/release/CMakeCache.txt ] || cmake --preset release >/dev/null
 # Builds share one lock; a caller that already holds it (flock LOCK bash
 # tools/bench.sh ...) must not wait for itself.
-if [ -n "${TAVELOR_BUILD_LOCK_HELD:-}" ] || ps -o args= -p "$PPID" | grep -q 'flock /tmp/tavelor-build.lock'; then
+# TAVELOR_BIN=DIR runs the programs of another build (an earlier one, for
+# figures before a change) without building.
+bin="${TAVELOR_BIN:-build/release}"
+if [ -n "${TAVELOR_BIN:-}" ]; then
+  :
+elif [ -n "${TAVELOR_BUILD_LOCK_HELD:-}" ] || ps -o args= -p "$PPID" | grep -q 'flock /tmp/tavelor-build.lock'; then
   cmake --build --preset release --target tavelor tavelor_bench_inputs -j2 >/dev/null
 else
   flock /tmp/tavelor-build.lock cmake --build --preset release --target tavelor tavelor_bench_inputs -j2 >/dev/null
@@ -52,11 +57,14 @@ trap cleanup EXIT
 
 free_port() { python3 -c 'import socket; s = socket.socket(); s.bind(("127.0.0.1", 0)); print(s.getsockname()[1])'; }
 
-build/release/tavelor init "$tmp/site" >/dev/null
+"$bin/tavelor" init "$tmp/site" >/dev/null
 port="$(free_port)"
-args=(serve "$tmp/site" --port "$port" --log "$tmp/app.log")
+# Trusting loopback as a proxy lets a suite sign in more sessions than one
+# address may open (it names its own address with X-Forwarded-For); the
+# rows here send none.
+args=(serve "$tmp/site" --port "$port" --log "$tmp/app.log" --trusted-proxy 127.0.0.1)
 [ -n "$workers" ] && args+=(--workers "$workers")
-build/release/tavelor "${args[@]}" >"$tmp/serve.out" 2>&1 &
+"$bin/tavelor" "${args[@]}" >"$tmp/serve.out" 2>&1 &
 pid=$!
 base="http://127.0.0.1:$port"
 for _ in $(seq 100); do
@@ -178,5 +186,7 @@ for suite in "${suites[@]}"; do
   source "tools/bench.d/$suite.sh"
 done
 
-echo "-- input readers (in-process, one thread, best processor time of several runs)"
-build/release/tavelor_bench_inputs
+if [ -x "$bin/tavelor_bench_inputs" ]; then
+  echo "-- input readers (in-process, one thread, best processor time of several runs)"
+  "$bin/tavelor_bench_inputs"
+fi

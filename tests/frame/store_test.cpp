@@ -662,3 +662,63 @@ TEST_F(StoreTest, ReusedStatementsTakeTheirNewValues) {
 }
 
 }  // namespace
+
+// Every list screen, read from a remembered boundary or from the start,
+// holds exactly the rows of the list statement skipped in memory: with
+// ties and empty values in the order column, in any order of visits, and
+// after another connection changed the rows.
+TEST_F(StoreTest, ListScreensAreThePlainStatementsRows) {
+    conn.execute("insert into user(username) values ('Bob')");
+    for (int i = 0; i < 95; ++i) {
+        std::string n = std::to_string(i);
+        // Three dates for 95 rows: long runs of equal values, and a few without.
+        conn.execute("insert into Datas(Sub_menu, D_title, D_date) values ('31''02', '"_sql + V(n.c_str()) + "', " +
+                     (i % 13 == 0 ? "null"_sql : "'2024-0"_sql + V(std::to_string(1 + i % 3).c_str()) + "'") + ")");
+        conn.execute("insert into Email(to_user_id, send_user_id, Email_title, To_del) values (1, 2, 'm', "_sql +
+                     (i % 7 == 0 ? 1 : 0) + ")");
+        conn.execute("insert into Book(Reply_id, Book_title, Book_date) values ("_sql + (i % 4 == 0 ? 3 : 0) +
+                     ", 'b', '2024-01-0" + V(std::to_string(i % 2).c_str()) + "')");
+        conn.execute("insert into Address(User_id, Name) values ("_sql + (1 + i % 2) + ", 'n')");
+        // Names equal but for capitals tie in the order.
+        conn.execute("insert into user(username) values ('"_sql + V(i % 3 ? "bob" : "BOB") + "')");
+    }
+    const std::vector<Sql> lists = {
+        "select * from Datas where Sub_menu='31''02' order by D_date DESC",
+        "select * from Email where to_user_id=1 and To_del=0 order by ID DESC",
+        "select * from Book where Reply_id=0 order by Book_date DESC",
+        "select * from Address where user_id=1",
+        "select * from User order by username ",
+        "select * from User order by id DESC",
+        "select * from Datas where Sub_menu='31''02'  and D_title like '%1%' order by D_date DESC",
+    };
+    Connection other;
+    other.Open(connstr(db));
+    auto check = [&](const Sql& sql, long long offset, const std::string& what) {
+        Recordset all = conn.execute(sql);
+        std::vector<std::string> want, got;
+        if (!all.eof() && offset > 0) all.Move(offset);
+        for (int n = 0; n < 10 && !all.eof(); ++n, all.movenext()) want.push_back(all("id").str());
+        Recordset screen = conn.execute_window(sql, 10, offset);
+        for (; !screen.eof(); screen.movenext()) got.push_back(screen("id").str());
+        EXPECT_EQ(got, want) << what << " at " << offset;
+    };
+    // Forward, backward, jumps and the same screen again; past the end and below 0.
+    const std::vector<long long> visits = {0, 10, 20, 50, 40, 90, 80, 90, 30, 200, 95, 1000000, -5, 60, 61, 59};
+    for (const Sql& sql : lists) {
+        for (long long at : visits) check(sql, at, "first round");
+        // Another connection moves rows about: boundaries read before are stale.
+        other.execute("delete from Datas where id in (select id from Datas order by id limit 3)");
+        other.execute("insert into Datas(Sub_menu, D_date) values ('31''02', '2024-02')");
+        other.execute("update Email set To_del=1 where id % 5 = 0");
+        other.execute("delete from Book where id % 6 = 0");
+        other.execute("delete from Address where id % 9 = 0");
+        other.execute("update user set username='bob' where id % 4 = 0");
+        for (long long at : visits) check(sql, at, "after changes");
+    }
+    // The kept counts follow the same changes.
+    EXPECT_EQ(num("select num from datas_tally where Sub_menu='31''02'"),
+              num("select count(*) as num from Datas where Sub_menu='31''02'"));
+    EXPECT_EQ(num("select num from book_tally"), num("select count(*) as num from Book where Reply_id=0"));
+    EXPECT_EQ(num("select sum(num) as num from email_tally where user_id=1 and folder=0"),
+              num("select count(*) as num from Email where to_user_id=1 and To_del=0"));
+}
