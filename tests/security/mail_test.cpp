@@ -51,7 +51,8 @@ TEST(MailSecurity, StatementPayloadsChangeNoRow) {
         const std::string v = form_encode(p);
         for (const std::string& url :
              {"Email_list.asp?type=" + v, "Email_list.asp?type=0&p=" + v, "Email_list.asp?type=0&sstr=" + v,
-              "Email_list.asp?type=3&sstr=" + v, "Email_Del.asp?type=2&dellist=" + v,
+              "Email_list.asp?type=3&sstr=" + v, "Email_list.asp?type=0&sbody=1&sstr=" + v,
+              "Email_list.asp?type=0&sstr=abc&sbody=" + v, "Email_Del.asp?type=2&dellist=" + v,
               "Email_Del.asp?type=" + v + "&dellist=" + m.mail, "Email_read.asp?id=" + v,
               "Email_Reply.asp?id=" + v, "Select_user.asp?x=" + v,
               "Email_send.asp?Emailto=" + v + "&to_user_idstr=" + v + "&Email_title=" + v}) {
@@ -85,6 +86,8 @@ TEST(MailSecurity, ReflectedParametersComeBackInert) {
                                                   "&Email_title=" + v)),
                      "Email_send " + p);
         expect_inert(m.site.get("/Email_list.asp?type=0&sstr=" + v), "Email_list sstr " + p);
+        expect_inert(m.site.get("/Email_list.asp?type=0&sbody=1&sstr=" + v), "Email_list sbody sstr " + p);
+        expect_inert(m.site.get("/Email_list.asp?type=0&sstr=" + v + "&sbody=" + v), "Email_list sbody " + p);
         expect_inert(m.site.get("/Email_list.asp?type=" + v), "Email_list type " + p);
         expect_inert(m.site.get("/Email_list.asp?type=0&p=" + v), "Email_list p " + p);
         expect_inert(m.site.get("/Email_read.asp?id=" + v), "Email_read id " + p);
