@@ -8,6 +8,7 @@
 #include "frame/html.h"
 #include "frame/page.h"
 #include "frame/pagebar.h"
+#include "frame/store_search.h"
 #include "frame/vb.h"
 
 namespace tav::pages {
@@ -39,10 +40,11 @@ public:
             bar.count("select coalesce(sum(num),0) as num from datas_tally where Sub_menu='"_sql + Sub_menu + "'");
             rs = bar.fetch("select * from Datas where Sub_menu='"_sql + Sub_menu + "' order by D_date DESC");
         } else {
-            bar.count("select count(id) as num from Datas where Sub_menu='"_sql + Sub_menu + "' and D_title like '%" +
-                      sstr + "%'");
-            rs = bar.fetch("select * from Datas where Sub_menu='"_sql + Sub_menu + "'  and D_title like '%" + sstr +
-                           "%' order by D_date DESC");
+            // D_title like '%sstr%', answered as the store can.
+            Sql found = text_contains("Datas", {"D_title"}, sstr.str());
+            bar.count("select count(id) as num from Datas where Sub_menu='"_sql + Sub_menu + "' and " + found);
+            rs = bar.fetch("select * from Datas where Sub_menu='"_sql + Sub_menu + "'  and " + found +
+                           " order by D_date DESC");
         }
         Recordset names = conn.execute("select user_text from menu where menu_id='"_sql +
                                        ("menu" + Left(Sub_menu, 2)) + "'");

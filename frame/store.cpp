@@ -25,6 +25,7 @@
 #include "frame/host.h"
 #include "frame/paths.h"
 #include "frame/store_dialect.h"
+#include "frame/store_search.h"
 
 namespace tav {
 
@@ -242,6 +243,8 @@ namespace {
 // no other files, no settings of the engine, no extensions.
 int authorize(void* handle, int code, const char* a1, const char* a2, const char*, const char*) {
     if (code == SQLITE_TRANSACTION && static_cast<const StoreHandle*>(handle)->own_transaction) return SQLITE_OK;
+    // The text indexes ask whether the file changed under them; a read.
+    if (code == SQLITE_PRAGMA && a1 && iequals(a1, "data_version") && !a2) return SQLITE_OK;
     switch (code) {
     case SQLITE_ATTACH:
     case SQLITE_DETACH:
@@ -454,7 +457,11 @@ std::unique_ptr<StoreHandle> open_handle(const std::string& path, const FileId& 
     sqlite3_busy_timeout(db, busy_timeout_ms);
     sqlite3_db_config(db, SQLITE_DBCONFIG_ENABLE_LOAD_EXTENSION, 0, nullptr);
     sqlite3_db_config(db, SQLITE_DBCONFIG_DEFENSIVE, 1, nullptr);
-    sqlite3_db_config(db, SQLITE_DBCONFIG_TRUSTED_SCHEMA, 0, nullptr);
+    // The text indexes' triggers write FTS5 tables, which the engine lets a
+    // trigger do only in a trusted schema. The schema is this program's own
+    // (init and the upgrade at start make it; the authorizer below keeps page
+    // statements from changing it), and extensions stay off.
+    sqlite3_db_config(db, SQLITE_DBCONFIG_TRUSTED_SCHEMA, 1, nullptr);
     sqlite3_limit(db, SQLITE_LIMIT_LENGTH, max_value_bytes);
     sqlite3_limit(db, SQLITE_LIMIT_SQL_LENGTH, static_cast<int>(max_program_bytes) * 4);
     // The file is built in WAL mode; asking again is a no-op then, and turns
@@ -536,11 +543,16 @@ std::optional<ListShape> list_shape(const std::string& text) {
 // Whether a name from a request is one of the schema's tables or columns.
 static bool lookup_schema_name(sqlite3* db, const std::string& name) {
     if (name.size() >= 7 && iequals(std::string_view(name).substr(0, 7), "sqlite_")) return false;
+    // The text indexes and their shadow tables are the store's own.
+    for (std::size_t i = 0; i + 4 <= name.size(); ++i)
+        if (iequals(std::string_view(name).substr(i, 4), "_fts")) return false;
     if (sqlite3_table_column_metadata(db, "main", name.c_str(), nullptr, nullptr, nullptr, nullptr, nullptr,
                                       nullptr) == SQLITE_OK)
         return true;
     sqlite3_stmt* st = nullptr;
-    if (sqlite3_prepare_v2(db, "select name from sqlite_schema where type='table' and name not like 'sqlite_%'", -1,
+    if (sqlite3_prepare_v2(db, "select name from sqlite_schema where type='table' and name not like 'sqlite_%' "
+                           "and name not like '%\\_fts%' escape '\\'",
+                           -1,
                            &st, nullptr) != SQLITE_OK)
         return false;
     bool found = false;
@@ -884,6 +896,7 @@ void build_database(const std::string& path, const std::string& sql_source) {
     // One transaction: the seed is many rows, and one commit is one sync.
     std::string script = "BEGIN;\n" + sql_source + "\nCOMMIT;";
     if (rc == SQLITE_OK) rc = sqlite3_exec(db, script.c_str(), nullptr, nullptr, &errmsg);
+    if (rc == SQLITE_OK) rc = store_detail::create_text_indexes(db);
     if (rc != SQLITE_OK) msg = errmsg ? errmsg : (db ? sqlite3_errmsg(db) : sqlite3_errstr(rc));
     sqlite3_free(errmsg);
     sqlite3_close_v2(db);
@@ -895,7 +908,9 @@ void build_database(const std::string& path, const std::string& sql_source) {
     }
 }
 
-void upgrade_database(const std::string& path) {
+void upgrade_database(const std::string& path) { upgrade_database(path, {}); }
+
+void upgrade_database(const std::string& path, const TextIndexProgress& progress) {
     configure_engine_once();
     // Columns added after sites were first made: table, column, its type.
     static const char* const added[][3] = {
@@ -1002,6 +1017,9 @@ void upgrade_database(const std::string& path) {
     }
     exec(failure.empty() ? "COMMIT" : "ROLLBACK");
     if (!failure.empty()) sqlite3_exec(db, "ROLLBACK", nullptr, nullptr, nullptr);
+    // Text indexes added since: built once from the rows already there.
+    if (failure.empty() && store_detail::create_text_indexes(db, progress) != SQLITE_OK)
+        failure = sqlite3_errmsg(db);
     sqlite3_close_v2(db);
     if (!failure.empty()) throw std::runtime_error("upgrading " + path + ": " + failure);
 }

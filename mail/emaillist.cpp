@@ -4,6 +4,7 @@
 #include "frame/html.h"
 #include "frame/page.h"
 #include "frame/pagebar.h"
+#include "frame/store_search.h"
 #include "frame/vb.h"
 #include "mail/mailbox.h"
 
@@ -17,17 +18,35 @@ public:
 
         std::string sstr = Replace(Trim(Request.querystring("sstr")), "'", "");
         Value type = Trim(Request.querystring("type"));
+        // The tick box "搜索正文" widens the search to the body and the
+        // sender's name; the links carry it only when ticked.
+        const bool wide = Request.querystring("sbody") == "1";
+        PageBar::Params carry = {{"type", html_text(type)}, {"sstr", html_text(sstr)}};
+        PageBar::Params hidden = carry;
+        if (wide) carry.push_back({"sbody", "1"});
+        hidden.push_back({"sbody", wide ? "1" : ""});
         PageBar bar(*this, {.url = "Email_list.asp",
                             .size = 10,
                             .limit = 10,
                             .row_height = 28,
-                            .carry = {{"type", html_text(type)}, {"sstr", html_text(sstr)}}});
+                            .carry = carry,
+                            .own_hidden = true,
+                            .hidden = hidden});
         bar.read_p();
 
         long folder = folder_of(type);
         if (folder >= 0) {
             Sql cond = condition(folder, me);
-            if (!sstr.empty()) cond += " and Email_title like '%"_sql + sstr + "%'";
+            // Email_title like '%sstr%' (or the body, or the sender's
+            // name), answered as the store can; the folder's condition
+            // keeps it to the account's own mail.
+            if (!sstr.empty() && !wide)
+                cond += " and "_sql + text_contains("Email", {"Email_title"}, sstr);
+            else if (!sstr.empty())
+                cond += " and "_sql +
+                        text_contains("Email", {"Email_title", "Email_text"}, sstr,
+                                      "send_user_id in (select id from user where "_sql +
+                                          text_contains("user", {"truename"}, sstr) + ")");
             // A whole folder's size is kept by the store (email_tally in the
             // schema); a search counts its matches.
             if (sstr.empty())
@@ -45,7 +64,7 @@ public:
         write_script();
         Response.line("</head>");
         Response.line("<body>");
-        write_search(folder, type);
+        write_search(folder, type, wide);
         Response.lines(R"html(
 <table width="100%" border="0" cellspacing="0" cellpadding="2" bgcolor="#FFFFFF">
 <tr bgcolor="#E0E0E0" height="26">
@@ -99,7 +118,7 @@ private:
         }
     }
 
-    void write_search(long folder, const Value& type) {
+    void write_search(long folder, const Value& type, bool wide) {
         // The ticking boxes of the list stand in this form too, so the
         // selection script finds them through it.
         Response.lines(R"(
@@ -111,6 +130,8 @@ private:
                       html_text(mail::folder_names()[static_cast<std::size_t>(folder)]) + "</font></td>");
         Response.line("<td align=\"right\"><font color=\"#FFFFFF\">根据邮件主题关键字：</font>"
                       "<input type=\"text\" name=\"sstr\" size=\"12\"> "
+                      "<label><input type=\"checkbox\" name=\"sbody\" value=\"1\"" +
+                      std::string(wide ? " checked" : "") + "><font color=\"#FFFFFF\">搜索正文</font></label> "
                       "<input type=\"button\" class=\"buttons02\" value=\"查找\" onclick=\"myform_submit()\">");
         Response.line("<input type=\"hidden\" name=\"dellist\" value=\"\">");
         Response.line("<input type=\"hidden\" name=\"type\" value=\"" + html_text(type) + "\">");
@@ -153,6 +174,7 @@ function myform_submit(){
     return;
   }
   document.myform.sstr.value = document.searchform.sstr.value;
+  document.myform.sbody.value = document.searchform.sbody.checked ? "1" : "";
   document.myform.submit();
 }
 function selectall(v){

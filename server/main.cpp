@@ -11,6 +11,7 @@
 #include "frame/upload.h"
 #include "frame/site_layout.h"
 #include "frame/store.h"
+#include "frame/store_search.h"
 #include "server/backup.h"
 #include "server/http_server.h"
 #include "server/import.h"
@@ -154,7 +155,13 @@ int main(int argc, char** argv) {
                           << " folder; run 'tavelor init' first\n";
             log_path = tav::pick_log_path(log_path, tav::default_log_path(dir));
             if (std::string db = tav::layout::database_path(dir); std::filesystem::exists(db))
-                tav::upgrade_database(db);
+                tav::upgrade_database(db, [tty = ::isatty(2) != 0](std::string_view table, long long done,
+                                                                   long long total) {
+                    // A database from before the text index: built once, here.
+                    if (!tty && done < total) return;
+                    std::cerr << (tty ? "\r" : "") << "building the search index of " << table << ": " << done
+                              << " of " << total << " rows" << (done >= total ? "\n" : "") << std::flush;
+                });
             tav::Site site(dir, log_path);
             opts.body_limit_for = [&site](const tav::HttpRequest& r) { return site.body_limit_for(r); };
             opts.account_of = [&site](const tav::HttpRequest& r) { return site.account_of(r); };

@@ -108,6 +108,15 @@ flow(test, 'two accounts: compose, dialog, attachments, status cell, read, reply
   await ann.shows('detail', /Pop_OK\.asp/);
   await admin.open('detail', 'Email_list.asp?type=0');
   assert.match(await admin.text('detail'), new RegExp('\u56de\u590d:' + subject));
+  // The tick box "\u641c\u7d22\u6b63\u6587" finds the reply by its body, and the answer keeps it ticked.
+  await admin.fill('detail', 'input[name=sstr]', 'thanks');
+  await admin.click('detail', 'input[name=sbody]');
+  await admin.click('detail', 'input[value="\u67e5\u627e"]');
+  await admin.shows('detail', /sbody=1/);
+  assert.deepEqual(await admin.in('detail', (w) => ({
+    rows: w.document.querySelectorAll('a[href^="Email_read.asp"]').length,
+    ticked: w.document.searchform.sbody.checked,
+  })), { rows: 1, ticked: true });
 
   // Deletion. Ann: inbox, then the deleted folder for good.
   await ann.open('detail', 'Email_list.asp?type=0');

@@ -1,14 +1,20 @@
-// A database from before a column was added gets it at start, and keeps its rows.
+// A database from before a column or an index was added gets it at start,
+// and keeps its rows.
 #include <gtest/gtest.h>
 
 #include <filesystem>
 #include <fstream>
 #include <iterator>
+#include <string>
+#include <vector>
 
 #include <sqlite3.h>
 
 #include "frame/store.h"
+#include "frame/store_search.h"
 #include "tests/support/files.h"
+
+using tav::operator""_sql;
 
 TEST(StoreUpgrade, AddsMissingColumnsOnceAndKeepsRows) {
     tav::test::TempDir dir("tav_upgrade");
@@ -29,7 +35,6 @@ TEST(StoreUpgrade, AddsMissingColumnsOnceAndKeepsRows) {
 // A database from before the unread count gets its table, triggers and
 // indexes at start, the same text as a new database's, filled from its mails.
 TEST(StoreUpgrade, AddsTheUnreadCountFilledFromTheMails) {
-    using tav::operator""_sql;
     namespace fs = std::filesystem;
     tav::test::TempDir dir("tav_upgrade_unread");
     std::string old_db = (dir / "old.mdb").string(), new_db = (dir / "new.mdb").string();
@@ -79,4 +84,50 @@ TEST(StoreUpgrade, AddsTheUnreadCountFilledFromTheMails) {
     conn.execute("delete from Email where id=5");
     same("after changes");
     conn.close();
+}
+
+// A database from before the text index gets it at start, filled from its
+// rows, with progress; the next start finds it and builds nothing.
+TEST(StoreUpgrade, BuildsTheTextIndexOnceFromTheRows) {
+    namespace fs = std::filesystem;
+    fs::path dir = fs::temp_directory_path() / ("tav_upgrade_fts_" + std::to_string(::getpid()));
+    fs::create_directories(dir);
+    std::string db = (dir / "office.mdb").string();
+    sqlite3* raw = nullptr;
+    ASSERT_EQ(sqlite3_open(db.c_str(), &raw), SQLITE_OK);
+    ASSERT_EQ(sqlite3_exec(raw,
+                           "create table user(id integer primary key, username text, must_change integer);"
+                           "create table Datas(id integer primary key, D_title text collate nocase);"
+                           "insert into Datas(id, D_title) values (1, '旧的标题'), (2, 'Old title'), "
+                           "(100000, 'far away title');",
+                           nullptr, nullptr, nullptr),
+              SQLITE_OK);
+    sqlite3_close(raw);
+
+    std::vector<std::string> heard;
+    auto progress = [&](std::string_view table, long long done, long long total) {
+        heard.push_back(std::string(table) + " " + std::to_string(done) + "/" + std::to_string(total));
+    };
+    tav::upgrade_database(db, progress);
+    EXPECT_EQ(heard, (std::vector<std::string>{"Datas 2/3", "Datas 3/3"}));
+    heard.clear();
+    tav::upgrade_database(db, progress);
+    EXPECT_TRUE(heard.empty());
+
+    tav::Connection conn;
+    conn.Open("dbq=" + db);
+    auto ids = [&](const std::string& term) {
+        std::string out;
+        tav::Sql found = tav::text_contains("Datas", {"D_title"}, term);
+        EXPECT_NE(found.joined().find("_fts"), std::string::npos);
+        for (auto rs = conn.execute("select id from Datas where "_sql + found + " order by id"); !rs.eof(); rs.movenext())
+            out += rs("id").str() + ",";
+        return out;
+    };
+    EXPECT_EQ(ids("TITLE"), "2,100000,");
+    EXPECT_EQ(ids("旧的标"), "1,");
+    conn.execute("insert into Datas(D_title) values ('new title')");
+    EXPECT_EQ(ids("w ti"), "100001,");
+    conn.close();
+    fs::remove_all(dir);
 }

@@ -92,7 +92,8 @@ TEST(HostileParameters, EveryPageTakesEachPayloadAsAValueOrRefusesIt) {
         {"Data_Input.asp?ID=" + item + "&type={}"}, {"Data_Del.asp?id={}"},
         // Mail.
         {"Email_list.asp?type={}"}, {"Email_list.asp?type=0&p={}"}, {"Email_list.asp?type=0&sstr={}"},
-        {"Email_list.asp?type=3&sstr={}"}, {"Email_Del.asp?type=2&dellist={}"},
+        {"Email_list.asp?type=3&sstr={}"}, {"Email_list.asp?type=0&sbody=1&sstr={}"},
+        {"Email_list.asp?type=0&sstr=abc&sbody={}"}, {"Email_Del.asp?type=2&dellist={}"},
         {"Email_Del.asp?type={}&dellist=" + mail}, {"Email_read.asp?id={}"}, {"Email_Reply.asp?id={}"},
         {"Select_user.asp?x={}"}, {"Email_send.asp?Emailto={}&to_user_idstr={}&Email_title={}"},
         // Media.
