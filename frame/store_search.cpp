@@ -212,9 +212,18 @@ int build_one(sqlite3* db, const TextIndex& t,
 
 }  // namespace
 
+// A database without the searched columns has no texts for the index.
+static bool has_columns(sqlite3* db, const TextIndex& t) {
+    for (const char* c : t.columns)
+        if (sqlite3_table_column_metadata(db, "main", t.table, c, nullptr, nullptr, nullptr, nullptr, nullptr) !=
+            SQLITE_OK)
+            return false;
+    return true;
+}
+
 int create_text_indexes(sqlite3* db, const std::function<void(std::string_view, long long, long long)>& progress) {
     for (const TextIndex& t : text_indexes()) {
-        if (!table_exists(db, t.table) || table_exists(db, index_name(t))) continue;
+        if (!table_exists(db, t.table) || table_exists(db, index_name(t)) || !has_columns(db, t)) continue;
         if (int rc = exec(db, "SAVEPOINT text_index"); rc != SQLITE_OK) return rc;
         int rc = build_one(db, t, progress);
         if (rc != SQLITE_OK) {
