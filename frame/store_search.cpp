@@ -63,13 +63,17 @@ void check_name(std::string_view name) {
 }
 
 // The runs of the term between like wildcards that are three characters
-// (not bytes) or longer: what the trigram index can look up.
+// (not bytes) or longer: what the trigram index can look up. A run is cut
+// to its first 32 characters and only the first 8 runs are kept: the index
+// only narrows (the like decides), and a huge term would otherwise cost the
+// index's query parser far more than the search.
 std::vector<std::string> long_runs(std::string_view term) {
+    constexpr std::size_t max_chars = 32, max_runs = 8;
     std::vector<std::string> out;
     std::string run;
     std::size_t chars = 0;
     auto close = [&] {
-        if (chars >= 3) out.push_back(run);
+        if (chars >= 3 && out.size() < max_runs) out.push_back(run);
         run.clear();
         chars = 0;
     };
@@ -78,8 +82,9 @@ std::vector<std::string> long_runs(std::string_view term) {
             close();
             continue;
         }
-        run += c;
-        if ((static_cast<unsigned char>(c) & 0xC0) != 0x80) ++chars;  // not a UTF-8 continuation byte
+        const bool starts_char = (static_cast<unsigned char>(c) & 0xC0) != 0x80;  // not a UTF-8 continuation byte
+        if (starts_char) ++chars;
+        if (chars <= max_chars) run += c;
     }
     close();
     return out;

@@ -77,17 +77,24 @@ done
 # requests of one session take turns, so all connections on one session
 # would measure one worker; wrk spreads its requests over 20 of them.
 sessions=20
-lua="$tmp/sessions.lua"
-echo "cookies = {" >"$lua"
-for i in $(seq "$sessions"); do
-  jar="$tmp/cookies$i"
-  curl -s -c "$jar" -b "$jar" -o /dev/null "$base/login.asp"
-  curl -s -c "$jar" -b "$jar" -o /dev/null -d 'username=admin&password=admin' "$base/loginverify.asp"
-  cookie="$(awk '$6 == "TAVSESSION" { print "TAVSESSION=" $7 }' "$jar")"
-  [ -n "$cookie" ] || { echo "login failed" >&2; exit 1; }
-  echo "  \"$cookie\"," >>"$lua"
-done
-cat >>"$lua" <<'LUA'
+# signed_in_script FILE COUNT [ADDRESS_PREFIX]: signs in COUNT sessions and
+# writes a wrk script that rotates their cookies. With a prefix, session i
+# signs in from PREFIX.i through X-Forwarded-For (the server must trust
+# loopback as its proxy), so many sessions fit under one address's cap.
+signed_in_script() {
+  local out="$1" count="$2" prefix="${3:-}" i jar xff=() answer c
+  echo "cookies = {" >"$out"
+  for i in $(seq "$count"); do
+    jar="$tmp/$(basename "$out").cookies$i"
+    [ -n "$prefix" ] && xff=(-H "X-Forwarded-For: $prefix.$i")
+    curl -s "${xff[@]}" -c "$jar" -b "$jar" -o /dev/null "$base/login.asp"
+    answer="$(curl -s "${xff[@]}" -c "$jar" -b "$jar" -o "$tmp/login.out" -w '%{http_code}' \
+      -d 'username=admin&password=admin' "$base/loginverify.asp")"
+    c="$(awk '$6 == "TAVSESSION" { print "TAVSESSION=" $7 }' "$jar")"
+    [ -n "$c" ] || { echo "login $i failed: $answer $(head -c 300 "$tmp/login.out")" >&2; exit 1; }
+    echo "  \"$c\"," >>"$out"
+  done
+  cat >>"$out" <<'LUA'
 }
 n = 0
 request = function()
@@ -95,6 +102,9 @@ request = function()
   return wrk.format(nil, nil, { ["Cookie"] = cookies[n % #cookies + 1] })
 end
 LUA
+}
+lua="$tmp/sessions.lua"
+signed_in_script "$lua" "$sessions"
 
 # The same bytes for nginx, saved from our answers.
 www="$tmp/www"

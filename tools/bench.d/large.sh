@@ -58,26 +58,9 @@ echo "store filled in $(awk -v a="$t0" -v b="$(date +%s.%N)" 'BEGIN { printf "%.
 
 # 50 signed-in sessions, one per simulated user, taken in turn by wrk.
 lua50="$tmp/sessions50.lua"
-echo "cookies = {" >"$lua50"
-for i in $(seq 50); do
-  jar="$tmp/lcookies$i"
-  # The core rows used up loopback's new sessions: each user signs in from
-  # an address of its own, as behind a proxy.
-  xff="X-Forwarded-For: 10.9.0.$i"
-  curl -s -H "$xff" -c "$jar" -b "$jar" -o /dev/null "$base/login.asp"
-  answer="$(curl -s -H "$xff" -c "$jar" -b "$jar" -o "$tmp/login.out" -w '%{http_code}' -d 'username=admin&password=admin' "$base/loginverify.asp")"
-  c="$(awk '$6 == "TAVSESSION" { print "TAVSESSION=" $7 }' "$jar")"
-  [ -n "$c" ] || { echo "login $i failed: $answer $(head -c 300 "$tmp/login.out")" >&2; exit 1; }
-  echo "  \"$c\"," >>"$lua50"
-done
-cat >>"$lua50" <<'LUA'
-}
-n = 0
-request = function()
-  n = n + 1
-  return wrk.format(nil, nil, { ["Cookie"] = cookies[n % #cookies + 1] })
-end
-LUA
+# The core rows used up loopback's new sessions: each user signs in from an
+# address of its own, as behind a proxy.
+signed_in_script "$lua50" 50 10.9.0
 
 # One row: PATH alone (median of 20 requests, ms), under load over the 50
 # sessions, and nginx serving the saved bytes. nginx must answer 200 with
