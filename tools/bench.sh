@@ -81,6 +81,7 @@ sessions=20
 # writes a wrk script that rotates their cookies. With a prefix, session i
 # signs in from PREFIX.i through X-Forwarded-For (the server must trust
 # loopback as its proxy), so many sessions fit under one address's cap.
+# Leaves the last session's cookie in $cookie for rows of one session.
 signed_in_script() {
   local out="$1" count="$2" prefix="${3:-}" i jar xff=() answer c
   echo "cookies = {" >"$out"
@@ -93,6 +94,7 @@ signed_in_script() {
     c="$(awk '$6 == "TAVSESSION" { print "TAVSESSION=" $7 }' "$jar")"
     [ -n "$c" ] || { echo "login $i failed: $answer $(head -c 300 "$tmp/login.out")" >&2; exit 1; }
     echo "  \"$c\"," >>"$out"
+    cookie="$c"
   done
   cat >>"$out" <<'LUA'
 }
