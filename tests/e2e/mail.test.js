@@ -117,6 +117,7 @@ flow(test, 'two accounts: compose, dialog, attachments, status cell, read, reply
     rows: w.document.querySelectorAll('a[href^="Email_read.asp"]').length,
     ticked: w.document.searchform.sbody.checked,
   })), { rows: 1, ticked: true });
+  await admin.screenshot('mail-body-search');
 
   // Deletion. Ann: inbox, then the deleted folder for good.
   await ann.open('detail', 'Email_list.asp?type=0');
