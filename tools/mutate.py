@@ -14,7 +14,6 @@ import fnmatch
 import hashlib
 import json
 import os
-import random
 import re
 import shutil
 import signal
@@ -174,7 +173,7 @@ SQL_CMP = re.compile(r"\b(?:where|and|or)\s+[\w.\[\]]+\s*(=)(?![=>])", re.I)
 
 
 class Site:
-    __slots__ = ("file", "start", "end", "after", "kind", "line", "col", "last_line")
+    __slots__ = ("file", "start", "end", "after", "kind", "line", "col", "last_line", "sid", "rank")
 
     def __init__(self, file, text, lines, start, end, after, kind):
         self.file, self.start, self.end, self.after, self.kind = file, start, end, after, kind
@@ -326,27 +325,65 @@ def source_files():
     return sorted(found)
 
 
+def stable_ids(sites, text):
+    """Name each site by what it changes, not where: file, kind, the line's
+    text, the column within it and which repeat of that line it is. Edits
+    elsewhere in the file then leave the name, and so the draw, alone."""
+    seen, ids = {}, {}
+    for s in sorted(sites, key=lambda s: (s.start, s.end, s.kind)):
+        a = text.rfind("\n", 0, s.start) + 1
+        b = text.find("\n", s.start)
+        line = text[a:len(text) if b < 0 else b]
+        indent = len(line) - len(line.lstrip())
+        base = "%s|%s|%s|%d|%s" % (s.file, s.kind, line.strip(), s.start - a - indent, s.after)
+        n = seen.get(base, 0)
+        seen[base] = n + 1
+        ids[s] = "%s|%d" % (base, n)
+    return ids
+
+
 def draw_sample(seed, count):
+    """Each kind gets its share of the count by KIND_WEIGHTS; within a kind the
+    sites with the lowest hash of (seed, name) are taken. A site drawn in one
+    tree is drawn in another wherever its line is unchanged, so runs before
+    and after a change compare on their common sites."""
     by_kind = {k: [] for k in KIND_WEIGHTS}
     texts = {}
     for rel in source_files():
         text, sites = file_sites(rel)
         texts[rel] = text
-        for s in sorted(sites, key=lambda s: (s.start, s.end, s.kind)):
+        for s, sid in stable_ids(sites, text).items():
+            s.sid = sid
+            s.rank = hashlib.sha1(("%d|%s" % (seed, sid)).encode("utf-8", "surrogateescape")).hexdigest()
             by_kind[s.kind].append(s)
-    rng = random.Random(seed)
-    chosen, taken = [], set()
-    while len(chosen) < count:
-        kinds = [k for k in KIND_WEIGHTS if by_kind[k]]
-        if not kinds:
+    for pool in by_kind.values():
+        pool.sort(key=lambda s: s.rank)
+    total = sum(KIND_WEIGHTS.values())
+    quota = {k: count * w // total for k, w in KIND_WEIGHTS.items()}
+    # The remainder goes to the heaviest kinds, in a fixed order.
+    for k in sorted(KIND_WEIGHTS, key=lambda k: (-KIND_WEIGHTS[k], k)):
+        if sum(quota.values()) >= count:
             break
-        kind = rng.choices(kinds, weights=[KIND_WEIGHTS[k] for k in kinds])[0]
-        pool = by_kind[kind]
-        site = pool.pop(rng.randrange(len(pool)))
-        if (site.file, site.start) in taken:
-            continue
-        taken.add((site.file, site.start))
-        chosen.append(site)
+        quota[k] += 1
+    chosen, taken = [], set()
+    spare = 0
+    for k in sorted(KIND_WEIGHTS):
+        want = quota[k]
+        for s in by_kind[k]:
+            if want == 0:
+                break
+            if (s.file, s.start) not in taken:
+                taken.add((s.file, s.start))
+                chosen.append(s)
+                want -= 1
+        spare += want
+    if spare:  # a kind ran short: fill from the rest by rank
+        rest = sorted((s for pool in by_kind.values() for s in pool if (s.file, s.start) not in taken),
+                      key=lambda s: s.rank)
+        for s in rest[:spare]:
+            taken.add((s.file, s.start))
+            chosen.append(s)
+    chosen.sort(key=lambda s: s.rank)
     return chosen, texts
 
 
@@ -803,6 +840,455 @@ def compare(other_path, rows):
         o = other.get((r["site"], r["kind"], r["after"]))
         if o and o["result"] == "killed" and r["result"] == "survived":
             lost.append(r)
+    print("killed in %s but surviving now: %d" % (other_path, len(lost)))
+    for r in lost:
+        print("  %s %s %s\n      - %s\n      + %s" % (r["id"], r["site"], r["kind"], r["before"], r["after"]))
+
+
+if __name__ == "__main__":
+    sys.exit(main())
+
+def run(cmd, **kw):
+    return subprocess.run(cmd, **kw)
+
+
+def tree_key():
+    """The commit's sources and tests (not tools/ or docs), plus any change
+    not committed yet: the map stays valid while only other files change."""
+    paths = ["CMakeLists.txt", "tests", *SOURCE_DIRS]
+    listed = run(["git", "ls-tree", "HEAD", "--", *paths], cwd=ROOT, capture_output=True).stdout
+    diff = run(["git", "diff", "HEAD", "--", *paths], cwd=ROOT, capture_output=True).stdout
+    return hashlib.sha1(listed + diff).hexdigest()[:12]
+
+
+WAITED = [0.0]  # seconds spent waiting for the shared build lock
+
+
+def locked_build(build_dir, log):
+    """Build under the shared lock (the lock flock(1) takes), so that other
+    builds on the machine interleave with ours; the wait is counted apart."""
+    t = time.time()
+    with open(LOCK, "a") as lock:
+        fcntl.flock(lock, fcntl.LOCK_EX)
+        WAITED[0] += time.time() - t
+        r = run(["cmake", "--build", build_dir, "--target", "tavelor_tests", "-j2"],
+                stdout=subprocess.PIPE, stderr=subprocess.STDOUT, text=True)
+    if log:
+        with open(log, "w") as f:
+            f.write(r.stdout)
+    return r.returncode == 0
+
+
+def configure(build_dir, flags, linker):
+    if os.path.exists(os.path.join(build_dir, "CMakeCache.txt")):
+        return
+    cmd = ["cmake", "-S", ROOT, "-B", build_dir, "-G", "Ninja", "-DCMAKE_CXX_COMPILER_LAUNCHER=ccache",
+           "-DCMAKE_EXE_LINKER_FLAGS=" + linker] + flags
+    r = run(cmd, stdout=subprocess.PIPE, stderr=subprocess.STDOUT, text=True)
+    if r.returncode != 0:
+        sys.exit("mutate: configuring %s failed:\n%s" % (build_dir, r.stdout))
+
+
+def list_tests(binary):
+    r = run([binary, "--gtest_list_tests"], capture_output=True, text=True)
+    tests, suite = [], None
+    for line in r.stdout.splitlines():
+        if not line.strip() or line.startswith("Running main"):
+            continue
+        name = line.split("#")[0].strip()
+        if not line.startswith(" "):
+            suite = name
+        else:
+            tests.append(suite + name)
+    return tests
+
+
+def gcov_lines(gcda_dir, build_dir):
+    """{source file: (executed lines, instrumented lines)} from the counters in gcda_dir."""
+    gcdas = []
+    for dirpath, _d, files in os.walk(gcda_dir):
+        for name in files:
+            if name.endswith(".gcda"):
+                gcda = os.path.join(dirpath, name)
+                rel = os.path.relpath(gcda, gcda_dir)
+                # The tests' own objects say nothing about the sources.
+                if "tavelor_tests.dir" in rel:
+                    continue
+                gcno = os.path.join(build_dir, rel[:-5] + ".gcno")
+                if os.path.exists(gcno):
+                    link = gcda[:-5] + ".gcno"
+                    if not os.path.exists(link):
+                        os.symlink(gcno, link)
+                    gcdas.append(gcda)
+    result = {}
+    if not gcdas:
+        return result
+    # -r -s: only the files under the source tree, not the libraries' headers
+    # (which make the output some thirty times larger).
+    r = run(["gcov", "-r", "-s", ROOT, "--json-format", "--stdout", *gcdas], cwd=build_dir,
+            capture_output=True, text=True)
+    dec = json.JSONDecoder()
+    data, pos = r.stdout, 0
+    prefix = ROOT + os.sep
+    while True:
+        while pos < len(data) and data[pos].isspace():
+            pos += 1
+        if pos >= len(data):
+            break
+        doc, pos = dec.raw_decode(data, pos)
+        cwd = doc.get("current_working_directory", build_dir)
+        for f in doc.get("files", []):
+            path = f["file"]
+            if not os.path.isabs(path):
+                beside = os.path.join(ROOT, path)
+                path = beside if os.path.exists(beside) else os.path.join(cwd, path)
+            path = os.path.normpath(path)
+            if not path.startswith(prefix):
+                continue
+            rel = path[len(prefix):]
+            if rel.split(os.sep)[0] not in SOURCE_DIRS:
+                continue
+            hit, known = result.setdefault(rel, (set(), set()))
+            for ln in f.get("lines", []):
+                known.add(ln["line_number"])
+                if ln["count"] > 0:
+                    hit.add(ln["line_number"])
+    return result
+
+
+def build_map(path, timeout, unit):
+    t0 = time.time()
+    configure(COV_BUILD, ["-DCMAKE_BUILD_TYPE=None", "-DCMAKE_CXX_FLAGS=-O0 --coverage"],
+              "--coverage -fuse-ld=lld")
+    print("mutate: building the coverage build in build/mutate-cov ...", flush=True)
+    if not locked_build(COV_BUILD, os.path.join(COV_BUILD, "mutate-build.log")):
+        sys.exit("mutate: the coverage build failed, see build/mutate-cov/mutate-build.log")
+    t_build = time.time() - t0
+    binary = os.path.join(COV_BUILD, "tavelor_tests")
+    tests = [t for t in list_tests(binary) if t.split(".")[0].split("/")[-1] not in MAP_EXCLUDED_SUITES]
+    if unit == "suite":
+        # One run per suite: a third of the runs of gcov, each some seconds.
+        tests = sorted({t.split(".")[0] + ".*" for t in tests})
+    strip = len([p for p in COV_BUILD.split(os.sep) if p])
+    # Each unit's lines go to a partial file as they come, so that a map cut
+    # short goes on where it stopped at the next start.
+    partial = path + ".partial"
+    units = {}
+    if os.path.exists(partial):
+        with open(partial) as f:
+            for line in f:
+                try:
+                    u = json.loads(line)
+                except ValueError:
+                    continue  # a line cut by the kill
+                units[u["test"]] = u
+    todo = [t for t in tests if t not in units]
+    print("mutate: map: %d %ss to run (%d kept from a cut-short map)" % (len(todo), unit, len(units)),
+          flush=True)
+    work = tempfile.mkdtemp(prefix="mutate-cov-")
+    done = [0]
+
+    def one(i_test):
+        i, test = i_test
+        d = os.path.join(work, str(i))
+        os.makedirs(d)
+        env = dict(os.environ, GCOV_PREFIX=d, GCOV_PREFIX_STRIP=str(strip))
+        t = time.time()
+        try:
+            r = run([binary, "--gtest_filter=" + test], env=env, cwd=COV_BUILD, capture_output=True,
+                    timeout=timeout)
+            ok = r.returncode == 0
+        except subprocess.TimeoutExpired:
+            ok = False
+        secs = round(time.time() - t, 2)
+        lines = gcov_lines(d, COV_BUILD)
+        shutil.rmtree(d, ignore_errors=True)
+        done[0] += 1
+        if done[0] % 10 == 0:
+            print("mutate: map %d of %d %ss" % (done[0], len(todo), unit), flush=True)
+        return {"test": test, "ok": ok, "seconds": secs,
+                "hit": {f: sorted(h) for f, (h, _k) in lines.items() if h},
+                "known": {f: sorted(k) for f, (_h, k) in lines.items()}}
+
+    try:
+        with ThreadPoolExecutor(max_workers=2) as pool, open(partial, "a") as out:
+            for u in pool.map(one, enumerate(todo)):
+                units[u["test"]] = u
+                out.write(json.dumps(u) + "\n")
+                out.flush()
+    finally:
+        shutil.rmtree(work, ignore_errors=True)
+    covered, known, failing, seconds = {}, {}, [], {}
+    for test in tests:
+        u = units[test]
+        seconds[test] = u["seconds"]
+        if not u["ok"]:
+            failing.append(test)
+            continue
+        covered[test] = u["hit"]
+        for f, k in u["known"].items():
+            known.setdefault(f, set()).update(k)
+    data = {"key": tree_key(), "unit": unit, "tests": covered,
+            "instrumented": {f: sorted(k) for f, k in known.items()},
+            "test_seconds": seconds, "failing": failing, "excluded_suites": sorted(MAP_EXCLUDED_SUITES),
+            "seconds": {"build": round(t_build), "this_sitting": round(time.time() - t0),
+                        "tests": round(sum(seconds.values()))}}
+    os.makedirs(os.path.dirname(path), exist_ok=True)
+    with open(path + ".tmp", "w") as f:
+        json.dump(data, f)
+    os.replace(path + ".tmp", path)
+    os.remove(partial)
+    print("mutate: map of %d %ss made in %ds (coverage build %ds); %d failing left out: %s"
+          % (len(covered), unit, data["seconds"]["this_sitting"], t_build, len(failing),
+             " ".join(failing) or "-"), flush=True)
+    return data
+
+
+def load_map(timeout, unit):
+    os.makedirs(BUILD, exist_ok=True)
+    path = os.path.join(BUILD, "covermap-%s-%s.json" % (unit, tree_key()))
+    if os.path.exists(path):
+        with open(path) as f:
+            return json.load(f)
+    return build_map(path, timeout, unit)
+
+
+class CoverIndex:
+    def __init__(self, data):
+        self.by_file = {}
+        for test, files in data["tests"].items():
+            for f, lines in files.items():
+                self.by_file.setdefault(f, []).append((test, set(lines)))
+        self.instrumented = {f: set(v) for f, v in data["instrumented"].items()}
+        self.seconds = data.get("test_seconds", {})
+
+    def timeout(self, tests, least):
+        # The map's times come from the unoptimised coverage build, so three
+        # times their sum is a wide margin for a run that merely survives.
+        return max(least, 30 + 3 * sum(self.seconds.get(t, 10.0) for t in tests))
+
+    def tests_for(self, file, first, last):
+        span = set(range(first, last + 1))
+        if span & self.instrumented.get(file, set()):
+            return sorted(t for t, lines in self.by_file.get(file, []) if lines & span)
+        # A line with no code of its own (a declaration, a constant): every
+        # test that ran the file.
+        return sorted(t for t, _l in self.by_file.get(file, []))
+
+
+# ---------------------------------------------------------------- main
+
+RESTORE_DIR = os.path.join(BUILD, "restore")
+COLUMNS = ("id", "site", "kind", "result", "note", "tests", "seconds", "lock_wait", "before", "after", "sid")
+QUICK_SECONDS = 3.0  # in the coverage build
+
+
+def check(binary, index, tests, least):
+    """Run the covering tests, stopping at the first failure: the quick ones
+    first (gtest keeps its own order inside one run, and most kills come from
+    a page's own quick tests), then, if all passed, the slow ones."""
+    quick = [t for t in tests if index.seconds.get(t, 10.0) < QUICK_SECONDS]
+    slow = [t for t in tests if t not in quick]
+    for batch in (quick, slow):
+        if not batch:
+            continue
+        try:
+            r = run([binary, "--gtest_fail_fast", "--gtest_brief=1", "--gtest_filter=" + ":".join(batch)],
+                    cwd=BUILD, capture_output=True, text=True, timeout=index.timeout(batch, least))
+        except subprocess.TimeoutExpired:
+            return "killed", "timeout"
+        if r.returncode != 0:
+            m = re.search(r"\[  FAILED  \] (\S+)", r.stdout)
+            return "killed", m.group(1) if m else "exit %d" % r.returncode
+    return "survived", ""
+
+
+def restore_leftovers():
+    """Put back files a killed run left mutated."""
+    if not os.path.isdir(RESTORE_DIR):
+        return
+    for dirpath, _d, files in os.walk(RESTORE_DIR):
+        for name in files:
+            saved = os.path.join(dirpath, name)
+            rel = os.path.relpath(saved, RESTORE_DIR)
+            shutil.copyfile(saved, os.path.join(ROOT, rel))
+            os.remove(saved)
+            print("mutate: restored %s from an interrupted run" % rel, flush=True)
+
+
+def read_tsv(path):
+    rows = {}
+    with open(path) as f:
+        header = f.readline().rstrip("\n").split("\t")
+        for line in f:
+            row = dict(zip(header, line.rstrip("\n").split("\t")))
+            rows[row["sid"]] = row
+    return rows
+
+
+def main():
+    ap = argparse.ArgumentParser(prog="tools/mutate.sh", description=__doc__.split("\n")[0])
+    ap.add_argument("--seed", type=int, default=1)
+    ap.add_argument("--count", type=int, default=120)
+    ap.add_argument("--only", action="append", default=[], metavar="GLOB",
+                    help="run only the drawn mutations in files matching GLOB (repeatable)")
+    ap.add_argument("--list", action="store_true", help="print the sample and stop")
+    ap.add_argument("--map", action="store_true", help="make (or show) the coverage map and stop")
+    ap.add_argument("--compare", metavar="OTHER.tsv",
+                    help="print the mutations killed in OTHER but surviving in this run")
+    ap.add_argument("--resume", action="store_true",
+                    help="keep the results of this seed's last run and do only the mutations it has not done")
+    ap.add_argument("--report", action="store_true",
+                    help="print the summary of the last run of this seed (build/mutate/results-SEED.tsv) "
+                         "instead of running")
+    ap.add_argument("--map-file", metavar="JSON", help="use this coverage map, not the tree's own")
+    ap.add_argument("--map-unit", choices=["suite", "test"], default="suite",
+                    help="run each test suite (default) or each test alone for the coverage map")
+    ap.add_argument("--timeout", type=int, default=60,
+                    help="least seconds for a mutation's test run (more when its tests are slow); "
+                         "a run that takes longer counts as killed")
+    args = ap.parse_args()
+    signal.signal(signal.SIGPIPE, signal.SIG_DFL)  # `--list | head` ends quietly
+
+    sample, texts = draw_sample(args.seed, args.count)
+    numbered = list(enumerate(sample, 1))
+    if args.only:
+        numbered = [(i, s) for i, s in numbered if any(fnmatch.fnmatch(s.file, g) for g in args.only)]
+    if args.list:
+        for i, s in numbered:
+            before, after = describe(s, texts[s.file])
+            print("%03d\t%s\t%s\t%s\t%s" % (i, s.key(), s.kind, before, after))
+        return 0
+
+    results_path = os.path.join(BUILD, "results-%d.tsv" % args.seed)
+    if args.report:
+        rows = list(read_tsv(results_path).values())
+        if args.only:
+            rows = [r for r in rows if any(fnmatch.fnmatch(r["site"].split(":")[0], g) for g in args.only)]
+        summary(rows, args.compare)
+        return 0
+
+    # One of each per worktree: a second run would take the first one's
+    # saved copy for a leftover and put it back under its feet.
+    os.makedirs(BUILD, exist_ok=True)
+    lock = open(os.path.join(BUILD, "map.lock" if args.map else "run.lock"), "w")
+    try:
+        fcntl.flock(lock, fcntl.LOCK_EX | fcntl.LOCK_NB)
+    except BlockingIOError:
+        sys.exit("mutate: another %s is going in this tree" % ("map" if args.map else "run"))
+    if not args.map:
+        restore_leftovers()
+    t0 = time.time()
+    if args.map_file:
+        with open(args.map_file) as f:
+            data = json.load(f)
+    else:
+        data = load_map(900, args.map_unit)  # the slowest suites take minutes unoptimised
+    t_map = time.time() - t0
+    if args.map:
+        print("mutate: map %s: %d tests, %d files" % (data["key"], len(data["tests"]), len(data["instrumented"])))
+        return 0
+    index = CoverIndex(data)
+    configure(BUILD, ["-DCMAKE_BUILD_TYPE=Release"], "-fuse-ld=lld")
+    if not locked_build(BUILD, os.path.join(BUILD, "mutate-build.log")):
+        sys.exit("mutate: the unmutated tree does not build, see build/mutate/mutate-build.log")
+    binary = os.path.join(BUILD, "tavelor_tests")
+    rows = []
+    if args.resume and os.path.exists(results_path):
+        rows = [r for r in read_tsv(results_path).values() if r.get("result")]
+        done = {r["sid"] for r in rows}
+        numbered = [(i, s) for i, s in numbered if s.sid not in done]
+        out = open(results_path, "a")
+    else:
+        out = open(results_path, "w")
+        out.write("\t".join(COLUMNS) + "\n")
+
+    def on_signal(signum, _frame):
+        raise KeyboardInterrupt
+
+    signal.signal(signal.SIGTERM, on_signal)
+    signal.signal(signal.SIGHUP, on_signal)
+    waited_total = 0.0
+    t_run = time.time()
+    try:
+        for i, s in numbered:
+            t1 = time.time()
+            WAITED[0] = 0.0
+            text = texts[s.file]
+            before, after = describe(s, text)
+            tests = index.tests_for(s.file, s.line, s.last_line)
+            note = ""
+            if not tests:
+                result, note = "survived", "no test runs it"
+            else:
+                path = os.path.join(ROOT, s.file)
+                saved = os.path.join(RESTORE_DIR, s.file)
+                os.makedirs(os.path.dirname(saved), exist_ok=True)
+                shutil.copyfile(path, saved)
+                try:
+                    with open(path, "w", encoding="utf-8", errors="surrogateescape") as f:
+                        f.write(text[:s.start] + s.after + text[s.end:])
+                    if not locked_build(BUILD, os.path.join(BUILD, "last-build.log")):
+                        result = "build-error"
+                    else:
+                        result, note = check(binary, index, tests, args.timeout)
+                finally:
+                    shutil.copyfile(saved, path)
+                    os.remove(saved)
+            secs = time.time() - t1
+            waited_total += WAITED[0]
+            row = {"id": "%03d" % i, "site": s.key(), "kind": s.kind, "result": result, "note": note,
+                   "tests": str(len(tests)), "seconds": "%.0f" % secs, "lock_wait": "%.0f" % WAITED[0],
+                   "before": before, "after": after, "sid": s.sid}
+            rows.append(row)
+            out.write("\t".join(row[k] for k in COLUMNS) + "\n")
+            out.flush()
+            print("%s %-11s %-40s %-11s %3d tests %4.0fs (lock %3.0fs)  %s"
+                  % (row["id"], s.kind, s.key(), result, len(tests), secs, WAITED[0], note), flush=True)
+    except KeyboardInterrupt:
+        print("mutate: interrupted; the mutated file is restored", flush=True)
+        return 130
+    finally:
+        out.close()
+        # The build dir holds the last mutation's objects; the next run's
+        # first build puts the restored file back in.
+
+    summary(rows, args.compare)
+    print("time: %.0fs (map %.0fs%s, mutations %.0fs of which %.0fs waiting for the build lock); results in %s" %
+          (time.time() - t0, t_map, " cached" if t_map < 5 else "", time.time() - t_run, waited_total,
+           os.path.relpath(results_path, ROOT)))
+    return 0
+
+
+def summary(rows, compare_with):
+    killed = sum(r["result"] == "killed" for r in rows)
+    errors = sum(r["result"] == "build-error" for r in rows)
+    survivors = [r for r in rows if r["result"] == "survived"]
+    scored = killed + len(survivors)
+    if survivors:
+        print("survivors:")
+        for r in survivors:
+            print("  %s %s %s%s\n      - %s\n      + %s" % (r["id"], r["site"], r["kind"],
+                                                       " (" + r["note"] + ")" if r["note"] else "",
+                                                       r["before"], r["after"]))
+    if compare_with:
+        compare(compare_with, rows)
+    print("killed %d of %d (%.1f%%), %d build errors, %d survivors" %
+          (killed, scored, 100.0 * killed / scored if scored else 0.0, errors, len(survivors)))
+
+
+def compare(other_path, rows):
+    other = read_tsv(other_path)
+    lost = []
+    for r in rows:
+        o = other.get(r["sid"])
+        if o and o["result"] == "killed" and r["result"] == "survived":
+            lost.append(r)
+    common = [(r, other[r["sid"]]) for r in rows if r["sid"] in other]
+    scored = [(r, o) for r, o in common if r["result"] != "build-error" and o["result"] != "build-error"]
+    print("on the %d changes both runs scored: killed %d there, %d here" %
+          (len(scored), sum(o["result"] == "killed" for _, o in scored),
+           sum(r["result"] == "killed" for r, _ in scored)))
     print("killed in %s but surviving now: %d" % (other_path, len(lost)))
     for r in lost:
         print("  %s %s %s\n      - %s\n      + %s" % (r["id"], r["site"], r["kind"], r["before"], r["after"]))
