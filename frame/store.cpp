@@ -908,14 +908,69 @@ void build_database(const std::string& path, const std::string& sql_source) {
     }
 }
 
-void upgrade_database(const std::string& path) { upgrade_database(path, {}); }
+namespace {
 
-void upgrade_database(const std::string& path, const TextIndexProgress& progress) {
+// One object the schema makes (a table with the rows that fill it, an index,
+// a trigger), by name, its statements in the schema's order.
+struct SchemaObject {
+    std::string name;
+    std::vector<std::string> statements;
+};
+
+std::string skip_comments(const std::string& s) {
+    std::size_t i = 0;
+    for (;;) {
+        while (i < s.size() && std::isspace(static_cast<unsigned char>(s[i]))) ++i;
+        if (s.compare(i, 2, "--") != 0) break;
+        i = s.find('\n', i);
+        if (i == std::string::npos) return {};
+    }
+    return s.substr(i);
+}
+
+// The schema's objects: each whole statement (a trigger's body holds
+// semicolons) is a CREATE, which starts an object, or an INSERT into a table
+// made just before, which fills it. On a new database the fill finds no rows
+// (or the empty tallies); on an old one it counts what is there.
+std::vector<SchemaObject> schema_objects(const std::string& sql) {
+    static const std::regex create(R"(^CREATE\s+(?:UNIQUE\s+)?(?:TABLE|INDEX|TRIGGER|VIEW)\s+(?:IF\s+NOT\s+EXISTS\s+)?["\[]?(\w+))",
+                                   std::regex::icase);
+    static const std::regex insert(R"(^INSERT\s+(?:OR\s+\w+\s+)?INTO\s+["\[]?(\w+))", std::regex::icase);
+    std::vector<SchemaObject> out;
+    std::string statement;
+    for (std::size_t i = 0; i < sql.size();) {
+        std::size_t end = sql.find(';', i);
+        end = end == std::string::npos ? sql.size() : end + 1;
+        statement.append(sql, i, end - i);
+        i = end;
+        if (!sqlite3_complete(statement.c_str()) && i < sql.size()) continue;
+        std::string text = skip_comments(statement);
+        statement.clear();
+        std::smatch m;
+        if (std::regex_search(text, m, create)) {
+            out.push_back({m[1].str(), {text}});
+        } else if (std::regex_search(text, m, insert) && !out.empty() && iequals(out.back().name, m[1].str())) {
+            out.back().statements.push_back(text);
+        } else if (!text.empty()) {
+            throw std::runtime_error("schema statement neither makes nor fills an object: " + text.substr(0, 80));
+        }
+    }
+    return out;
+}
+
+}  // namespace
+
+void upgrade_database(const std::string& path, const std::string& schema_sql) {
+    upgrade_database(path, schema_sql, {});
+}
+
+void upgrade_database(const std::string& path, const std::string& schema_sql, const TextIndexProgress& progress) {
     configure_engine_once();
     // Columns added after sites were first made: table, column, its type.
     static const char* const added[][3] = {
         {"user", "must_change", "INTEGER DEFAULT 0"},
     };
+    const std::vector<SchemaObject> objects = schema_objects(schema_sql);
     sqlite3* db = nullptr;
     if (sqlite3_open_v2(path.c_str(), &db, SQLITE_OPEN_READWRITE, nullptr) != SQLITE_OK) {
         std::string msg = db ? sqlite3_errmsg(db) : "cannot open";
@@ -936,86 +991,41 @@ void upgrade_database(const std::string& path, const TextIndexProgress& progress
         sqlite3_free(err);
         if (!failure.empty()) break;
     }
-    // Tables, triggers and indexes added since: made when missing, a new
-    // table filled from the rows it stands for, all in one transaction. The
-    // text is the schema's own (site/datebase/schema.sql).
-    static const char* const objects[][4] = {
-        {"unread_tally", "select to_user_id, read, To_del from Email",
-         "CREATE TABLE unread_tally (\n"
-         "  user_id NOT NULL PRIMARY KEY,\n"
-         "  num INTEGER NOT NULL DEFAULT 0\n"
-         ");",
-         "INSERT INTO unread_tally(user_id, num) SELECT to_user_id, count(*) FROM Email"
-         " WHERE read = 0 AND To_del <> 2 AND to_user_id IS NOT NULL GROUP BY to_user_id"},
-        {"unread_tally_insert", "select to_user_id, read, To_del from Email",
-         "CREATE TRIGGER unread_tally_insert AFTER INSERT ON Email\n"
-         "WHEN NEW.read = 0 AND NEW.To_del <> 2 AND NEW.to_user_id IS NOT NULL BEGIN\n"
-         "  INSERT OR IGNORE INTO unread_tally(user_id, num) VALUES (NEW.to_user_id, 0);\n"
-         "  UPDATE unread_tally SET num = num + 1 WHERE user_id = NEW.to_user_id;\n"
-         "END;",
-         nullptr},
-        {"unread_tally_delete", "select to_user_id, read, To_del from Email",
-         "CREATE TRIGGER unread_tally_delete AFTER DELETE ON Email WHEN OLD.read = 0 AND OLD.To_del <> 2 BEGIN\n"
-         "  UPDATE unread_tally SET num = num - 1 WHERE user_id = OLD.to_user_id;\n"
-         "END;",
-         nullptr},
-        {"unread_tally_update", "select to_user_id, read, To_del from Email",
-         "CREATE TRIGGER unread_tally_update AFTER UPDATE OF to_user_id, read, To_del ON Email BEGIN\n"
-         "  UPDATE unread_tally SET num = num - 1 WHERE OLD.read = 0 AND OLD.To_del <> 2 AND user_id = OLD.to_user_id;\n"
-         "  INSERT OR IGNORE INTO unread_tally(user_id, num) SELECT NEW.to_user_id, 0\n"
-         "    WHERE NEW.read = 0 AND NEW.To_del <> 2 AND NEW.to_user_id IS NOT NULL;\n"
-         "  UPDATE unread_tally SET num = num + 1 WHERE NEW.read = 0 AND NEW.To_del <> 2 AND user_id = NEW.to_user_id;\n"
-         "END;",
-         nullptr},
-        // The lists' order: each screen is an index range (see read_list).
-        {"datas_sub_menu_date", "select Sub_menu, D_date from Datas",
-         "CREATE INDEX datas_sub_menu_date ON Datas(Sub_menu, D_date);", nullptr},
-        {"email_inbox", "select to_user_id, To_del from Email",
-         "CREATE INDEX email_inbox ON Email(to_user_id, To_del, id);", nullptr},
-        {"email_sent", "select send_user_id, Send_del from Email",
-         "CREATE INDEX email_sent ON Email(send_user_id, Send_del, id);", nullptr},
-        {"book_reply_date", "select Reply_id, Book_date from Book",
-         "CREATE INDEX book_reply_date ON Book(Reply_id, Book_date);", nullptr},
-        {"address_user_id", "select User_id from Address", "CREATE INDEX address_user_id ON Address(User_id);",
-         nullptr},
-        {"user_online", "select online from user",
-         "CREATE INDEX user_online ON user(id) WHERE online<>0;",
-         nullptr},
-        {"user_password_lose", "select password_lose from user",
-         "CREATE INDEX user_password_lose ON user(id) WHERE password_lose<>0;",
-         nullptr},
-    };
-    auto exec = [&](const char* sql) {
+    // Every object of the schema the database lacks, made by the schema's own
+    // text and filled from the rows, all in one transaction.
+    auto exec = [&](const std::string& sql, std::string& error) {
         char* err = nullptr;
-        if (failure.empty() && sqlite3_exec(db, sql, nullptr, nullptr, &err) != SQLITE_OK) failure = err ? err : sql;
+        int rc = sqlite3_exec(db, sql.c_str(), nullptr, nullptr, &err);
+        if (rc != SQLITE_OK) error = err ? err : sql;
         sqlite3_free(err);
+        return rc == SQLITE_OK;
     };
-    exec("BEGIN IMMEDIATE");
-    auto in_schema = [&](const char* name) {
+    auto in_schema = [&](const std::string& name) {
         sqlite3_stmt* st = nullptr;
         bool present = false;
         if (sqlite3_prepare_v2(db, "select 1 from sqlite_schema where name = ? collate nocase", -1, &st, nullptr) ==
             SQLITE_OK) {
-            sqlite3_bind_text(st, 1, name, -1, SQLITE_STATIC);
+            sqlite3_bind_text(st, 1, name.c_str(), -1, SQLITE_STATIC);
             present = sqlite3_step(st) == SQLITE_ROW;
         }
         sqlite3_finalize(st);
         return present;
     };
-    // A database without the columns has no rows for the object to serve.
-    auto has_columns = [&](const char* probe) {
-        sqlite3_stmt* st = nullptr;
-        bool ok = sqlite3_prepare_v2(db, probe, -1, &st, nullptr) == SQLITE_OK;
-        sqlite3_finalize(st);
-        return ok;
-    };
-    for (const auto& [name, columns, create, fill] : objects) {
+    if (failure.empty()) exec("BEGIN IMMEDIATE", failure);
+    for (const SchemaObject& object : objects) {
         if (!failure.empty()) break;
-        if (in_schema(name) || !has_columns(columns)) continue;
-        exec(create);
-        if (fill) exec(fill);
+        if (in_schema(object.name)) continue;
+        std::string error;
+        exec("SAVEPOINT object", failure);
+        bool made = true;
+        for (const std::string& statement : object.statements)
+            if (!(made = exec(statement, error))) break;
+        // A table that lacks the columns an index or a tally reads has no
+        // rows for it to serve: left without it, as that table was made.
+        if (!made && error.rfind("no such column", 0) != 0) failure = error;
+        exec(made ? "RELEASE object" : "ROLLBACK TO object; RELEASE object", failure);
     }
-    exec(failure.empty() ? "COMMIT" : "ROLLBACK");
+    if (failure.empty()) exec("COMMIT", failure);
     if (!failure.empty()) sqlite3_exec(db, "ROLLBACK", nullptr, nullptr, nullptr);
     // Text indexes added since: built once from the rows already there.
     if (failure.empty() && store_detail::create_text_indexes(db, progress) != SQLITE_OK)

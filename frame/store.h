@@ -88,8 +88,10 @@ std::string translate_sql(std::string_view sql);
 // Builds a database file from SQL source (schema and seed rows). Used by
 // site initialisation only; page statements never reach this path.
 void build_database(const std::string& path, const std::string& sql_source);
-// Brings a database made by an earlier version up to the present schema
-// (columns added since); run once at start, before any page.
-void upgrade_database(const std::string& path);
+// Brings a database made by an earlier version up to the present schema:
+// the columns added since, and every table, index and trigger of
+// `schema_sql` (the SQL new databases are built from) that it lacks, made
+// from that text and filled from its rows. Run once at start, before any page.
+void upgrade_database(const std::string& path, const std::string& schema_sql);
 
 }  // namespace tav

@@ -29,7 +29,7 @@ Sql text_contains(std::string_view table, std::initializer_list<std::string_view
 // building one over many rows takes a while, and `progress` hears the
 // table, its rows done and its rows in all.
 using TextIndexProgress = std::function<void(std::string_view table, long long done, long long total)>;
-void upgrade_database(const std::string& path, const TextIndexProgress& progress);
+void upgrade_database(const std::string& path, const std::string& schema_sql, const TextIndexProgress& progress);
 
 namespace store_detail {
 

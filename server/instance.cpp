@@ -40,6 +40,14 @@ std::string join_client_script(const std::string& compat_dir) {
     return out;
 }
 
+static std::string template_sql(const fs::path& file) {
+    std::ifstream in(file, std::ios::binary);
+    if (!in) throw std::runtime_error("missing " + file.string());
+    std::stringstream ss;
+    ss << in.rdbuf();
+    return ss.str();
+}
+
 void init_site(const std::string& dir, const std::string& template_dir) {
     fs::create_directories(dir);
     fs::path tpl(template_dir), dst(dir);
@@ -61,16 +69,11 @@ void init_site(const std::string& dir, const std::string& template_dir) {
     }
     fs::path db = layout::database_path(dst.string());
     if (fs::exists(db)) return;
-    std::string sql;
-    for (const char* name : {"schema.sql", "seed.sql"}) {
-        std::ifstream in(tpl_db / name, std::ios::binary);
-        if (!in) throw std::runtime_error(std::string("missing ") + (tpl_db / name).string());
-        std::stringstream ss;
-        ss << in.rdbuf();
-        sql += ss.str();
-        sql += "\n";
-    }
-    build_database(db.string(), sql);
+    build_database(db.string(), read_schema(template_dir) + "\n" + template_sql(tpl_db / "seed.sql"));
+}
+
+std::string read_schema(const std::string& template_dir) {
+    return template_sql(fs::path(template_dir) / layout::kDatabaseFolder / "schema.sql");
 }
 
 }  // namespace tav

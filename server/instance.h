@@ -10,6 +10,10 @@ namespace tav {
 // left alone).
 void init_site(const std::string& dir, const std::string& template_dir);
 
+// The template's schema: what a new database is built from and what an
+// older one is brought up to at start.
+std::string read_schema(const std::string& template_dir);
+
 // The client script that pages asking for kCompatDialogs load as
 // tavdialog.js: the parts in compat_dir joined in the order its order.txt
 // lists them (they share one closure, so the browser gets one file). Written

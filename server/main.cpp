@@ -155,7 +155,7 @@ int main(int argc, char** argv) {
                           << " folder; run 'tavelor init' first\n";
             log_path = tav::pick_log_path(log_path, tav::default_log_path(dir));
             if (std::string db = tav::layout::database_path(dir); std::filesystem::exists(db))
-                tav::upgrade_database(db, [tty = ::isatty(2) != 0](std::string_view table, long long done,
+                tav::upgrade_database(db, tav::read_schema(tpl), [tty = ::isatty(2) != 0](std::string_view table, long long done,
                                                                    long long total) {
                     // A database from before the text index: built once, here.
                     if (!tty && done < total) return;

@@ -1,6 +1,9 @@
 -- Tables of the site's database. Text compares without case, as the pages
 -- expect; dates are local time as text so that they sort and print plainly.
 -- Columns that inserts leave out and pages compare carry their defaults here.
+-- `serve` makes every table, index and trigger an older database lacks from
+-- this text; an INSERT right after a CREATE TABLE fills that table from the
+-- rows already there, so write it to hold on a full database too.
 
 CREATE TABLE user (
   id INTEGER PRIMARY KEY AUTOINCREMENT,
@@ -191,6 +194,8 @@ CREATE TABLE datas_tally (
   Sub_menu TEXT COLLATE NOCASE PRIMARY KEY,
   num INTEGER NOT NULL DEFAULT 0
 );
+INSERT INTO datas_tally(Sub_menu, num)
+  SELECT Sub_menu, count(*) FROM Datas WHERE Sub_menu IS NOT NULL GROUP BY Sub_menu;
 CREATE TRIGGER datas_tally_insert AFTER INSERT ON Datas WHEN NEW.Sub_menu IS NOT NULL BEGIN
   INSERT OR IGNORE INTO datas_tally(Sub_menu, num) VALUES (NEW.Sub_menu, 0);
   UPDATE datas_tally SET num = num + 1 WHERE Sub_menu = NEW.Sub_menu;
@@ -218,6 +223,14 @@ CREATE TABLE email_tally (
   num INTEGER NOT NULL DEFAULT 0,
   PRIMARY KEY (user_id, folder)
 );
+INSERT INTO email_tally(user_id, folder, num)
+  SELECT to_user_id, 0, count(*) FILTER (WHERE To_del = 0) FROM Email WHERE to_user_id IS NOT NULL GROUP BY to_user_id
+  UNION ALL SELECT to_user_id, 1, count(*) FILTER (WHERE read = 1 AND To_del = 0) FROM Email
+    WHERE to_user_id IS NOT NULL GROUP BY to_user_id
+  UNION ALL SELECT to_user_id, 2, count(*) FILTER (WHERE To_del = 1) FROM Email
+    WHERE to_user_id IS NOT NULL GROUP BY to_user_id
+  UNION ALL SELECT send_user_id, 3, count(*) FILTER (WHERE Send_del = 0) FROM Email
+    WHERE send_user_id IS NOT NULL GROUP BY send_user_id;
 CREATE TRIGGER email_tally_insert AFTER INSERT ON Email BEGIN
   INSERT OR IGNORE INTO email_tally(user_id, folder) SELECT NEW.to_user_id, 0 WHERE NEW.to_user_id IS NOT NULL
     UNION ALL SELECT NEW.to_user_id, 1 WHERE NEW.to_user_id IS NOT NULL
@@ -250,11 +263,12 @@ END;
 -- without counting a long inbox. Equal to count(id) from Email where read=0
 -- and to_del<>2 and to_user_id=... . The account column has no type, so a
 -- mail addressed to no number is kept as it is rather than refused.
--- (Kept the same in frame/store.cpp, which adds these to older databases.)
 CREATE TABLE unread_tally (
   user_id NOT NULL PRIMARY KEY,
   num INTEGER NOT NULL DEFAULT 0
 );
+INSERT INTO unread_tally(user_id, num) SELECT to_user_id, count(*) FROM Email
+  WHERE read = 0 AND To_del <> 2 AND to_user_id IS NOT NULL GROUP BY to_user_id;
 CREATE TRIGGER unread_tally_insert AFTER INSERT ON Email
 WHEN NEW.read = 0 AND NEW.To_del <> 2 AND NEW.to_user_id IS NOT NULL BEGIN
   INSERT OR IGNORE INTO unread_tally(user_id, num) VALUES (NEW.to_user_id, 0);
@@ -279,7 +293,7 @@ CREATE TABLE book_tally (
   id INTEGER PRIMARY KEY CHECK (id = 1),
   num INTEGER NOT NULL DEFAULT 0
 );
-INSERT INTO book_tally(id, num) VALUES (1, 0);
+INSERT INTO book_tally(id, num) SELECT 1, count(*) FROM Book WHERE Reply_id = 0;
 CREATE TRIGGER book_tally_insert AFTER INSERT ON Book WHEN NEW.Reply_id = 0 BEGIN
   UPDATE book_tally SET num = num + 1;
 END;
@@ -295,6 +309,8 @@ CREATE TABLE address_tally (
   User_id INTEGER PRIMARY KEY,
   num INTEGER NOT NULL DEFAULT 0
 );
+INSERT INTO address_tally(User_id, num)
+  SELECT User_id, count(*) FROM Address WHERE User_id IS NOT NULL GROUP BY User_id;
 CREATE TRIGGER address_tally_insert AFTER INSERT ON Address WHEN NEW.User_id IS NOT NULL BEGIN
   INSERT OR IGNORE INTO address_tally(User_id, num) VALUES (NEW.User_id, 0);
   UPDATE address_tally SET num = num + 1 WHERE User_id = NEW.User_id;

@@ -3,8 +3,6 @@
 #include <gtest/gtest.h>
 
 #include <filesystem>
-#include <fstream>
-#include <iterator>
 #include <string>
 #include <vector>
 
@@ -16,13 +14,56 @@
 
 using tav::operator""_sql;
 
+namespace {
+
+std::string schema() {
+    return tav::test::slurp(std::filesystem::path(TAVELOR_TEMPLATE_DIR) / "datebase" / "schema.sql");
+}
+
+// Every row of a statement, read straight from the file.
+std::string rows(const std::string& db, const std::string& sql) {
+    sqlite3* h = nullptr;
+    sqlite3_open_v2(db.c_str(), &h, SQLITE_OPEN_READONLY, nullptr);
+    std::string out;
+    sqlite3_stmt* st = nullptr;
+    if (sqlite3_prepare_v2(h, sql.c_str(), -1, &st, nullptr) != SQLITE_OK) out = sqlite3_errmsg(h);
+    while (st && sqlite3_step(st) == SQLITE_ROW) {
+        for (int i = 0; i < sqlite3_column_count(st); ++i) {
+            const unsigned char* v = sqlite3_column_text(st, i);
+            out += (v ? reinterpret_cast<const char*>(v) : "NULL") + std::string(i + 1 < sqlite3_column_count(st) ? "|" : "\n");
+        }
+    }
+    sqlite3_finalize(st);
+    sqlite3_close_v2(h);
+    return out;
+}
+
+// A database of today's schema without the objects `which` names (a
+// condition on sqlite_schema), then `rows_sql`: one from before they came.
+void build_older(const std::string& db, const std::string& which, const std::string& rows_sql) {
+    tav::build_database(db, schema());
+    std::string drops;
+    for (const char* kind : {"trigger", "index", "table"}) {
+        std::string names = rows(db, std::string("select name from sqlite_schema where type='") + kind +
+                                         "' and sql is not null and (" + which + ")");
+        for (std::size_t at = 0, nl; (nl = names.find('\n', at)) != std::string::npos; at = nl + 1)
+            drops += std::string("drop ") + kind + " if exists \"" + names.substr(at, nl - at) + "\";";
+    }
+    sqlite3* h = nullptr;
+    ASSERT_EQ(sqlite3_open(db.c_str(), &h), SQLITE_OK);
+    ASSERT_EQ(sqlite3_exec(h, (drops + rows_sql).c_str(), nullptr, nullptr, nullptr), SQLITE_OK) << sqlite3_errmsg(h);
+    sqlite3_close(h);
+}
+
+}  // namespace
+
 TEST(StoreUpgrade, AddsMissingColumnsOnceAndKeepsRows) {
     tav::test::TempDir dir("tav_upgrade");
     std::string db = (dir / "office.mdb").string();
     tav::build_database(db, "create table user(id integer primary key, username text, password text);"
                             "insert into user(username,password) values ('old','pw');");
-    tav::upgrade_database(db);
-    tav::upgrade_database(db);  // a second start finds the column and changes nothing
+    tav::upgrade_database(db, schema());
+    tav::upgrade_database(db, schema());  // a second start finds the column and changes nothing
     tav::Connection conn;
     conn.Open("driver={Microsoft Access Driver (*.mdb)};dbq=" + db);
     tav::Recordset rs = conn.execute("select username,must_change from user");
@@ -32,86 +73,80 @@ TEST(StoreUpgrade, AddsMissingColumnsOnceAndKeepsRows) {
     conn.close();
 }
 
-// A database from before the unread count gets its table, triggers and
-// indexes at start, the same text as a new database's, filled from its mails.
-TEST(StoreUpgrade, AddsTheUnreadCountFilledFromTheMails) {
-    namespace fs = std::filesystem;
-    tav::test::TempDir dir("tav_upgrade_unread");
+// A database of the first schema (its tables only) gets every index, count
+// table and trigger at start, the same text as a new database's, the counts
+// filled from its rows and kept from then on.
+TEST(StoreUpgrade, AddsEveryMissingObjectWithCountsFilledFromTheRows) {
+    tav::test::TempDir dir("tav_upgrade_objects");
     std::string old_db = (dir / "old.mdb").string(), new_db = (dir / "new.mdb").string();
-    std::ifstream in(fs::path(TAVELOR_TEMPLATE_DIR) / "datebase" / "schema.sql", std::ios::binary);
-    std::string schema((std::istreambuf_iterator<char>(in)), std::istreambuf_iterator<char>());
-    tav::build_database(new_db, schema);
-    tav::build_database(old_db, "create table user(id integer primary key, username text, online int, password_lose int);"
-                                "create table Email(id integer primary key, to_user_id int, read int, To_del int);"
-                                "insert into Email(to_user_id, read, To_del) values (1,0,0),(1,0,1),(1,1,0),(1,0,2),"
-                                "(2,0,0),(null,0,0),('x',0,0);");
-    tav::upgrade_database(old_db);
-    tav::upgrade_database(old_db);
-    auto schema_of = [](const std::string& db) {
-        sqlite3* h = nullptr;
-        sqlite3_open_v2(db.c_str(), &h, SQLITE_OPEN_READONLY, nullptr);
-        std::string out;
-        sqlite3_stmt* st = nullptr;
-        sqlite3_prepare_v2(h, "select name, sql from sqlite_schema where name like 'unread_tally%' or name like 'user_%' "
-                              "and name not like 'user_username' order by name", -1, &st, nullptr);
-        while (st && sqlite3_step(st) == SQLITE_ROW)
-            out += std::string(reinterpret_cast<const char*>(sqlite3_column_text(st, 0))) + ": " +
-                   reinterpret_cast<const char*>(sqlite3_column_text(st, 1)) + "\n";
-        sqlite3_finalize(st);
-        sqlite3_close_v2(h);
-        return out;
+    tav::build_database(new_db, schema());
+    build_older(old_db, "type<>'table' or name like '%tally' or name like '%fts%'",
+                "insert into Datas(Sub_menu) values ('4101'),('4101'),('a1'),('A1'),(null);"
+                "insert into Email(to_user_id, send_user_id, read, To_del, Send_del) values (1,2,0,0,0),(1,2,0,1,1),"
+                "(1,3,1,0,0),(1,2,0,2,0),(2,1,0,0,0),(null,1,0,0,0),('x',null,0,0,0);"
+                "insert into Book(Reply_id) values (0),(0),(1),(0);"
+                "insert into Address(User_id) values (1),(1),(2),(null);");
+    ASSERT_EQ(rows(old_db, "select count(*) from sqlite_schema where name like '%tally%'"), "0\n");
+
+    tav::upgrade_database(old_db, schema());
+    tav::upgrade_database(old_db, schema());
+    const std::string objects = "select type, name, sql from sqlite_schema order by name";
+    EXPECT_EQ(rows(old_db, objects), rows(new_db, objects));
+
+    // Each kept count against the count of its rows; both ways, so a missing
+    // row and a wrong one both show.
+    const char* pairs[][2] = {
+        {"select Sub_menu, num from datas_tally where num <> 0",
+         "select Sub_menu, count(*) from Datas where Sub_menu is not null group by Sub_menu"},
+        {"select user_id, folder, num from email_tally where num <> 0",
+         "select to_user_id, 0, count(*) from Email where To_del = 0 and to_user_id is not null group by 1 union all "
+         "select to_user_id, 1, count(*) from Email where read = 1 and To_del = 0 and to_user_id is not null group by 1 "
+         "union all select to_user_id, 2, count(*) from Email where To_del = 1 and to_user_id is not null group by 1 "
+         "union all select send_user_id, 3, count(*) from Email where Send_del = 0 and send_user_id is not null group by 1"},
+        {"select user_id, num from unread_tally where num <> 0",
+         "select to_user_id, count(*) from Email where read = 0 and To_del <> 2 and to_user_id is not null group by 1"},
+        {"select num from book_tally", "select count(*) from Book where Reply_id = 0"},
+        {"select User_id, num from address_tally where num <> 0",
+         "select User_id, count(*) from Address where User_id is not null group by 1"},
     };
-    EXPECT_EQ(schema_of(old_db), schema_of(new_db));
-    EXPECT_NE(schema_of(old_db).find("unread_tally_update"), std::string::npos);
-    tav::Connection conn;
-    conn.Open("dbq=" + old_db);
-    auto unread = [&](const char* user) {
-        return conn.execute("select coalesce(sum(num),0) as num from unread_tally where user_id="_sql + std::string(user))("num").lng();
-    };
-    auto counted = [&](const char* user) {
-        return conn.execute("select count(id) as num from Email where read=0 and to_del<>2 and to_user_id="_sql +
-                            std::string(user))("num").lng();
-    };
-    const char* users[] = {"1", "2", "3"};
     auto same = [&](const char* when) {
-        for (const char* u : users) EXPECT_EQ(unread(u), counted(u)) << when << ", account " << u;
+        for (const auto& [kept, counted] : pairs) {
+            const std::string a = std::string("select * from (") + kept + ")", b = std::string("select * from (") + counted + ")";
+            EXPECT_EQ(rows(old_db, a + " except " + b), "") << when << ": " << kept;
+            EXPECT_EQ(rows(old_db, b + " except " + a), "") << when << ": " << kept;
+        }
     };
     same("filled");
+    EXPECT_NE(rows(old_db, "select num from datas_tally where Sub_menu = 'a1'"), "");
+    tav::Connection conn;
+    conn.Open("dbq=" + old_db);
     conn.execute("insert into Email(to_user_id, read, To_del) values (3,0,0)");
     conn.execute("update Email set read=1 where id=1");
     conn.execute("update Email set to_user_id=2 where id=2");
     conn.execute("update Email set To_del=0 where id=4");
     conn.execute("delete from Email where id=5");
-    same("after changes");
+    conn.execute("update Datas set Sub_menu='4102' where id=1");
+    conn.execute("delete from Book where id=1");
+    conn.execute("insert into Address(User_id) values (2)");
     conn.close();
+    same("after changes");
 }
 
 // A database from before the text index gets it at start, filled from its
 // rows, with progress; the next start finds it and builds nothing.
 TEST(StoreUpgrade, BuildsTheTextIndexOnceFromTheRows) {
-    namespace fs = std::filesystem;
-    fs::path dir = fs::temp_directory_path() / ("tav_upgrade_fts_" + std::to_string(::getpid()));
-    fs::create_directories(dir);
+    tav::test::TempDir dir("tav_upgrade_fts");
     std::string db = (dir / "office.mdb").string();
-    sqlite3* raw = nullptr;
-    ASSERT_EQ(sqlite3_open(db.c_str(), &raw), SQLITE_OK);
-    ASSERT_EQ(sqlite3_exec(raw,
-                           "create table user(id integer primary key, username text, must_change integer);"
-                           "create table Datas(id integer primary key, D_title text collate nocase);"
-                           "insert into Datas(id, D_title) values (1, '旧的标题'), (2, 'Old title'), "
-                           "(100000, 'far away title');",
-                           nullptr, nullptr, nullptr),
-              SQLITE_OK);
-    sqlite3_close(raw);
-
+    build_older(db, "name like '%fts%'",
+                "insert into Datas(id, D_title) values (1, '旧的标题'), (2, 'Old title'), (100000, 'far away title');");
     std::vector<std::string> heard;
     auto progress = [&](std::string_view table, long long done, long long total) {
         heard.push_back(std::string(table) + " " + std::to_string(done) + "/" + std::to_string(total));
     };
-    tav::upgrade_database(db, progress);
+    tav::upgrade_database(db, schema(), progress);
     EXPECT_EQ(heard, (std::vector<std::string>{"Datas 2/3", "Datas 3/3"}));
     heard.clear();
-    tav::upgrade_database(db, progress);
+    tav::upgrade_database(db, schema(), progress);
     EXPECT_TRUE(heard.empty());
 
     tav::Connection conn;
@@ -129,5 +164,4 @@ TEST(StoreUpgrade, BuildsTheTextIndexOnceFromTheRows) {
     conn.execute("insert into Datas(D_title) values ('new title')");
     EXPECT_EQ(ids("w ti"), "100001,");
     conn.close();
-    fs::remove_all(dir);
 }
