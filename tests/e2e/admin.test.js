@@ -33,7 +33,7 @@ flow(test, 'a visitor registers from the login page and logs in with the new acc
   await reg.waitForFunction(() => document.body && /恭喜您注册成功/.test(document.body.innerText));
   assert.match(await reg.evaluate(() => document.body.innerText), /账号: zhao6 已经开通/);
   await reg.screenshot({ path: path.join(SHOTS, page.engine + '-admin-registered.png') });
-  assert.equal(server.sql("select Email||'|'||Duty||'|'||Mobile from user where username='zhao6'").trim(),
+  assert.equal(server.sql("select Email||'|'||Duty||'|'||Mobile from user where username='zhao6'"),
     'zhao6@office.example.com|末填|13*');
   assert.ok(fs.existsSync(path.join(server.site, 'user', 'zhao6')));
   // "登录系统" closes the registration window and leaves the login form.
@@ -44,7 +44,7 @@ flow(test, 'a visitor registers from the login page and logs in with the new acc
 
   await page.login(server.base, 'zhao6', 'pw6');
   await page.waitIn('detail', (w) => w.document.readyState === 'complete' && /\.asp/.test(w.location.href), null, 'the desktop');
-  assert.equal(server.sql("select count(*) from Email e join user u on u.id=e.to_user_id where u.username='zhao6'").trim(), '1');
+  assert.equal(server.sql("select count(*) from Email e join user u on u.id=e.to_user_id where u.username='zhao6'"), '1');
   expectNoErrors(page);
 });
 
@@ -55,7 +55,7 @@ const ACCOUNT = [
 
 flow(test, 'the administrator edits an account, sets its rights, reads its log and deletes it', async (browser, t) => {
   const { server, pages: [page, user] } = await session(browser, t, { sql: ACCOUNT }, { pages: 2 });
-  const id = server.sql("select id from user where username='zhao6'").trim();
+  const id = server.sql("select id from user where username='zhao6'");
   await page.login(server.base);
 
   // The profile through the list's edit link.
@@ -67,7 +67,7 @@ flow(test, 'the administrator edits an account, sets its rights, reads its log a
   await page.screenshot('admin-profile');
   await page.click('detail', 'input[name=Submit]');
   await page.shows('detail', 'Pop_OK');
-  assert.equal(server.sql(`select Duty||'|'||record from user where id=${id}`).trim(), '科长|60');
+  assert.equal(server.sql(`select Duty||'|'||record from user where id=${id}`), '科长|60');
 
   // Rights: take the inbox away, give the sent mail.
   await page.open('detail', 'Sys_User_Menu.asp');
@@ -80,7 +80,7 @@ flow(test, 'the administrator edits an account, sets its rights, reads its log a
   await page.in('detail', (w) => w.document.querySelector('input[name=btnSet]').scrollIntoView());
   await page.click('detail', 'input[name=btnSet]');
   await page.shows('detail', 'Pop_OK');
-  assert.equal(server.sql(`select menu_idstr from user where id=${id}`).trim(), '1104');
+  assert.equal(server.sql(`select menu_idstr from user where id=${id}`), '1104');
 
   // The account's menu follows at its next load.
   await user.login(server.base, 'zhao6', 'pw6');
@@ -107,7 +107,7 @@ flow(test, 'the administrator edits an account, sets its rights, reads its log a
   assert.match(await page.text('detail'), /确实要删除用户\[zhao6\]吗？/);
   await page.click('detail', 'input[value="删除"]');
   await page.shows('detail', 'Pop_OK');
-  assert.equal(server.sql(`select count(*) from user where id=${id}`).trim(), '0');
+  assert.equal(server.sql(`select count(*) from user where id=${id}`), '0');
   expectNoErrors(page);
 });
 
@@ -123,7 +123,7 @@ flow(test, 'a user changes the own profile and password and uploads both signatu
   await page.fill('detail', 'input[name=Mobile]', '13912345678');
   await page.click('detail', 'input[name=Submit]');
   await page.shows('detail', 'Pop_OK');
-  assert.equal(server.sql("select Mobile||'|'||start_meeting from user where username='qian7'").trim(), '13912345678|0');
+  assert.equal(server.sql("select Mobile||'|'||start_meeting from user where username='qian7'"), '13912345678|0');
 
   await page.open('detail', 'User_password_Modify.asp');
   await page.fill('detail', 'input[name=UserPassWord]', 'pw7');
@@ -131,7 +131,7 @@ flow(test, 'a user changes the own profile and password and uploads both signatu
   await page.fill('detail', 'input[name=NewPassWord1]', 'new_pw7');
   await page.click('detail', 'input[name=Submit]');
   await page.waitIn('detail', (w) => w.document.body && /密码已经修改！/.test(w.document.body.innerText), null, 'the new password');
-  assert.match(server.sql("select password from user where username='qian7'").trim(), /^\$argon2id\$/);
+  assert.match(server.sql("select password from user where username='qian7'"), /^\$argon2id\$/);
 
   for (const [button, file, column] of [['OK', 'agree.gif', 'pen_ok'], ['NO', 'defer.jpg', 'pen_no']]) {
     await page.open('detail', 'user_signe.asp');
@@ -150,7 +150,7 @@ flow(test, 'a user changes the own profile and password and uploads both signatu
     await page.click('detail', 'input[name=go]');
     await page.waitIn('detail', (w, f) => /user_signe\.asp$/.test(w.location.href) && w.document.readyState === 'complete' &&
       Array.from(w.document.images).some((i) => i.src.endsWith('/user/qian7/' + f) && i.complete && i.naturalWidth > 0), file, 'the image ' + file);
-    assert.equal(server.sql(`select ${column} from user where username='qian7'`).trim(), 'user/qian7/' + file);
+    assert.equal(server.sql(`select ${column} from user where username='qian7'`), 'user/qian7/' + file);
   }
   await page.screenshot('admin-signatures');
   expectNoErrors(page);

@@ -64,7 +64,7 @@ flow(test, 'guest book: a thread, a reply, the owner told and the news cleared b
   await page.waitIn('detail', (w) => /who comes along\?/.test(w.document.getElementById('mytext').contentDocument.body.innerText), null, 'the quoted text');
   await page.writeEditor('detail', 'count me in');
   await saveAndConfirm(page);
-  assert.equal(server.sql("select Reply_num from Book where Reply_id=0").trim(), '1');
+  assert.equal(server.sql("select Reply_num from Book where Reply_id=0"), '1');
   await logout(page);
 
   // Alice is told in the bottom cell, reads, and the news goes.
@@ -120,7 +120,7 @@ flow(test, 'chat room: two speakers, the display refreshing, the repeat rule, a 
   await say(alice, 'anyone?');
   await say(alice, 'hello all');  // A, B, A is allowed
   await alice.waitIn('detail/f1', (w) => ((w.document.body ? w.document.body.innerText : '').match(/hello all/g) || []).length === 2 && (w.document.body ? w.document.body.innerText : '').includes('anyone?'), null, 'A, B, A');
-  assert.equal(server.sql("select count(id) from Chat").trim(), '3');
+  assert.equal(server.sql("select count(id) from Chat"), '3');
 
   // Bob's display reloads by itself and brings Alice's lines; he clicks her name to answer her.
   await bob.waitIn('detail/f1', (w) => (w.document.body ? w.document.body.innerText : '').includes('anyone?'), null, 'the refresh of his display', 25000);
@@ -128,7 +128,7 @@ flow(test, 'chat room: two speakers, the display refreshing, the repeat rule, a 
   await bob.waitIn('detail/f2', (w, a) => { const i = w.document.querySelector('input[name=to_username]'); return i && i.value === a; }, ALICE, 'her name as addressee');
   await say(bob, 'me too');
   await bob.waitIn('detail/f1', (w, a) => (w.document.body ? w.document.body.innerText : '').includes(a), BOB + ' \u5bf9 ' + ALICE + ' \u8bf4\uff1ame too', 'his line to her');
-  assert.equal(server.sql("select To_username from Chat order by id desc limit 1").trim(), ALICE);
+  assert.equal(server.sql("select To_username from Chat order by id desc limit 1"), ALICE);
   await bob.screenshot('chat-bob');
   await alice.waitIn('detail/f1', (w) => (w.document.body ? w.document.body.innerText : '').includes('me too'), null, 'his line in her display', 25000);
   await alice.screenshot('chat-alice');

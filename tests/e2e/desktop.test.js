@@ -40,7 +40,7 @@ flow(test, 'desktop frames, top bar, sections, outbar, status cells and logout',
 
   // The status cells get their tool tips from the monitor frame.
   await page.waitIn('bottom', (w) => /^\u5f53\u524d\u5728\u7ebf\u4eba\u6570\uff1a/.test(w.document.querySelector('#onlines img').alt), null, 'the online count');
-  assert.equal(server.sql("select online from user where username='admin'").trim(), '1');
+  assert.equal(server.sql("select online from user where username='admin'"), '1');
   // the caption the monitor writes into the last cell reads in the frame's yellow
   await page.waitIn('bottom', (w) => w.document.getElementById('system').textContent.trim() !== '', null, 'the caption');
   assert.equal(await page.in('bottom', (w) => w.getComputedStyle(w.document.getElementById('system')).color), 'rgb(255, 255, 0)');
@@ -64,7 +64,7 @@ flow(test, 'desktop frames, top bar, sections, outbar, status cells and logout',
   // Out through the top frame's last button.
   await page.clickAndWait('top_w', 'a[href="logout.asp"]');
   assert.match(page.url(), /login\.asp$/);
-  assert.equal(server.sql("select online from user where username='admin'").trim(), '0');
+  assert.equal(server.sql("select online from user where username='admin'"), '0');
   expectNoErrors(page);
 });
 

@@ -49,7 +49,7 @@ async function deleteWhere(page, subject) {
 
 flow(test, 'two accounts: compose, dialog, attachments, status cell, read, reply, delete, over the limit', async (browser, t) => {
   const { server, pages: [admin, ann] } = await session(browser, t, { sql: SITE, args: ['--body-limit', String(LIMIT)] }, { pages: 2 });
-  const id = (name) => server.sql(`select id from user where username='${name}'`).trim();
+  const id = (name) => server.sql(`select id from user where username='${name}'`);
   const annId = id('ann'), bobId = id('bob');
   const inEmail = (name) => fs.existsSync(path.join(server.site, 'Email', name));
   const subject = '\u5468\u62a5 ' + browser.engine;
@@ -74,10 +74,10 @@ flow(test, 'two accounts: compose, dialog, attachments, status cell, read, reply
   await admin.click('detail', 'input[value="\u53d1 \u9001"]');
   await admin.shows('detail', /Pop_OK\.asp/);
   assert.match(await admin.text('detail'), /\u90ae\u4ef6\u6210\u529f\u53d1\u9001/);
-  const prefix = server.sql('select Email_doc from Email limit 1').trim().split('*');
+  const prefix = server.sql('select Email_doc from Email limit 1').split('*');
   assert.equal(prefix.length, 2);
   assert.ok(prefix.every(inEmail), 'files on disk: ' + prefix);
-  assert.equal(server.sql(`select count(*) from Email where Email_text like '%Hello, see the two files.%'`).trim(), '2',
+  assert.equal(server.sql(`select count(*) from Email where Email_text like '%Hello, see the two files.%'`), '2',
     server.sql('select Email_text from Email'));
 
   // The recipient's status cell tells of the mail; she reads it and opens an attachment.
@@ -96,7 +96,7 @@ flow(test, 'two accounts: compose, dialog, attachments, status cell, read, reply
   });
   assert.deepEqual(file, { status: 200, text: 'mail attachment report.txt mai' });
   await ann.screenshot('mail-read');
-  assert.equal(server.sql(`select read from Email where to_user_id=${annId}`).trim(), '1');
+  assert.equal(server.sql(`select read from Email where to_user_id=${annId}`), '1');
 
   // She replies; the reply reaches the admin marked as one.
   await ann.click('detail', 'input[value="\u56de \u590d"]');
@@ -122,7 +122,7 @@ flow(test, 'two accounts: compose, dialog, attachments, status cell, read, reply
   // Deletion. Ann: inbox, then the deleted folder for good.
   await ann.open('detail', 'Email_list.asp?type=0');
   await deleteWhere(ann, subject);
-  assert.equal(server.sql(`select To_del from Email where to_user_id=${annId}`).trim(), '1');
+  assert.equal(server.sql(`select To_del from Email where to_user_id=${annId}`), '1');
   await ann.open('detail', 'Email_list.asp?type=2');
   await ann.click('detail', 'input[name=clickall]');  // "kall" rides along; the server skips it
   await ann.click('detail', '#Clear');
@@ -131,7 +131,7 @@ flow(test, 'two accounts: compose, dialog, attachments, status cell, read, reply
   // The admin's sent folder: both copies. Bob's copy still holds the files.
   await admin.open('detail', 'Email_list.asp?type=3');
   await deleteWhere(admin, subject);
-  assert.equal(server.sql(`select count(*) from Email where Email_doc<>'0'`).trim(), '2');
+  assert.equal(server.sql(`select count(*) from Email where Email_doc<>'0'`), '2');
   assert.ok(prefix.every(inEmail), 'files kept while a copy is held');
   // Bob removes the last copy; the rows and the files go.
   const bob = await browser.newPage();
@@ -142,7 +142,7 @@ flow(test, 'two accounts: compose, dialog, attachments, status cell, read, reply
   assert.ok(prefix.every(inEmail), 'files kept in the deleted folder');
   await bob.open('detail', 'Email_list.asp?type=2');
   await deleteWhere(bob, subject);
-  assert.equal(server.sql(`select count(*) from Email where Email_doc<>'0'`).trim(), '0');
+  assert.equal(server.sql(`select count(*) from Email where Email_doc<>'0'`), '0');
   assert.ok(!prefix.some(inEmail), 'files gone with the last copy');
 
   // A file over the server's limit: a page that says so, and Back returns to the form.
@@ -153,12 +153,12 @@ flow(test, 'two accounts: compose, dialog, attachments, status cell, read, reply
   }, annId + '@');
   await admin.fill('detail', 'input[name=Email_title]', 'too big');
   await attach(admin, 'File1', 'big.bin', LIMIT + 300000);
-  const before = server.sql('select count(*) from Email').trim();
+  const before = server.sql('select count(*) from Email');
   await admin.click('detail', 'input[value="\u53d1 \u9001"]');
   const refusal = await admin.waitIn('detail', (w) => /\u6587\u4ef6\u592a\u5927/.test(w.document.body ? w.document.body.innerText : '') && w.document.body.innerText, null, 'the page for a body over the limit');
   assert.match(refusal, /\u4e0d\u80fd\u8d85\u8fc7 1 MB/);
   await admin.screenshot('mail-too-large');
-  assert.equal(server.sql('select count(*) from Email').trim(), before);
+  assert.equal(server.sql('select count(*) from Email'), before);
   // Back as the user presses it: the joint history steps the working frame back.
   await admin.in('', (w) => { w.history.back(); });
   await admin.shows('detail', /Email_send\.asp$/);

@@ -46,7 +46,7 @@ async function startServer({ sql = [], args = [] } = {}) {
   }
   return {
     base, dir, site, db,
-    sql: (s) => execFileSync('sqlite3', [db, s]).toString(),
+    sql: (s) => execFileSync('sqlite3', [db, s]).toString().trim(),
     log: () => fs.existsSync(path.join(dir, 'app.log')) ? fs.readFileSync(path.join(dir, 'app.log'), 'utf8') : '',
     async stop() {
       proc.kill('SIGTERM');
