@@ -257,9 +257,10 @@ class Page {
     else await box.uploadFile(file);
   }
 
-  // Waits for an alert with exactly this text (its line breaks included).
+  // Waits for an alert with exactly this text (its line breaks included), or matching a RegExp.
   async alerted(message) {
-    await until(() => this.alerts.includes(message), JSON.stringify(message) + ' among ' + JSON.stringify(this.alerts));
+    const seen = () => this.alerts.some((a) => (message instanceof RegExp ? message.test(a) : a === message));
+    await until(seen, String(message) + ' among ' + JSON.stringify(this.alerts));
   }
 
   // Picks an option of a select in the top window as a user does.
