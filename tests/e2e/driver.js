@@ -233,11 +233,12 @@ class Page {
     await this.raw.keyboard.type(text);
   }
 
-  // Waits until the frame shows a loaded page whose address matches `re` (a RegExp or its source).
-  async shows(frame, re) {
+  // Waits until the frame shows a loaded page whose address matches `re` (a RegExp or its
+  // source), and holding an element matching `selector` if one is given.
+  async shows(frame, re, selector) {
     const src = re instanceof RegExp ? re.source : re;
-    await this.waitIn(frame, (w, p) => new RegExp(p, 'i').test(w.location.href) && w.document.readyState === 'complete' &&
-      !!w.document.body, src, (frame || 'the top window') + ' at ' + src);
+    await this.waitIn(frame, (w, [p, sel]) => new RegExp(p, 'i').test(w.location.href) && w.document.readyState === 'complete' &&
+      !!w.document.body && (!sel || !!w.document.querySelector(sel)), [src, selector], (frame || 'the top window') + ' at ' + src + ' ' + (selector || ''));
   }
 
   // Sends a frame to `url` and waits for it there (or for `re`).
