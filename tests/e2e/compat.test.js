@@ -36,13 +36,7 @@ test.after(async () => { await closeBrowsers(); fixtures.close(); });
 const answered = (page, re) => page.waitIn('', (w, p) => new RegExp(p).test(w.document.getElementById('out').textContent), re.source, 'the answer ' + re);
 const dialogs = (page) => page.in('', (w) => w.document.querySelectorAll('dialog').length);
 const noDialog = (page) => page.waitIn('', (w) => !w.document.querySelector('dialog'), null, 'the dialog to go');
-
-async function fixturePage(browser, t, name) {
-  const page = await browser.newPage({ width: 1024, height: 700 });
-  t.after(() => page.close());
-  await page.goto(base + '/' + name);
-  return page;
-}
+const fixturePage = (browser, t, name) => browser.open(t, base + '/' + name, { width: 1024, height: 700 });
 
 flow(test, 'the load handler of the zero-height message frame raises its dialog in the top window, above every frame', async (browser, t) => {
   const page = await fixturePage(browser, t, 'desk.html');

@@ -288,20 +288,22 @@ class Page {
 class Browser {
   constructor(engine, raw) { this.engine = engine; this.raw = raw; }
 
+  // A page in a context of its own: cookies and history start empty.
   async newPage({ width = 1024, height = 768 } = {}) {
-    let raw;
-    if (this.engine === 'chromium') {
-      // a context of its own: cookies and history start empty
-      const ctx = await this.raw.newContext({ viewport: { width, height }, locale: 'zh-CN' });
-      raw = await ctx.newPage();
-      raw.close = ((close) => async () => { await close.call(raw); await ctx.close(); })(raw.close);
-    } else {
-      const ctx = await this.raw.createBrowserContext();
-      raw = await ctx.newPage();
-      await raw.setViewport({ width, height });
-      raw.close = ((close) => async () => { await close.call(raw); await ctx.close(); })(raw.close);
-    }
+    const chromium = this.engine === 'chromium';
+    const ctx = await (chromium ? this.raw.newContext({ viewport: { width, height }, locale: 'zh-CN' }) : this.raw.createBrowserContext());
+    const raw = await ctx.newPage();
+    if (!chromium) await raw.setViewport({ width, height });
+    raw.close = ((close) => async () => { await close.call(raw); await ctx.close(); })(raw.close);
     return new Page(this.engine, raw);
+  }
+
+  // A page at `url` that closes when the test `t` ends.
+  async open(t, url, size) {
+    const page = await this.newPage(size);
+    t.after(() => page.close());
+    await page.goto(url);
+    return page;
   }
 
   async close() { await this.raw.close(); }

@@ -58,9 +58,7 @@ const started = (w) => {
 
 // The host page with its editor started.
 async function openEditor(browser, t) {
-  const page = await browser.newPage({ width: 1000, height: 720 });
-  t.after(() => page.close());
-  await page.goto(base + '/editor.html');
+  const page = await browser.open(t, base + '/editor.html', { width: 1000, height: 720 });
   await page.waitIn('', started, null, 'the editor to start');
   return page;
 }
@@ -69,17 +67,18 @@ const frameHtml = (page) => page.in('', (w) => w.document.getElementById('mytext
 const setFrameHtml = (page, html) => page.in('', (w, h) => { w.document.getElementById('mytext').contentDocument.body.innerHTML = h; }, html);
 
 // Selects the text of the element matching `sel` in the frame, or puts the caret at the end of
-// the body when sel is null.
-async function selectInFrame(page, sel) {
-  await page.in('', (w, s) => {
+// the body when sel is null, or at `at` characters into the element's text.
+async function selectInFrame(page, sel, at) {
+  await page.in('', (w, [s, n]) => {
     const d = w.document.getElementById('mytext').contentDocument;
     d.defaultView.focus();
     const r = d.createRange();
-    if (s) r.selectNodeContents(d.querySelector(s));
+    if (n !== null) { r.setStart(d.querySelector(s).firstChild, n); r.collapse(true); }
+    else if (s) r.selectNodeContents(d.querySelector(s));
     else { r.selectNodeContents(d.body); r.collapse(false); }
     d.getSelection().removeAllRanges();
     d.getSelection().addRange(r);
-  }, sel);
+  }, [sel, at === undefined ? null : at]);
 }
 
 const button = (title) => `#FormatToolbar div[title="${title}"]`;
@@ -171,16 +170,7 @@ async function editorChecks(browser, t) {
   await t.test('a picture through the dialog stand-in; a closed dialog inserts nothing', async (t) => {
     const page = await openEditor(browser, t);
     await setFrameHtml(page, '<p id="p">before after</p>');
-    // the caret between the two words
-    await page.in('', (w) => {
-      const d = w.document.getElementById('mytext').contentDocument;
-      d.defaultView.focus();
-      const r = d.createRange();
-      r.setStart(d.getElementById('p').firstChild, 7);
-      r.collapse(true);
-      d.getSelection().removeAllRanges();
-      d.getSelection().addRange(r);
-    });
+    await selectInFrame(page, '#p', 7);  // the caret between the two words
     await page.click('', button('导入图片'));
     await page.waitIn('@dialog', (w) => !!w.document.querySelector('#up'), null, 'the picture dialog');
     await page.screenshot('editor-dialog');
@@ -242,9 +232,7 @@ async function editorChecks(browser, t) {
 
   await t.test('design mode set while the frame still loads its own page is put back after the load', async (t) => {
     // the page turns design mode on at once, and then the frame's page (blank.html) arrives
-    const page = await browser.newPage();
-    t.after(() => page.close());
-    await page.goto(base + '/editor_late.html');
+    const page = await browser.open(t, base + '/editor_late.html');
     await page.waitIn('', (w) => {
       const d = w.document.getElementById('mytext').contentDocument;
       return /blank\.html$/.test(d.URL) && d.readyState === 'complete' && d.designMode === 'on';
@@ -252,9 +240,7 @@ async function editorChecks(browser, t) {
   });
 
   await t.test('a surrounding frame sets the initial text through m_body', async (t) => {
-    const page = await browser.newPage();
-    t.after(() => page.close());
-    await page.goto(base + '/editor_frame.html');
+    const page = await browser.open(t, base + '/editor_frame.html');
     const html = await page.waitIn('inner', (w) => {
       const d = w.document.getElementById('mytext').contentDocument;
       return d && d.designMode === 'on' && d.body && d.body.innerHTML;

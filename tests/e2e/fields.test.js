@@ -12,9 +12,7 @@ test.before(async () => { fixtures = await fixtureServer(); });
 test.after(async () => { await closeBrowsers(); fixtures.close(); });
 
 flow(test, 'hidden fields of the menu page are read by bare name; window members keep their names', async (browser, t) => {
-  const page = await browser.newPage();
-  t.after(() => page.close());
-  await page.goto(fixtures.base + '/menu.html');
+  const page = await browser.open(t, fixtures.base + '/menu.html');
   const seen = await page.in('', (w) => [w.MenuItem, w.OutBarFolder[1] && w.OutBarFolder[1][4], w.OutBarFolder[2] && w.OutBarFolder[2][4],
     w.seenByScript, typeof w.status, w.top === w]);
   assert.deepEqual(page.errors, []);
