@@ -121,7 +121,7 @@ async function editorChecks(browser, t) {
     await page.screenshot('editor');
   });
 
-  await t.test('bold, size, colours and "more", alignment, a link (cancelled, then given), a table', async (t) => {
+  await t.test('bold, size, colours and "more", alignment and a link, the selection kept across prompts', async (t) => {
     const page = await openEditor(browser, t);
     await setFrameHtml(page, '<p><span id="a">one</span> <span id="b">two</span> <span id="c">three</span></p><p id="d">four</p>');
     await selectInFrame(page, '#a');
@@ -147,23 +147,11 @@ async function editorChecks(browser, t) {
     }), /center/);
 
     await selectInFrame(page, '#c');
-    page.answers.push(null);
-    await page.click('', button('加入超连接'));
-    assert.doesNotMatch(await frameHtml(page), /href/i, 'a cancelled prompt links nothing');
     page.answers.push('http://example.org/a?x=1&y="2"');
     await page.click('', button('加入超连接'));
     const q = '(%22|&quot;)';
     assert.match(await frameHtml(page), new RegExp(`<a href="http://example\\.org/a\\?x=1&amp;y=${q}2${q}">(<font color="#cc0000">)?three`, 'i'));
-    assert.equal(page.alerts.length, 3, 'three prompts, no alert on the way');
-
-    await selectInFrame(page, null);
-    page.answers.push('2', '3');
-    await page.click('', button('插入表格'));
-    const cells = await page.in('', (w) => {
-      const tb = w.document.getElementById('mytext').contentDocument.querySelector('table');
-      return tb ? [tb.rows.length, tb.querySelectorAll('td').length] : null;
-    });
-    assert.deepEqual(cells, [2, 6]);
+    assert.equal(page.alerts.length, 2, 'two prompts, no alert on the way');
     assert.deepEqual(otherErrors(page), []);
   });
 
