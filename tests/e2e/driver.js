@@ -10,6 +10,15 @@ const assert = require('node:assert/strict');
 
 const ENGINES = (process.env.TAVELOR_BROWSERS || 'chromium,firefox').split(',').filter(Boolean);
 const SHOTS = process.env.TAVELOR_SHOTS || path.join(require('node:os').tmpdir(), 'tavelor-shots');
+const pause = (ms) => new Promise((r) => setTimeout(r, ms));
+
+// Polls `cond` (in node) until it holds; fails naming `what`.
+async function until(cond, what, ms = 10000) {
+  for (const end = Date.now() + ms; !(await cond());) {
+    if (Date.now() > end) throw new Error('timed out waiting for ' + what);
+    await pause(100);
+  }
+}
 
 async function launchChromium() {
   const { chromium } = require('playwright-core');
@@ -36,25 +45,25 @@ async function launchFirefox() {
   });
 }
 
-// A page of either engine. Uncaught exceptions in any frame, console errors and alert texts
-// collect in `errors`, `console` and `alerts`; alerts and confirms are accepted.
+// A page of either engine. Uncaught exceptions in any frame, console errors and dialog texts
+// collect in `errors`, `console` and `alerts`; alerts and confirms are accepted, a prompt takes
+// the next of `answers` (null cancels it).
 class Page {
-  // ownDialogs: the test answers dialogs itself (prompts that need a text).
-  constructor(engine, raw, { ownDialogs = false } = {}) {
+  constructor(engine, raw) {
     this.engine = engine;
     this.raw = raw;
     this.errors = [];
     this.alerts = [];
     this.console = [];
+    this.answers = [];
     raw.on('pageerror', (e) => this.errors.push(String(e && e.message || e)));
     // errors the scripts report themselves on the console
     raw.on('console', (m) => { if (m.type() === 'error') this.console.push(m.text()); });
-    if (!ownDialogs) {
-      raw.on('dialog', async (d) => {
-        this.alerts.push(d.message());
-        try { await d.accept(); } catch (_) { /* closed with its page */ }
-      });
-    }
+    raw.on('dialog', async (d) => {
+      this.alerts.push(d.message());
+      const answer = d.type() === 'prompt' && this.answers.length ? this.answers.shift() : undefined;
+      try { await (answer === null ? d.dismiss() : d.accept(answer)); } catch (_) { /* closed with its page */ }
+    });
   }
 
   // Uncaught exceptions and console errors, but for resources that failed to load (a page of
@@ -102,7 +111,7 @@ class Page {
         last = v;
       } catch (e) { last = e.message; }
       if (Date.now() > end) throw new Error('timed out waiting for ' + (what || fn.toString()) + ' (last: ' + last + ')');
-      await new Promise((r) => setTimeout(r, 150));
+      await pause(150);
     }
   }
 
@@ -137,7 +146,7 @@ class Page {
       if (last && c.x === last.x && c.y === last.y && c.x >= 0 && c.y >= 0 && c.x < vp.w && c.y < vp.h) return c;
       if (Date.now() > end) throw new Error(selector + ' in ' + path + ' does not come to rest in the window: ' + JSON.stringify(c));
       last = c;
-      await new Promise((r) => setTimeout(r, 120));
+      await pause(120);
     }
   }
 
@@ -161,11 +170,37 @@ class Page {
 
   // Waits for the top window's URL to match.
   async waitUrl(re, ms = 10000) {
-    const end = Date.now() + ms;
-    while (!re.test(this.url())) {
-      if (Date.now() > end) throw new Error('URL ' + this.url() + ' never matched ' + re);
-      await new Promise((r) => setTimeout(r, 100));
-    }
+    await until(() => re.test(this.url()), 'the URL ' + re + ' (at ' + this.url() + ')', ms);
+  }
+
+  // A field's value, and setting it directly (Chinese text is not typed key by key).
+  value(frame, selector) { return this.in(frame, (w, s) => w.document.querySelector(s).value, selector); }
+  set(frame, selector, value) { return this.in(frame, (w, [s, v]) => { w.document.querySelector(s).value = v; }, [selector, value]); }
+
+  // Waits until the frame's text matches `re` and gives that text.
+  waitText(frame, re, what) {
+    return this.waitIn(frame, (w, p) => w.document.body && new RegExp(p).test(w.document.body.innerText) && w.document.body.innerText,
+      re.source, what || (frame || 'the top window') + ' saying ' + re);
+  }
+
+  // The text of the reminder dialog once it is up in the top window; then its close box.
+  reminder() {
+    return this.waitIn('', (w) => {
+      const d = w.document.querySelector('dialog.tav-dialog[open] iframe');
+      const b = d && d.contentDocument && d.contentDocument.body;
+      return b && /\u786e\u5b9a/.test(b.innerHTML) ? b.innerText : null;
+    }, null, 'the reminder', 15000);
+  }
+  async closeDialog() {
+    await this.click('', 'dialog.tav-dialog[open] .tav-dialog-x');
+    await this.waitIn('', (w) => !w.document.querySelector('dialog.tav-dialog'), null, 'the dialog to close');
+  }
+
+  // Out as the top bar's logout button goes (target _top), without a click a dialog could meet.
+  async logout() {
+    await this.in('', (w) => { w.location.href = 'logout.asp'; });
+    await this.waitUrl(/login\.asp$/);
+    await this.waitIn('', (w) => w.document.readyState === 'complete' && !!w.document.querySelector('#username'), null, 'the login page');
   }
 
   // Signs in through the login form and waits for the desktop's frames.
@@ -198,11 +233,12 @@ class Page {
     await this.raw.keyboard.type(text);
   }
 
-  // Waits until the frame shows a loaded page whose address matches `re` (a RegExp or its source).
-  async shows(frame, re) {
+  // Waits until the frame shows a loaded page whose address matches `re` (a RegExp or its
+  // source), and holding an element matching `selector` if one is given.
+  async shows(frame, re, selector) {
     const src = re instanceof RegExp ? re.source : re;
-    await this.waitIn(frame, (w, p) => new RegExp(p, 'i').test(w.location.href) && w.document.readyState === 'complete' &&
-      !!w.document.body, src, (frame || 'the top window') + ' at ' + src);
+    await this.waitIn(frame, (w, [p, sel]) => new RegExp(p, 'i').test(w.location.href) && w.document.readyState === 'complete' &&
+      !!w.document.body && (!sel || !!w.document.querySelector(sel)), [src, selector], (frame || 'the top window') + ' at ' + src + ' ' + (selector || ''));
   }
 
   // Sends a frame to `url` and waits for it there (or for `re`).
@@ -216,21 +252,21 @@ class Page {
   // user picks one.
   async chooseFile(re, selector, file) {
     let frame;
-    for (const end = Date.now() + 20000; !(frame = this.raw.frames().find((f) => re.test(f.url())));) {
-      if (Date.now() > end) throw new Error('no frame at ' + re);
-      await new Promise((r) => setTimeout(r, 100));
-    }
+    await until(() => (frame = this.raw.frames().find((f) => re.test(f.url()))), 'a frame at ' + re, 20000);
     const box = await frame.waitForSelector(selector);
     if (this.engine === 'chromium') await box.setInputFiles(file);
     else await box.uploadFile(file);
   }
 
-  // Waits for an alert with exactly this text (its line breaks included).
+  // Waits for an alert with exactly this text (its line breaks included), or matching a RegExp.
   async alerted(message) {
-    for (const end = Date.now() + 10000; !this.alerts.includes(message) && Date.now() < end;) {
-      await new Promise((r) => setTimeout(r, 50));
-    }
-    assert.ok(this.alerts.includes(message), JSON.stringify(this.alerts));
+    const seen = () => this.alerts.some((a) => (message instanceof RegExp ? message.test(a) : a === message));
+    await until(seen, String(message) + ' among ' + JSON.stringify(this.alerts));
+  }
+
+  // Picks an option of a select in the top window as a user does.
+  async select(selector, value) {
+    await (this.engine === 'chromium' ? this.raw.selectOption(selector, value) : this.raw.select(selector, value));
   }
 
   async back() {
@@ -252,20 +288,22 @@ class Page {
 class Browser {
   constructor(engine, raw) { this.engine = engine; this.raw = raw; }
 
-  async newPage({ width = 1024, height = 768, ownDialogs = false } = {}) {
-    let raw;
-    if (this.engine === 'chromium') {
-      // a context of its own: cookies and history start empty
-      const ctx = await this.raw.newContext({ viewport: { width, height }, locale: 'zh-CN' });
-      raw = await ctx.newPage();
-      raw.close = ((close) => async () => { await close.call(raw); await ctx.close(); })(raw.close);
-    } else {
-      const ctx = await this.raw.createBrowserContext();
-      raw = await ctx.newPage();
-      await raw.setViewport({ width, height });
-      raw.close = ((close) => async () => { await close.call(raw); await ctx.close(); })(raw.close);
-    }
-    return new Page(this.engine, raw, { ownDialogs });
+  // A page in a context of its own: cookies and history start empty.
+  async newPage({ width = 1024, height = 768 } = {}) {
+    const chromium = this.engine === 'chromium';
+    const ctx = await (chromium ? this.raw.newContext({ viewport: { width, height }, locale: 'zh-CN' }) : this.raw.createBrowserContext());
+    const raw = await ctx.newPage();
+    if (!chromium) await raw.setViewport({ width, height });
+    raw.close = ((close) => async () => { await close.call(raw); await ctx.close(); })(raw.close);
+    return new Page(this.engine, raw);
+  }
+
+  // A page at `url` that closes when the test `t` ends.
+  async open(t, url, size) {
+    const page = await this.newPage(size);
+    t.after(() => page.close());
+    await page.goto(url);
+    return page;
   }
 
   async close() { await this.raw.close(); }
@@ -317,4 +355,4 @@ function expectNoErrors(page) {
   assert.deepEqual(page.problems(), []);
 }
 
-module.exports = { ENGINES, launch, flow, closeBrowsers, expectNoErrors, session, SHOTS };
+module.exports = { ENGINES, launch, flow, closeBrowsers, expectNoErrors, session, until, SHOTS };

@@ -21,6 +21,9 @@ async function rightClick(page, frame, selector) {
     null, 'the right-click menu in ' + frame);
 }
 
+// Waits for the file list to show this one file.
+const listed = (page, name) => page.waitIn(FILES, (w, n) => /file\.asp/.test(w.location.href) &&
+  (w.document.querySelector('a[target=ff]') || {}).textContent === n, name, name + ' in the list');
 
 // The tree's folders as [shown name, marked] in the order the page lists them.
 const treeOrder = (w) => Array.from(w.document.querySelectorAll('a[href^="folder.asp?folder="]'),
@@ -36,22 +39,22 @@ flow(test, 'folders and files of the own store through the right-click menus', a
 
   // The store from its menu entry's address, in the working frame.
   await page.in('detail', (w) => { w.location.href = 'Folder_list.asp'; });
-  await page.waitIn(FILES, (w) => /file\.asp\?Folder=/.test(w.location.href) && !!w.document.getElementById('ie5menu'), null, 'the root\'s file list');
+  await page.shows(FILES, /file\.asp\?Folder=/, '#ie5menu');
   assert.ok(await page.in(TREE, (w) => /images\/root\.gif$/.test(w.document.images[0].src)), 'the root is current');
 
   // A new folder whose name has a blank.
   await rightClick(page, TREE, 'a[href="folder.asp"]');
   await page.screenshot('filestore-tree-menu');
   await page.click(TREE, '#ie5menu a[href^="folder_create.asp"]');
-  await page.waitIn(FILES, (w) => /folder_create\.asp/i.test(w.location.href) && !!w.document.querySelector('input[name=Folder]'), null, 'the new folder form');
+  await page.shows(FILES, /folder_create\.asp/, 'input[name=Folder]');
   await page.fill(FILES, 'input[name=Folder]', 'my docs');
   await page.click(FILES, 'input[type=submit]');
-  await page.waitIn(TREE, (w) => !!w.document.querySelector('a[href^="folder.asp?folder="][href$="my_docs"]'), null, 'the new folder in the tree');
+  await page.shows(TREE, '', 'a[href^="folder.asp?folder="][href$="my_docs"]');
   assert.ok(fs.statSync(path.join(store, 'my_docs')).isDirectory());
 
   // Open it: marked, the root no longer current, its files in the other frame.
   await page.click(TREE, 'a[href^="folder.asp?folder="][href$="my_docs"]');
-  await page.waitIn(FILES, (w) => /\u5f53\u524d\u76ee\u5f55\uff1a\\my_docs/.test(w.document.body.innerText), null, 'the folder\'s file list');
+  await page.waitText(FILES, /\u5f53\u524d\u76ee\u5f55\uff1a\\my_docs/);
   assert.deepEqual(await page.in(TREE, treeOrder), [['B', false], ['a', false], ['a1', false], ['my_docs', true]]);
   assert.ok(await page.in(TREE, (w) => /images\/root1\.gif$/.test(w.document.images[0].src)));
 
@@ -59,23 +62,20 @@ flow(test, 'folders and files of the own store through the right-click menus', a
   await rightClick(page, FILES, 'table');
   await page.screenshot('filestore-files-menu');
   await page.click(FILES, '#ie5menu a[href^="file_upload.asp"]');
-  await page.waitIn(FILES, (w) => !!w.document.querySelector('input[name=File1]'), null, 'the upload form');
   await page.chooseFile(/file_upload\.asp/, 'input[name=File1]', report);
   await page.click(FILES, 'input[value="\u786e \u5b9a"]');
-  await page.waitIn(FILES, (w) => /Pop_OK\.asp/i.test(w.location.href) && /\u6587\u4ef6\u4e0a\u4f20\u6210\u529f/.test(w.document.body.innerText), null, 'the upload result');
+  await page.waitText(FILES, /\u6587\u4ef6\u4e0a\u4f20\u6210\u529f/);
   await page.click(FILES, 'input[name=Submit2]');
-  await page.waitIn(FILES, (w) => !!w.document.querySelector('a[target=ff]'), null, 'the uploaded file in the list');
   assert.equal(fs.readFileSync(path.join(store, 'my_docs', '\u62a5\u544a.txt'), 'utf8'), 'quarterly figures\n');
-  assert.equal(await page.in(FILES, (w) => w.document.querySelector('a[target=ff]').textContent), '\u62a5\u544a.txt');
+  await listed(page, '\u62a5\u544a.txt');
   await page.screenshot('filestore-uploaded');
 
   // Rename it: the row under the pointer is the one the menu acts on.
   await rightClick(page, FILES, 'a[target=ff]');
   await page.click(FILES, '#ie5menu a[onclick*=rename]');
-  await page.waitIn(FILES, (w) => /file_rename\.asp/.test(w.location.href) && !!w.document.querySelector('input[name=new_name]'), null, 'the rename form');
   await page.fill(FILES, 'input[name=new_name]', '\u5df2\u6539\u540d.txt');
   await page.click(FILES, 'input[value="\u786e \u5b9a"]');
-  await page.waitIn(FILES, (w) => /file\.asp/.test(w.location.href) && (w.document.querySelector('a[target=ff]') || {}).textContent === '\u5df2\u6539\u540d.txt', null, 'the renamed file');
+  await listed(page, '\u5df2\u6539\u540d.txt');
   assert.deepEqual(fs.readdirSync(path.join(store, 'my_docs')), ['\u5df2\u6539\u540d.txt']);
 
   // Delete it.
@@ -88,11 +88,11 @@ flow(test, 'folders and files of the own store through the right-click menus', a
   // Rename the folder, with a blank again.
   await rightClick(page, TREE, 'a[href^="folder.asp?folder="][href$="my_docs"]');
   await page.click(TREE, '#ie5menu a[href^="folder_rename.asp"]');
-  await page.waitIn(FILES, (w) => /folder_rename\.asp/i.test(w.location.href) && !!w.document.querySelector('input[name=Folder]'), null, 'the folder rename form');
-  assert.equal(await page.in(FILES, (w) => w.document.querySelector('input[name=Folder]').value), '\\my_docs_new');
+  await page.shows(FILES, /folder_rename\.asp/, 'input[name=Folder]');
+  assert.equal(await page.value(FILES, 'input[name=Folder]'), '\\my_docs_new');
   await page.fill(FILES, 'input[name=Folder]', '\\my papers');
   await page.click(FILES, 'input[value="\u66f4 \u540d"]');
-  await page.waitIn(TREE, (w) => !!w.document.querySelector('a[href^="folder.asp?folder="][href$="my_papers"]'), null, 'the renamed folder in the tree');
+  await page.shows(TREE, '', 'a[href^="folder.asp?folder="][href$="my_papers"]');
   assert.ok(fs.statSync(path.join(store, 'my_papers')).isDirectory());
   assert.ok(!fs.existsSync(path.join(store, 'my_docs')));
 
@@ -102,10 +102,9 @@ flow(test, 'folders and files of the own store through the right-click menus', a
   // a1 runs on from a with a digit, below the backslash: it sorts between a and a's child
   assert.deepEqual(await page.in(TREE, treeOrder), [['B', false], ['a', true], ['a1', false], ['b', false], ['my_papers', false]]);
   await page.click(TREE, 'a[href^="folder.asp?folder="][href$="my_papers"]');
-  await page.waitIn(FILES, (w) => /\u5f53\u524d\u76ee\u5f55\uff1a\\my_papers/.test(w.document.body.innerText), null, 'the renamed folder\'s list');
+  await page.waitText(FILES, /\u5f53\u524d\u76ee\u5f55\uff1a\\my_papers/);
   await rightClick(page, TREE, 'a[href^="folder.asp?folder="][href$="my_papers"]');
   await page.click(TREE, '#ie5menu a[href^="folder_delete.asp"]');
-  await page.waitIn(FILES, (w) => /folder_delete\.asp/i.test(w.location.href) && !!w.document.querySelector('input[value="\u5220 \u9664"]'), null, 'the delete question');
   await page.click(FILES, 'input[value="\u5220 \u9664"]');
   await page.waitIn(TREE, (w) => !w.document.querySelector('a[href^="folder.asp?folder="][href$="my_papers"]'), null, 'the tree without the folder');
   assert.ok(!fs.existsSync(path.join(store, 'my_papers')));

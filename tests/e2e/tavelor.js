@@ -22,12 +22,6 @@ function freePort() {
   });
 }
 
-function get(url) {
-  return new Promise((resolve, reject) => {
-    http.get(url, (res) => { res.resume(); res.on('end', () => resolve(res.statusCode)); }).on('error', reject);
-  });
-}
-
 // A server on a fresh instance. `sql` runs against its database before start; `args` go to
 // the server's command line (e.g. ['--body-limit', '1048576']).
 async function startServer({ sql = [], args = [] } = {}) {
@@ -41,13 +35,12 @@ async function startServer({ sql = [], args = [] } = {}) {
                      { stdio: ['ignore', 'ignore', 'inherit'] });
   const base = `http://127.0.0.1:${port}`;
   for (let i = 0; i < 100; i++) {
-    try { if (await get(base + '/login.asp') === 200) break; } catch (_) { /* not up yet */ }
+    try { if ((await fetch(base + '/login.asp')).status === 200) break; } catch (_) { /* not up yet */ }
     await new Promise((r) => setTimeout(r, 100));
   }
   return {
     base, dir, site, db,
-    sql: (s) => execFileSync('sqlite3', [db, s]).toString(),
-    log: () => fs.existsSync(path.join(dir, 'app.log')) ? fs.readFileSync(path.join(dir, 'app.log'), 'utf8') : '',
+    sql: (s) => execFileSync('sqlite3', [db, s]).toString().trim(),
     async stop() {
       proc.kill('SIGTERM');
       await new Promise((r) => proc.once('exit', r));

@@ -8,7 +8,7 @@ const os = require('node:os');
 const path = require('node:path');
 const vm = require('node:vm');
 const { execFileSync } = require('node:child_process');
-const { COMPAT, parts, clientScript, loadClientScript } = require('./client_script.js');
+const { COMPAT, parts, clientScript } = require('./client_script.js');
 
 test('client script: each part listed once and present, ASCII only, parts and whole compile', () => {
   const listed = parts();
@@ -23,9 +23,6 @@ test('client script: each part listed once and present, ASCII only, parts and wh
   for (const p of listed.slice(1, -1)) {
     assert.doesNotThrow(() => new vm.Script(fs.readFileSync(path.join(COMPAT, p + '.js'), 'utf8'), { filename: p }), p);
   }
-  const api = loadClientScript();
-  assert.equal(typeof api.install, 'function');
-  assert.equal(api.parseFeatures('dialogWidth:25em').width, 400);
 });
 
 const bin = process.env.TAVELOR_BIN || path.join(__dirname, '..', '..', 'build', 'release', 'tavelor');

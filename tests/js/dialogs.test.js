@@ -4,29 +4,24 @@ const assert = require('node:assert/strict');
 const { parseFeatures, chooseHostWindow } = require('./client_script.js').loadClientScript();
 
 test('dialog features: em, px, pt and bare numbers, either separator, flags', () => {
-  const f = parseFeatures('dialogWidth:25em;dialogHeight:11em; status:0');
-  assert.equal(f.width, 400);
-  assert.equal(f.height, 176);
-  assert.equal(f.status, false);
-  const g = parseFeatures(' DialogWidth = 300px ; dialogheight:240 ; scroll:no; resizable:yes; center:1 ');
-  assert.deepEqual([g.width, g.height, g.scroll, g.resizable, g.center], [300, 240, false, true, true]);
-  assert.equal(parseFeatures('dialogWidth:12pt').width, 16);
-  const none = parseFeatures(undefined);
-  assert.deepEqual([none.width, none.height], [null, null]);
-  assert.equal(parseFeatures('dialogWidth:wide').width, null, 'a size it cannot read is left to the default');
+  const cases = [
+    ['dialogWidth:25em;dialogHeight:11em; status:0', { width: 400, height: 176, status: false }],
+    [' DialogWidth = 300px ; dialogheight:240 ; scroll:no; resizable:yes; center:1 ', { width: 300, height: 240, scroll: false, resizable: true, center: true }],
+    ['dialogWidth:12pt', { width: 16 }],
+    [undefined, { width: null, height: null }],
+    // a size it cannot read is left to the default
+    ['dialogWidth:wide', { width: null }],
+  ];
+  for (const [text, want] of cases) {
+    const f = parseFeatures(text);
+    for (const [k, v] of Object.entries(want)) assert.equal(f[k], v, JSON.stringify(text) + ' ' + k);
+  }
 });
 
 // A window of the given size; `body` is the tag of its document's body.
-function fakeFrame(name, w, h, body, children) {
-  const win = {
-    name,
-    innerWidth: w,
-    innerHeight: h,
-    document: { body: body ? { tagName: body } : null, createElement() {} },
-    frames: children || []
-  };
-  win.frames.length = (children || []).length;
-  for (const c of children || []) c.parent = win;
+function fakeFrame(name, w, h, body, children = []) {
+  const win = { name, innerWidth: w, innerHeight: h, document: { body: body ? { tagName: body } : null, createElement() {} }, frames: children };
+  for (const c of children) c.parent = win;
   return win;
 }
 // The desktop: a frameset top with an inner frameset (dir, detail) and zero-height frames.
@@ -41,7 +36,7 @@ function desktop() {
   const message = fakeFrame('message', 1015, 0, 'BODY');
   const top = fakeFrame('', 1015, 671, 'FRAMESET', [topW, inner, bottom, monitor, sound, message]);
   for (const w of [dir, detail, inner, topW, bottom, monitor, sound, message, top]) w.top = top;
-  return { top, dir, detail, message, bottom, inner };
+  return { top, detail, message, bottom };
 }
 
 test('dialog host: every caller of the desktop, hidden or in a dialog, shows its dialog in the top window', () => {

@@ -3,54 +3,38 @@
 // the user, run on the part alone with a small document.
 const test = require('node:test');
 const assert = require('node:assert/strict');
-const fs = require('node:fs');
-const path = require('node:path');
-const vm = require('node:vm');
+const { runSiteScript } = require('./client_script.js');
 
-const partSrc = fs.readFileSync(path.join(__dirname, '../../site/compat/netmeeting.js'), 'utf8');
 const CLSID = 'CLSID:3E9BAF2D-7A79-11d2-9334-0000F875AE17';
 
 class El {
   constructor(tag, attrs = {}) {
-    this.tagName = tag.toUpperCase();
-    this.nodeType = 1;
-    this.attrs = attrs;
-    this.parentNode = null;
-    this.children = [];
-    this.style = {};
+    Object.assign(this, { tagName: tag.toUpperCase(), nodeType: 1, attrs, parentNode: null, children: [], style: {} });
   }
   getAttribute(n) { return n in this.attrs ? this.attrs[n] : null; }
   insertBefore(node, ref) {
-    const at = ref ? this.children.indexOf(ref) : this.children.length;
-    this.children.splice(at, 0, node);
+    this.children.splice(ref ? this.children.indexOf(ref) : this.children.length, 0, node);
     node.parentNode = this;
   }
-  get nextSibling() {
-    const s = this.parentNode.children;
-    return s[s.indexOf(this) + 1] || null;
-  }
+  get nextSibling() { const s = this.parentNode.children; return s[s.indexOf(this) + 1] || null; }
 }
 
 // A parsed page (or one still loading) holding the given objects in its body; alerts collect.
-function makeWindow(objects, readyState = 'complete') {
+// The part runs on it at once.
+function page(objects, { readyState = 'complete', hostOnly = false } = {}) {
   const body = new El('body');
   for (const o of objects) body.insertBefore(o, null);
   const listeners = {};
-  const doc = {
-    readyState,
-    body,
+  const alerts = [];
+  const win = { alert: (m) => alerts.push(m), document: {
+    readyState, body,
     createElement: (t) => new El(t),
     getElementsByTagName: (t) => body.children.filter((c) => c.tagName === t.toUpperCase()),
     addEventListener: (ev, fn) => { (listeners[ev] = listeners[ev] || []).push(fn); },
-  };
-  const alerts = [];
-  return { win: { document: doc, alert: (m) => alerts.push(m) }, alerts, body, fire: (ev) => (listeners[ev] || []).forEach((f) => f()) };
-}
-
-function runPart(root, hostOnly) {
-  const ctx = vm.createContext({ root, hostOnly });
-  vm.runInContext(partSrc, ctx);
-  return ctx;
+  } };
+  const run = () => runSiteScript('compat/netmeeting.js', { root: win, hostOnly });
+  run();
+  return { alerts, body, run, fire: (ev) => (listeners[ev] || []).forEach((f) => f()) };
 }
 
 test('netmeeting: only objects of the control get the calls, whatever the case and spacing of the class id', () => {
@@ -60,16 +44,14 @@ test('netmeeting: only objects of the control get the calls, whatever the case a
   ];
   for (const [classid, want] of cases) {
     const o = new El('object', classid === null ? {} : { classid });
-    const { win } = makeWindow([o]);
-    runPart(win, false);
+    page([o]);
     assert.equal(typeof o.CallTo === 'function' && typeof o.LeaveConference === 'function', want, String(classid));
   }
 });
 
 test('netmeeting: every call says in Chinese why it cannot be done, naming the address when there is one', () => {
   const o = new El('object', { id: 'NetMeeting', classid: CLSID });
-  const { win, alerts, body } = makeWindow([o]);
-  runPart(win, false);
+  const { alerts, body, run } = page([o]);
   assert.equal(o.CallTo('10.0.0.7'), undefined);
   o.CallTo('');
   o.CallTo(undefined);
@@ -82,7 +64,7 @@ test('netmeeting: every call says in Chinese why it cannot be done, naming the a
   for (const a of alerts) assert.match(a, /\u5f53\u524d\u6d4f\u89c8\u5668\u6ca1\u6709 NetMeeting/);
   assert.notEqual(alerts[3], alerts[0]);
   // one visible line right behind the object, put there once
-  runPart(win, false);
+  run();
   const notes = body.children.filter((c) => c.className === 'tav-netmeeting');
   assert.equal(notes.length, 1);
   assert.equal(body.children.indexOf(notes[0]), body.children.indexOf(o) + 1);
@@ -92,8 +74,7 @@ test('netmeeting: every call says in Chinese why it cannot be done, naming the a
 
 test('netmeeting: waits for a loading page, leaves a real control and the dialog host alone', () => {
   const late = new El('object', { classid: CLSID });
-  const loading = makeWindow([late], 'loading');
-  runPart(loading.win, false);
+  const loading = page([late], { readyState: 'loading' });
   assert.equal(late.CallTo, undefined);
   loading.fire('DOMContentLoaded');
   assert.equal(typeof late.CallTo, 'function');
@@ -101,11 +82,11 @@ test('netmeeting: waits for a loading page, leaves a real control and the dialog
   const real = new El('object', { classid: CLSID });
   const own = () => 'dialled';
   real.CallTo = own;
-  runPart(makeWindow([real]).win, false);
+  page([real]);
   assert.equal(real.CallTo, own);
   assert.equal(real.LeaveConference, undefined);
 
   const hosted = new El('object', { classid: CLSID });
-  runPart(makeWindow([hosted]).win, true);
+  page([hosted], { hostOnly: true });
   assert.equal(hosted.CallTo, undefined);
 });

@@ -34,23 +34,16 @@ test('entries: as left.asp writes them, with blanks, backquotes and broken tails
   for (const [text, want] of cases) assert.deepStrictEqual(plain(tb.TB_ParseEntries(text)), want, JSON.stringify(text));
 });
 
-test('buttons up to the open folder stack at the top, the rest at the bottom', () => {
-  // 4 folders, 22 high, bar 400: folder 2 open
-  assert.deepStrictEqual(plain(tb.TB_ButtonTops(4, 2, 400, 22)), [0, 0, 22, 400 - 44, 400 - 22]);
-  // first folder open: one button on top, three at the bottom
-  assert.deepStrictEqual(plain(tb.TB_ButtonTops(3, 1, 300, 20)), [0, 0, 260, 280]);
-  // last folder open: all at the top
-  assert.deepStrictEqual(plain(tb.TB_ButtonTops(3, 3, 300, 20)), [0, 0, 20, 40]);
-  assert.deepStrictEqual(plain(tb.TB_ButtonTops(0, 1, 300, 20)), [0]);
-});
-
-test('slide steps move towards the target and never overshoot', () => {
-  assert.strictEqual(tb.TB_Step(0, 100, 3), 24);
-  assert.strictEqual(tb.TB_Step(100, 0, 3), 76);
-  assert.strictEqual(tb.TB_Step(90, 100, 3), 100);
-  assert.strictEqual(tb.TB_Step(50, 50, 3), 50);
-  // a speed of 0 still moves
-  assert.ok(tb.TB_Step(0, 100, 0) > 0);
+test('buttons up to the open folder stack at the top, the rest at the bottom; slides never overshoot', () => {
+  // [folders, open, bar height, button height] -> tops: the second open, the first, the last, none
+  const tops = [[[4, 2, 400, 22], [0, 0, 22, 356, 378]], [[3, 1, 300, 20], [0, 0, 260, 280]], [[3, 3, 300, 20], [0, 0, 20, 40]],
+    [[0, 1, 300, 20], [0]]];
+  for (const [args, want] of tops) assert.deepStrictEqual(plain(tb.TB_ButtonTops(...args)), want, String(args));
+  // [from, to, speed] -> next position
+  for (const [args, want] of [[[0, 100, 3], 24], [[100, 0, 3], 76], [[90, 100, 3], 100], [[50, 50, 3], 50]]) {
+    assert.strictEqual(tb.TB_Step(...args), want, String(args));
+  }
+  assert.ok(tb.TB_Step(0, 100, 0) > 0, 'a speed of 0 still moves');
   let pos = 0, n = 0;
   while (pos !== 377 && n < 1000) { pos = tb.TB_Step(pos, 377, 2); n++; }
   assert.strictEqual(pos, 377);
