@@ -3,8 +3,6 @@
 #include <gtest/gtest.h>
 
 #include <filesystem>
-#include <fstream>
-#include <iterator>
 #include <string>
 #include <vector>
 
@@ -38,9 +36,7 @@ TEST(StoreUpgrade, AddsTheUnreadCountFilledFromTheMails) {
     namespace fs = std::filesystem;
     tav::test::TempDir dir("tav_upgrade_unread");
     std::string old_db = (dir / "old.mdb").string(), new_db = (dir / "new.mdb").string();
-    std::ifstream in(fs::path(TAVELOR_TEMPLATE_DIR) / "datebase" / "schema.sql", std::ios::binary);
-    std::string schema((std::istreambuf_iterator<char>(in)), std::istreambuf_iterator<char>());
-    tav::build_database(new_db, schema);
+    tav::build_database(new_db, tav::test::slurp(fs::path(TAVELOR_TEMPLATE_DIR) / "datebase" / "schema.sql"));
     tav::build_database(old_db, "create table user(id integer primary key, username text, online int, password_lose int);"
                                 "create table Email(id integer primary key, to_user_id int, read int, To_del int);"
                                 "insert into Email(to_user_id, read, To_del) values (1,0,0),(1,0,1),(1,1,0),(1,0,2),"
@@ -89,9 +85,7 @@ TEST(StoreUpgrade, AddsTheUnreadCountFilledFromTheMails) {
 // A database from before the text index gets it at start, filled from its
 // rows, with progress; the next start finds it and builds nothing.
 TEST(StoreUpgrade, BuildsTheTextIndexOnceFromTheRows) {
-    namespace fs = std::filesystem;
-    fs::path dir = fs::temp_directory_path() / ("tav_upgrade_fts_" + std::to_string(::getpid()));
-    fs::create_directories(dir);
+    tav::test::TempDir dir("tav_upgrade_fts");
     std::string db = (dir / "office.mdb").string();
     sqlite3* raw = nullptr;
     ASSERT_EQ(sqlite3_open(db.c_str(), &raw), SQLITE_OK);
@@ -129,5 +123,4 @@ TEST(StoreUpgrade, BuildsTheTextIndexOnceFromTheRows) {
     conn.execute("insert into Datas(D_title) values ('new title')");
     EXPECT_EQ(ids("w ti"), "100001,");
     conn.close();
-    fs::remove_all(dir);
 }
