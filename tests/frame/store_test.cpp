@@ -476,14 +476,14 @@ TEST_F(StoreTest, InjectionPayloadsNeverChangeTheStatement) {
     conn.execute("insert into user(username,password,TrueName) values ('bob','pw2','Bob')");
     // The shared statement payloads, plus bytes and tokens aimed at this layer.
     std::vector<std::string> payloads = test::kSql;
-    payloads.insert(payloads.end(), {"admin'/*", "1); delete from user; --", "/*", "*/", "--", "%27 or 1=1",
-                          std::string("admin\0' or 1=1 --", 18), std::string("1\0", 2),
-                          std::string("\xbf\x27 or 1=1 --"),  // GBK-style lead byte before a quote
-                          std::string("\x81\x27\x81\x27 or 'a'='a"),  // GB18030 pairs with a 0x27 trail byte
-                          std::string("\xe5\x27 or 1=1"), ":t1", "?", "#1#", "'; attach database '/tmp/x' as x; --",
-                          "1 and load_extension('/lib/x.so')",
-                          "' || (select password from user where username='admin') || '", "1e309",
-                          "99999999999999999999999999", "''", "admin"});
+    payloads.insert(payloads.end(),
+                    {"admin'/*", "1); delete from user; --", "/*", "*/", "--", "%27 or 1=1", ":t1", "?", "#1#",
+                     std::string("admin\0' or 1=1 --", 18), std::string("1\0", 2),
+                     std::string("\xbf\x27 or 1=1 --"),            // GBK-style lead byte before a quote
+                     std::string("\x81\x27\x81\x27 or 'a'='a"),  // GB18030 pairs with a 0x27 trail byte
+                     std::string("\xe5\x27 or 1=1"), "'; attach database '/tmp/x' as x; --",
+                     "1 and load_extension('/lib/x.so')", "' || (select password from user where username='admin') || '",
+                     "1e309", "99999999999999999999999999", "''", "admin"});
     const long long users_before = num("select count(id) as num from user");
     for (const std::string& p : payloads) {
         SCOPED_TRACE(testing::PrintToString(p));
