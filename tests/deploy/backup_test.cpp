@@ -34,8 +34,6 @@ using test::free_port;
 using test::slurp;
 using test::put_file;
 
-
-
 // The program's exit status for its arguments, its output in out.
 int run(const std::string& args, std::string* out = nullptr) {
     auto r = test::run_command(std::string(TAVELOR_BINARY) + " " + args);
@@ -55,12 +53,8 @@ std::set<std::string> tree(const fs::path& root) {
 }
 
 struct Sandbox {
-    fs::path dir = fs::temp_directory_path() / ("tavelor_backup_" + std::to_string(::getpid()));
-    Sandbox() {
-        fs::remove_all(dir);
-        fs::create_directories(dir);
-    }
-    ~Sandbox() { fs::remove_all(dir); }
+    test::TempDir tmp{"tavelor_backup"};
+    fs::path dir = tmp.path();
     fs::path site(const std::string& name) {
         init_site((dir / name).string(), TAVELOR_TEMPLATE_DIR);
         return dir / name;

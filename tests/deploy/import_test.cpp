@@ -24,8 +24,6 @@ namespace {
 using tav::test::slurp;
 using tav::test::put_file;
 
-
-
 // A text value as mdb-export prints it: in GBK, quoted, quotes doubled.
 std::string q(const std::string& utf8) {
     std::string out = "\"";
@@ -37,8 +35,6 @@ std::string q(const std::string& utf8) {
 class OldSite {
 public:
     OldSite() {
-        std::string tmpl = (fs::temp_directory_path() / "tav-import-XXXXXX").string();
-        base_ = mkdtemp(tmpl.data());
         put_file(old() / "datebase" / "office.mdb", "not read by the stand-in tools");
         put_file(bin() / "mdb-tables", "#!/bin/sh\n/bin/cat '" + (base_ / "tables").string() + "'\n");
         // Records its arguments and environment, prints the table's fixture.
@@ -48,10 +44,6 @@ public:
                                        "'/\"$t\".csv\n");
         fs::permissions(bin() / "mdb-tables", fs::perms::owner_all);
         fs::permissions(bin() / "mdb-export", fs::perms::owner_all);
-    }
-    ~OldSite() {
-        std::error_code ec;
-        fs::remove_all(base_, ec);
     }
     fs::path old() const { return base_ / "old"; }
     fs::path bin() const { return base_ / "bin"; }
@@ -90,7 +82,8 @@ public:
     }
 
 private:
-    fs::path base_;
+    tav::test::TempDir tmp_{"tav-import"};
+    fs::path base_ = tmp_.path();
 };
 
 class Db {

@@ -10,13 +10,12 @@
 #include <chrono>
 #include <filesystem>
 #include <fstream>
-#include <regex>
-#include <sstream>
 #include <thread>
 
 #include "frame/encoding.h"
 #include "tests/support/files.h"
-#include "tests/support/http_client.h"
+#include "tests/support/multipart.h"
+#include "tests/support/served_site.h"
 
 using namespace tav;
 using test::Client;
@@ -24,15 +23,13 @@ namespace fs = std::filesystem;
 
 namespace {
 
+using test::cookie_of;
 using test::free_port;
 using test::slurp;
 using test::spawn;
 
 const char* kNginx = "/usr/sbin/nginx";
 const std::uint64_t kBodyLimit = 300000;  // the program's; nginx gets 400k
-
-
-
 
 bool listening(unsigned short port) {
     for (int i = 0; i < 100; ++i) {
@@ -44,11 +41,6 @@ bool listening(unsigned short port) {
         }
     }
     return false;
-}
-
-std::string cookie_of(const test::Response& r) {
-    auto it = r.headers.find("set-cookie");
-    return it == r.headers.end() ? "" : it->second.substr(0, it->second.find(';'));
 }
 
 std::string replace(std::string s, const std::string& from, const std::string& to) {
@@ -99,10 +91,7 @@ struct Deployment {
 };
 
 std::string multipart(const std::string& name, const std::string& content) {
-    const std::string b = "------TavelorBoundary";
-    return b + "\r\nContent-Disposition: form-data; name=\"File1\"; filename=\"" + name +
-           "\"\r\nContent-Type: application/octet-stream\r\n\r\n" + content + "\r\n" + b +
-           "\r\nContent-Disposition: form-data; name=\"Folder\"\r\n\r\n\\user\\admin\r\n" + b + "--\r\n";
+    return test::multipart_body("----TavelorBoundary", {test::file_part("File1", name, content), {"Folder", "\\user\\admin"}});
 }
 
 std::string post(const std::string& path, const std::string& cookie, const std::string& type,

@@ -50,20 +50,14 @@ TEST(CommonRoutines, UnknownAccountHasNoRights) {
     std::string admin = site.scalar("select id from user where username='admin'", "id");
     site.exec("update user set menu_idstr='1903 1904 ' where id=" + admin);
     Value none, own;
-    bool granted = true, owned = false;
     auto r = run_body(site, "commontest", "/x.asp", [&](BodyPage& page) {
         page.dbI_init();
         none = page.get_user_menu(999999);
-        granted = InStr(none, "1904") > 0;
         own = page.get_user_menu(Value(admin));
-        owned = InStr(own, "1904") > 0;
     });
     EXPECT_FALSE(has(r.body, " Error ")) << r.body;
     EXPECT_TRUE(none.blank());
-    EXPECT_EQ(none.str(), "");
-    EXPECT_FALSE(granted);
     EXPECT_EQ(own.str(), "1903 1904 ");
-    EXPECT_TRUE(owned);
 }
 
 TEST(CommonRoutines, MonitorWritesTheSessionsAccountWithoutOneReportsAndThePageGoesOn) {

@@ -2,7 +2,6 @@
 // is known to have.
 #include <gtest/gtest.h>
 
-#include <iostream>
 #include <map>
 #include <set>
 
@@ -23,13 +22,11 @@ TEST(PageTable, EveryRegistrationIsAnExpectedUrlAndEveryVariantReachesIt) {
 
     std::set<std::string> classes;
     for (const auto& r : tav::page_table()) {
-        std::cout << "  " << r.url << " -> " << r.cls << "\n";
         auto it = expected.find(tav::lower(r.url));
         ASSERT_NE(it, expected.end()) << r.url << " is no URL of the site";
         EXPECT_EQ(r.cls, tav::lower(it->second)) << r.url;
         EXPECT_TRUE(classes.insert(r.cls).second) << r.cls << " registered twice";
     }
-    std::cout << "  " << tav::page_table().size() << " of " << expected.size() << " URLs have their page\n";
     // The pages of the frame and the desktop are all there.
     EXPECT_GE(tav::page_table().size(), 24u);
 

@@ -4,45 +4,26 @@
 #include <gtest/gtest.h>
 
 #include <filesystem>
-#include <fstream>
-#include <sstream>
 #include <string>
 #include <vector>
-
-#include <sqlite3.h>
-#include <unistd.h>
 
 #include "frame/errors.h"
 #include "frame/store.h"
 #include "frame/store_search.h"
+#include "tests/support/files.h"
 
 namespace fs = std::filesystem;
 using namespace tav;
 
 namespace {
 
-std::string read_file(const fs::path& p) {
-    std::ifstream in(p, std::ios::binary);
-    std::stringstream ss;
-    ss << in.rdbuf();
-    return ss.str();
-}
-
 class TextSearch : public ::testing::Test {
 protected:
     void SetUp() override {
-        dir = fs::temp_directory_path() / ("tav_search_" + std::to_string(::getpid()) + "_" +
-                                           ::testing::UnitTest::GetInstance()->current_test_info()->name());
-        fs::remove_all(dir);
-        fs::create_directories(dir);
-        db = (dir / "office.mdb").string();
-        build_database(db, read_file(fs::path(TAVELOR_TEMPLATE_DIR) / "datebase" / "schema.sql"));
+        build_database(db, test::slurp(fs::path(TAVELOR_TEMPLATE_DIR) / "datebase" / "schema.sql"));
         conn.Open("dbq=" + db);
     }
-    void TearDown() override {
-        conn.close();
-        fs::remove_all(dir);
-    }
+    void TearDown() override { conn.close(); }
     std::string ids(const Sql& sql) {
         std::string out;
         for (Recordset rs = conn.execute(sql); !rs.eof(); rs.movenext()) out += rs("id").str() + ",";
@@ -66,8 +47,8 @@ protected:
         }
     }
 
-    fs::path dir;
-    std::string db;
+    test::TempDir dir{"tav_search"};
+    std::string db = (dir / "office.mdb").string();
     Connection conn;
 };
 

@@ -10,6 +10,7 @@
 #include "frame/quota.h"
 #include "frame/upload.h"
 #include "tests/support/files.h"
+#include "tests/support/multipart.h"
 #include "tests/support/page_runner.h"
 #include "tests/support/test_site.h"
 
@@ -22,33 +23,13 @@ using tav::test::slurp;
 
 namespace {
 
-const std::string kBoundary = "------WebKitFormBoundaryQ7x2";
+const std::string kB = "----WebKitFormBoundaryQ7x2", kBoundary = "--" + kB;
 const std::string kRefusal =
     "<br><font size=2 color=red>上传文件失败，文件已经存在于服务器上，请更名后重试。</font><br>";
 
-struct Part {
-    std::string name;                     // UTF-8
-    std::optional<std::string> filename;  // UTF-8; a file part when set
-    std::string content;                  // bytes as sent
-    std::string type = "application/octet-stream";
-};
-
-// A browser-style body: headers in GB18030, parts ended by CR LF.
-std::string multipart(const std::vector<Part>& parts) {
-    std::string b;
-    for (const auto& p : parts) {
-        b += kBoundary + "\r\n";
-        b += "Content-Disposition: form-data; name=\"" + utf8_to_gb(p.name) + "\"";
-        if (p.filename) {
-            b += "; filename=\"" + utf8_to_gb(*p.filename) + "\"\r\n";
-            b += "Content-Type: " + p.type + "\r\n";
-        } else {
-            b += "\r\n";
-        }
-        b += "\r\n" + p.content + "\r\n";
-    }
-    return b + kBoundary + "--\r\n";
-}
+using Part = test::FormPart;
+using test::file_part;
+std::string multipart(const std::vector<Part>& parts) { return test::multipart_body(kB, parts); }
 
 // The class name is what the error reports show.
 const bool registered = [] {
@@ -71,9 +52,9 @@ protected:
 
 TEST_F(UploadTest, FieldsAndChineseFileNameSavedWhole) {
     const std::string content("bin\0\r\n\xff\xfe tail", 13);
-    std::string body = multipart({{"Book_Title", {}, utf8_to_gb("留言 标题")},
-                      {"file1", "C:\\文档\\报告 一.txt", content, "text/plain"},
-                      {"empty", {}, ""}});
+    std::string body = multipart({{"Book_Title", "留言 标题"},
+                                  {"file1", content, "C:\\文档\\报告 一.txt", "text/plain"},
+                                  {"empty", ""}});
     std::string out = run(multipart_request(body), [&](BodyPage& page) {
         UploadGroup up{page};
         up.upload_initialize();
@@ -108,7 +89,7 @@ TEST_F(UploadTest, FieldsAndChineseFileNameSavedWhole) {
 }
 
 TEST_F(UploadTest, ShortFileFieldNamesAreReadAsPlainFields) {
-    std::string body = multipart({{"f1", "a.txt", utf8_to_gb("内容")}, {"abc", "b.txt", "B"}});
+    std::string body = multipart({file_part("f1", "a.txt", utf8_to_gb("内容")), file_part("abc", "b.txt", "B")});
     run(multipart_request(body), [&](BodyPage& page) {
         UploadGroup up{page};
         up.upload_initialize();
@@ -125,9 +106,8 @@ TEST_F(UploadTest, ShortFileFieldNamesAreReadAsPlainFields) {
 }
 
 TEST_F(UploadTest, EmptyInputNamedEmptyFileAndBareOrSlashedNames) {
-    std::string body = multipart({{"file1", "", ""},
-                                  {"file2", "zero.bin", ""},
-                                  {"file3", "c:/x/y.txt", "slash"}});
+    std::string body = multipart({file_part("file1", "", ""), file_part("file2", "zero.bin", ""),
+                                  file_part("file3", "c:/x/y.txt", "slash")});
     std::string out = run(multipart_request(body), [&](BodyPage& page) {
         UploadGroup up{page};
         up.upload_initialize();
@@ -150,11 +130,8 @@ TEST_F(UploadTest, EmptyInputNamedEmptyFileAndBareOrSlashedNames) {
 }
 
 TEST_F(UploadTest, RepeatedNamesJoinFieldsAndKeepTheFirstFile) {
-    std::string body = multipart({{"tag", {}, "a"},
-                                  {"doc", "first.txt", "1"},
-                                  {"TAG", {}, "b"},
-                                  {"doc", "second.txt", "2"},
-                                  {"tag", {}, "line\r\nbreak"}});
+    std::string body = multipart({{"tag", "a"}, file_part("doc", "first.txt", "1"), {"TAG", "b"},
+                                  file_part("doc", "second.txt", "2"), {"tag", "line\r\nbreak"}});
     run(multipart_request(body), [&](BodyPage& page) {
         UploadGroup up{page};
         up.upload_initialize();
@@ -226,7 +203,7 @@ TEST_F(UploadTest, WithoutBodyEverythingIsEmpty) {
 
 TEST_F(UploadTest, ExistingFileIsRefusedAndMissingFolderReported) {
     { std::ofstream(datas("Keep.txt")) << "old"; }
-    std::string body = multipart({{"file1", "d:\\keep.txt", "new"}, {"file2", "lost.txt", "x"}});
+    std::string body = multipart({file_part("file1", "d:\\keep.txt", "new"), file_part("file2", "lost.txt", "x")});
     std::string out = run(multipart_request(body), [&](BodyPage& page) {
         UploadGroup up{page};
         up.upload_initialize();
@@ -242,31 +219,12 @@ TEST_F(UploadTest, ExistingFileIsRefusedAndMissingFolderReported) {
     EXPECT_FALSE(fs::exists(site.root() + "/Datas/nosuch"));
 }
 
-TEST_F(UploadTest, UploadImgVariantReturnsItsTexts) {
-    { std::ofstream(datas("a.gif")) << "old"; }
-    std::string body = multipart({{"file_name", "c:\\pics\\a.gif", "new"}, {"filepath", {}, "./Datas/"},
-                                  {"more", "c:\\pics\\b.gif", "GIF89a"}});
-    std::string out = run(multipart_request(body), [&](BodyPage& page) {
-        UploadGroup up{page, UploadGroup::Variant::UploadImg};
-        up.upload_initialize();
-        std::vector<std::string> results;
-        for (const FileRecord& r : up.files())
-            results.push_back(up.upload_save(Server.MapPath("./Datas/" + r.file_name), r));
-        ASSERT_EQ(results.size(), 2u);
-        EXPECT_EQ(results[0], kRefusal);
-        EXPECT_EQ(results[1], "File : c:\\pics\\b.gif Uploaded!<br>");
-    });
-    EXPECT_EQ(out, "");
-    EXPECT_EQ(slurp(datas("a.gif")), "old");
-    EXPECT_EQ(slurp(datas("b.gif")), "GIF89a");
-}
-
 TEST_F(UploadTest, LargeSpooledBodyIsParsed) {
     std::string big(30u << 20, '\0');
     for (std::size_t i = 0; i < big.size(); ++i) big[i] = static_cast<char>((i * 131) >> 7);
     // Boundary-like bytes that are not the boundary, across a chunk edge.
     big.replace((1u << 20) - 10, kBoundary.size() - 1, kBoundary.substr(0, kBoundary.size() - 1));
-    std::string body = multipart({{"title", {}, "big"}, {"file1", "c:\\big.bin", big}, {"after", {}, "yes"}});
+    std::string body = multipart({{"title", "big"}, file_part("file1", "c:\\big.bin", big), {"after", "yes"}});
     run(multipart_request(std::move(body), true), [&](BodyPage& page) {
         UploadGroup up{page};
         up.upload_initialize();
@@ -280,7 +238,7 @@ TEST_F(UploadTest, LargeSpooledBodyIsParsed) {
 // The content holds the boundary after a line end: the file is cut there.
 TEST_F(UploadTest, MatchesAcrossPieceEdgesAreFoundAndTheFileEndsAtTheBoundary) {
     std::string content = "0123456789\r\n" + kBoundary.substr(0, 20) + "abc\r\n" + kBoundary + "tail";
-    std::string body = multipart({{"title", {}, utf8_to_gb("中文标题")}, {"file1", "edge.bin", content}});
+    std::string body = multipart({{"title", "中文标题"}, file_part("file1", "edge.bin", content)});
     for (std::size_t piece : {1u, 3u, 7u, 29u}) {
         UploadGroup::chunk = piece;
         std::string name = "edge" + std::to_string(piece);
@@ -322,7 +280,7 @@ TEST_F(UploadTest, LimitsAnswerWithTheOversizePage) {
         std::string says;  // "" when the request is within the limit
     };
     const UploadLimits saved = UploadGroup::limits;
-    std::vector<Part> fields = {{"a", {}, "1"}, {"b", {}, "2"}};
+    std::vector<Part> fields = {{"a", "1"}, {"b", "2"}};
     for (const LimitCase& c : std::vector<LimitCase>{
              {&UploadLimits::file_bytes, 10, std::string(11, 'x'), "每个附件不能超过 0.0 MB"},
              {&UploadLimits::file_bytes, 10, std::string(10, 'x'), ""},
@@ -334,7 +292,7 @@ TEST_F(UploadTest, LimitsAnswerWithTheOversizePage) {
         if (c.bytes) UploadGroup::limits.*c.bytes = c.limit;
         else UploadGroup::limits.parts = static_cast<std::size_t>(c.limit);
         std::vector<Part> parts = fields;
-        parts.push_back({"file1", "c:\\f.txt", c.file});
+        parts.push_back(file_part("file1", "c:\\f.txt", c.file));
         bool after = false;
         test::Reply r = test::run_body(site, "upload_uploadtest", multipart_request(multipart(parts)), [&](BodyPage& page) {
             UploadGroup up{page};
@@ -364,7 +322,7 @@ TEST_F(UploadTest, QuotaCountsEveryFileOfTheRequest) {
         bool stored;
     };
     const std::int64_t mb = 1 << 20;
-    std::string body = multipart({{"file1", "c:\\q1.txt", "12345"}, {"file2", "c:\\q2.txt", "678"}});
+    std::string body = multipart({file_part("file1", "c:\\q1.txt", "12345"), file_part("file2", "c:\\q2.txt", "678")});
     for (const QuotaCase& c : std::vector<QuotaCase>{
              {nullptr, mb - 8, true}, {nullptr, mb - 7, false}, {"0.5", mb / 2 - 8, true}, {"0.5", mb / 2, false},
              {"lots", mb - 8, true}, {"0", 0, false},
@@ -410,10 +368,10 @@ TEST_F(UploadTest, ManySmallFieldsAreParsedWhole) {
     const UploadLimits saved = UploadGroup::limits;
     UploadGroup::limits.parts = 1 << 20;
     std::vector<Part> parts;
-    for (int k = 0; k < 24000; ++k) parts.push_back({std::to_string(k).insert(0, 1, 'f'), {}, std::to_string(k * 7)});
-    parts.push_back({"f5", {}, "again"});
+    for (int k = 0; k < 24000; ++k) parts.push_back({std::to_string(k).insert(0, 1, 'f'), std::to_string(k * 7)});
+    parts.push_back({"f5", "again"});
     const std::string content(64 << 10, 'z');
-    parts.push_back({"file1", "c:\\big.txt", content});
+    parts.push_back(file_part("file1", "c:\\big.txt", content));
     std::string body = multipart(parts);
     ASSERT_GT(body.size(), 2u << 20);
     run(multipart_request(body), [&](BodyPage& page) {

@@ -35,7 +35,6 @@ TEST(PopOk, ButtonLeadsToNextHrefWithTheTypeWhenGiven) {
     for (const Case& c : cases) {
         auto r = site.get("Pop_OK.asp?" + c.query);
         ASSERT_EQ(r.status, 200);
-        EXPECT_TRUE(has(r.body, "<title>系统提示</title>"));
         EXPECT_TRUE(has(r.body, c.message)) << r.body;
         EXPECT_TRUE(has(r.body, "value=\"确定\" name=\"Submit2\" onclick=\"window.location.href='" + c.target + "'\">"))
             << r.body;
@@ -53,7 +52,6 @@ TEST(PopDel, HiddenFieldsCarryTheRowToTheDeletion) {
     EXPECT_TRUE(has(r.body, "name=\"Table\" value=Book>"));
     EXPECT_TRUE(has(r.body, "name=\"ID\" value=7>"));  // sent as id
     EXPECT_TRUE(has(r.body, "name=\"next\" value=Book_list.asp?GL=1>"));
-    EXPECT_TRUE(has(r.body, "value=\"返回\" name=\"Submit2\" onclick=\"window.history.back()\">"));
     EXPECT_LT(r.body.find("type=\"submit\" value=\"删除\""), r.body.find("</form>"));
 }
 

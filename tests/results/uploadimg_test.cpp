@@ -1,4 +1,3 @@
-#include <filesystem>
 #include <fstream>
 
 #include <gtest/gtest.h>
@@ -29,8 +28,6 @@ TEST(UploadImgPage, FirstViewShowsTheFormForTheSessionFolder) {
     EXPECT_EQ(r.status, 200);
     // No host page ran in this session: the folder is Datas itself.
     EXPECT_NE(r.body.find("<input type=\"hidden\" name=\"filepath\" value=\"./Datas//\">"), std::string::npos) << r.body;
-    EXPECT_NE(r.body.find("<title>文件上传</title>"), std::string::npos);
-    EXPECT_NE(r.body.find("<option value=\"left\" selected>默认方式</option>"), std::string::npos);
     EXPECT_NE(r.body.find("action=\"upload_img.asp\" enctype=\"multipart/form-data\""), std::string::npos);
     EXPECT_EQ(r.body.find("Error"), std::string::npos) << r.body;
 }

@@ -21,6 +21,7 @@
 
 #include <gtest/gtest.h>
 
+#include "frame/encoding.h"
 #include "server/http_server.h"
 #include "tests/support/files.h"
 #include "tests/support/http_client.h"
@@ -193,14 +194,23 @@ TEST_F(HttpServerTest, OversizedMalformedAndFailedRequestsAreAnswered) {
         EXPECT_TRUE(c.closed());
     }
     {
-        // A chunked body that grows past the limit.
+        // A chunked body that grows past the limit; sent to a page, it gets the page.
         Client c(port());
-        c.send("POST /up HTTP/1.1\r\nHost: h\r\nTransfer-Encoding: chunked\r\n\r\n");
+        c.send("POST /Email_sendDo.asp HTTP/1.1\r\nHost: h\r\nTransfer-Encoding: chunked\r\n\r\n");
         std::string chunk = "10000\r\n" + std::string(0x10000, 'q') + "\r\n";
         for (int i = 0; i < 17; ++i) c.send(chunk);
-        EXPECT_EQ(c.read().status, 413);
+        Response r = c.read();
+        EXPECT_EQ(r.status, 413);
+        EXPECT_NE(gb_to_utf8(r.body).find("上传的文件太大"), std::string::npos);
         EXPECT_TRUE(c.closed());
         EXPECT_EQ(count_files(opts_.spool_dir), 0);
+    }
+    {
+        // At the limit exactly: the page gets it.
+        Client c(port());
+        c.send("POST /Email_sendDo.asp HTTP/1.1\r\nHost: h\r\nContent-Length: 1048576\r\n\r\n" +
+               std::string(1 << 20, 'x'));
+        EXPECT_EQ(c.read().status, 200);
     }
     for (std::string junk : {"\x16\x03\x01\x02\x00garbage\r\n\r\n", "GET / HTTP/1.1\r\nContent-Length: x\r\n\r\n",
                              "GET / HTTP/1.1\r\nContent-Length: 1\r\nContent-Length: 2\r\n\r\n"}) {
@@ -219,6 +229,43 @@ TEST_F(HttpServerTest, OversizedMalformedAndFailedRequestsAreAnswered) {
     Response r = c.read();
     EXPECT_EQ(r.status, 200);
     EXPECT_EQ(r.body, "GET /ok  127.0.0.1");
+}
+
+// Over the limit a form sent to a page is answered with a page that names
+// the limit; anything else keeps the bare status.
+TEST_F(HttpServerTest, FormsSentToPagesOverTheLimitGetAPageNamingIt) {
+    struct Case {
+        std::uint64_t limit;
+        const char* target;
+        const char* says;  // nullptr: the bare status
+    } cases[] = {
+        {2 << 20, "/Email_sendDo.asp", "不能超过 2 MB"},  {2 << 20, "/email_senddo.ASP?x=1", "不能超过 2 MB"},
+        {2 << 20, "/", "不能超过 2 MB"},                   {2 << 20, "/Data_InputDo.asp#top", "不能超过 2 MB"},
+        {2 << 20, "/style.css", nullptr},                  {2 << 20, "/Email/a.asp.txt", nullptr},
+        {2 << 20, "/up", nullptr},                         {1536 * 1024, "/Email_sendDo.asp", "不能超过 1.5 MB"},
+    };
+    for (const Case& c : cases) {
+        SCOPED_TRACE(c.target);
+        opts_.body_limit = c.limit;
+        start();
+        Client cl(port());
+        // The client is still sending when the answer comes.
+        cl.send(std::string("POST ") + c.target + " HTTP/1.1\r\nHost: h\r\nContent-Type: multipart/form-data; "
+                "boundary=b\r\nContent-Length: " + std::to_string(3 << 20) + "\r\n\r\n" + std::string(300000, 'x'));
+        Response r = cl.read();
+        EXPECT_TRUE(cl.closed());
+        EXPECT_EQ(r.status, 413);
+        if (!c.says) {
+            EXPECT_EQ(r.body, "Payload Too Large");
+            EXPECT_EQ(r.headers["content-type"], "text/plain");
+            continue;
+        }
+        EXPECT_EQ(r.headers["content-type"], "text/html; charset=gb2312");
+        std::string text = gb_to_utf8(r.body);
+        for (const char* part : {"上传的文件太大", c.says, "“后退”", "<link rel=\"stylesheet\" href=\"style.css\""})
+            EXPECT_NE(text.find(part), std::string::npos) << part << "\n" << text;
+        EXPECT_EQ(text.find("<script"), std::string::npos) << text;
+    }
 }
 
 TEST_F(HttpServerTest, StalledHeaderHoldsUpNobodyAndGets408) {

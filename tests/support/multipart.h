@@ -14,6 +14,7 @@ struct FormPart {
     std::string name;
     std::string value;                    // UTF-8 text, or the bytes of a file
     std::optional<std::string> filename = std::nullopt;  // a file part when set ("" is an empty file box)
+    std::string type = "application/octet-stream";       // of a file part
 };
 
 inline FormPart file_part(const std::string& name, const std::string& filename, const std::string& bytes) {
@@ -26,7 +27,7 @@ inline std::string multipart_body(const std::string& boundary, const std::vector
     for (const FormPart& p : parts) {
         body += "--" + boundary + "\r\nContent-Disposition: form-data; name=\"" + utf8_to_gb(p.name) + "\"";
         if (p.filename)
-            body += "; filename=\"" + utf8_to_gb(*p.filename) + "\"\r\nContent-Type: application/octet-stream\r\n\r\n" +
+            body += "; filename=\"" + utf8_to_gb(*p.filename) + "\"\r\nContent-Type: " + p.type + "\r\n\r\n" +
                     p.value + "\r\n";
         else
             body += "\r\n\r\n" + utf8_to_gb(p.value) + "\r\n";

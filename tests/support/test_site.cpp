@@ -2,13 +2,12 @@
 
 #include <cstdlib>
 #include <filesystem>
-#include <fstream>
-#include <sstream>
 #include <stdexcept>
 
 #include "frame/encoding.h"
 #include "frame/paths.h"
 #include "server/instance.h"
+#include "tests/support/files.h"
 
 namespace fs = std::filesystem;
 
@@ -80,19 +79,8 @@ Reply TestSite::send(HttpRequest req, const std::string& cls) {
     out.status = r.status;
     out.delay = r.delay;
     out.headers = r.headers;
-    if (!r.file.empty()) {
-        std::ifstream in(r.file, std::ios::binary);
-        std::stringstream ss;
-        ss << in.rdbuf();
-        out.raw = ss.str();
-    } else {
-        out.raw = r.body;
-    }
-    std::string ctype = lower(r.header("Content-Type"));
-    if (ctype.find("gb2312") != std::string::npos)
-        out.body = gb_to_utf8(out.raw);
-    else
-        out.body = out.raw;
+    out.raw = r.file.empty() ? r.body : slurp(r.file);
+    out.body = lower(r.header("Content-Type")).find("gb2312") != std::string::npos ? gb_to_utf8(out.raw) : out.raw;
     std::string set = r.header("Set-Cookie");
     std::string prefix = std::string(Site::kSessionCookie) + "=";
     if (set.rfind(prefix, 0) == 0) cookie_ = set.substr(prefix.size(), set.find(';') - prefix.size());
@@ -147,11 +135,6 @@ std::string TestSite::scalar(const std::string& sql, const std::string& field) {
     return rs(field).str();
 }
 
-std::string TestSite::log_text() const {
-    std::ifstream in(log_, std::ios::binary);
-    std::stringstream ss;
-    ss << in.rdbuf();
-    return ss.str();
-}
+std::string TestSite::log_text() const { return slurp(log_); }
 
 }  // namespace tav::test
