@@ -5,14 +5,16 @@
 #include <gtest/gtest.h>
 
 #include "tests/support/accounts.h"
-#include "tests/support/multipart.h"
 #include "tests/support/test_site.h"
+#include "tests/support/pages.h"
 #include "tests/support/text.h"
 
+using tav::test::AdminSite;
 using tav::test::TestSite;
 using tav::test::add_user;
 using tav::test::count;
 using tav::test::has;
+using tav::test::expect_texts;
 
 namespace {
 
@@ -22,11 +24,10 @@ using Fields = std::vector<std::pair<std::string, std::string>>;
 // rest; a music file when one is named.
 tav::test::Reply post_settings(TestSite& site, const Fields& fields, const std::string& music = "",
                                const std::string& content = "ID3") {
-    const std::string b = "---------------------------7d3c55";
-    std::vector<tav::test::FormPart> parts;
+    std::vector<tav::test::Part> parts;
     for (const auto& [name, value] : fields) parts.push_back({name, value});
-    parts.push_back(tav::test::file_part("mfile", music, music.empty() ? "" : content));
-    return site.post_raw("/Sys_Modify.asp", tav::test::multipart_type(b), tav::test::multipart_body(b, parts));
+    parts.push_back(tav::test::file("mfile", music, music.empty() ? "" : content));
+    return tav::test::post_multipart(site, "/Sys_Modify.asp", parts);
 }
 
 std::string setting(TestSite& site, const std::string& key) {
@@ -48,9 +49,7 @@ TEST(ActivityLog, LinesNewestFirstAndTheWordsForNone) {
     EXPECT_TRUE(has(b, "系统管理员[admin] 最近活动记载"));
     std::size_t second = b.find("&lt;b&gt;第二件"), first = b.find("第一件"), login = b.find("登录系统……");
     EXPECT_TRUE(second < first && first < login) << b;  // by id descending: the login line came first
-    EXPECT_TRUE(has(b, "<td nowrap>2026-01-02 09:30:00</td>"));
-    EXPECT_TRUE(has(b, "<td width=\"4%\" align=\"center\">3</td>"));
-    EXPECT_FALSE(has(b, "此用户今日没有来！"));
+    expect_texts(b, {"<td nowrap>2026-01-02 09:30:00</td>", "<td width=\"4%\" align=\"center\">3</td>"}, {"此用户今日没有来！"});
 
     EXPECT_TRUE(has(site.get("/sys_user_active_list.asp?id=" + quiet).body, "此用户今日没有来！"));
     for (const char* bad : {"999", ""})
@@ -60,21 +59,17 @@ TEST(ActivityLog, LinesNewestFirstAndTheWordsForNone) {
 }
 
 TEST(ActivityLog, AccountListOffersThreePagesForTwentyAccounts) {
-    TestSite site;
-    ASSERT_TRUE(site.login());  // the administrator
+    AdminSite site;  // the administrator
     for (int i = 1; i <= 19; ++i) { std::string n = "a"; n += std::to_string(i); add_user(site, n); };
     auto b = site.get("/Sys_User_Active.asp").body;
     EXPECT_EQ(count(b, "<option "), 3);
-    EXPECT_TRUE(has(b, "<td>30</td>"));
-    EXPECT_TRUE(has(b, "Sys_User_Active_List.asp?id=20"));
-    EXPECT_TRUE(has(b, "系统管理 =>>查看用户当日活动记载"));
+    expect_texts(b, {"<td>30</td>", "Sys_User_Active_List.asp?id=20", "系统管理 =>>查看用户当日活动记载"});
     EXPECT_EQ(count(site.get("/Sys_User_Active.asp?p=2").body, "<tr height=\"28\"><td>"), 10);
     EXPECT_TRUE(has(site.get("/Sys_User_Active.asp?p=-4").body, ">a19<")) << "below 0 is the first page";
 }
 
 TEST(Settings, CheckboxesTextsAndTheLogoutSelectAreStoredAsPosted) {
-    TestSite site;
-    ASSERT_TRUE(site.login());  // the administrator
+    AdminSite site;  // the administrator
     site.exec("update software set Hardserial='7' where softname='logout'");
     // A time or quota that is no whole number stores nothing and names its box.
     const std::pair<const char*, const char*> refused[] = {{"work_time", "“间隔时间”处输入数字(>60)!"},
@@ -94,9 +89,9 @@ TEST(Settings, CheckboxesTextsAndTheLogoutSelectAreStoredAsPosted) {
         {"pop_music", "0"},  {"work_time", "75"}, {"stat_time", "12"}, {"logout", "0"}, {"music", ""}};
     for (const auto& [key, value] : stored) EXPECT_EQ(setting(site, key), value) << key;
     // The form shows what is stored.
-    EXPECT_TRUE(has(r.body, "name=\"regnewuser\" checked>"));
-    EXPECT_FALSE(has(r.body, "name=\"forgetpass\" checked>"));
-    EXPECT_TRUE(has(r.body, "<option value=\"0\" selected>返回至登录页"));
+    expect_texts(r.body,
+                 {"name=\"regnewuser\" checked>", "<option value=\"0\" selected>返回至登录页"},
+                 {"name=\"forgetpass\" checked>"});
 
     // And the pages that read them follow at their next load.
     EXPECT_FALSE(has(site.get("/login.asp").body, "忘记密码"));
@@ -109,8 +104,7 @@ TEST(Settings, CheckboxesTextsAndTheLogoutSelectAreStoredAsPosted) {
 }
 
 TEST(Settings, MusicIsReplacedAndTheOldFileRemovedOnlyWhenANewOneIsTaken) {
-    TestSite site;
-    ASSERT_TRUE(site.login());  // the administrator
+    AdminSite site;  // the administrator
     const std::string medium = site.root() + "/Medium/";
     std::ofstream(medium + "a.mp3") << "old";
     std::ofstream(medium + "keep.mp3") << "other";
@@ -131,16 +125,14 @@ TEST(Settings, MusicIsReplacedAndTheOldFileRemovedOnlyWhenANewOneIsTaken) {
     f[1].second = "120";
     f[4].second = "新曲.MP3";
     auto r = post_settings(site, f, "C:\\keep.mp3");
-    EXPECT_TRUE(has(r.body, "文件已经存在于服务器上"));
-    EXPECT_TRUE(has(r.body, "系统参数修改成功！"));
+    expect_texts(r.body, {"文件已经存在于服务器上", "系统参数修改成功！"});
     EXPECT_EQ(setting(site, "music"), "新曲.MP3");
     EXPECT_EQ(setting(site, "work_time"), "120");
     EXPECT_TRUE(std::filesystem::exists(medium + "新曲.MP3"));
 }
 
 TEST(Settings, OldMusicNeverReachesOutsideTheMusicFolderAndOnlySoundIsTaken) {
-    TestSite site;
-    ASSERT_TRUE(site.login());  // the administrator
+    AdminSite site;  // the administrator
     const std::string medium = site.root() + "/Medium/";
     std::ofstream(site.root() + "/Datas/victim.txt") << "x";
     for (const char* old : {"../Datas/victim.txt", "..\\Datas\\victim.txt", "../datebase/office.mdb"}) {
@@ -160,14 +152,12 @@ TEST(Settings, OldMusicNeverReachesOutsideTheMusicFolderAndOnlySoundIsTaken) {
 }
 
 TEST(Settings, AMissingRowCutsTheFormThere) {
-    TestSite site;
-    ASSERT_TRUE(site.login());  // the administrator
+    AdminSite site;  // the administrator
     site.exec("delete from software where softname='stat_time'");
     auto b = site.get("/Sys_Modify.asp").body;
-    EXPECT_TRUE(has(b, "name=\"work_time\" size=\"4\" value=\"60\""));
-    EXPECT_TRUE(has(b, "Routine : sysmodify.I_init"));
-    EXPECT_FALSE(has(b, "name=\"stat_time\""));
-    EXPECT_FALSE(has(b, "提 交"));
+    expect_texts(b,
+                 {"name=\"work_time\" size=\"4\" value=\"60\"", "Routine : sysmodify.I_init"},
+                 {"name=\"stat_time\"", "提 交"});
     // A save updates nothing for it and inserts nothing.
     post_settings(site, kUsual);
     EXPECT_EQ(site.scalar("select count(id) as num from software where softname='stat_time'", "num"), "0");

@@ -8,12 +8,14 @@
 
 #include "tests/support/accounts.h"
 #include "tests/support/test_site.h"
+#include "tests/support/pages.h"
 #include "tests/support/text.h"
 
 using tav::test::add_user;
 using tav::test::count;
 using tav::test::form_encode;
 using tav::test::has;
+using tav::test::expect_texts;
 using tav::test::Reply;
 using tav::test::TestSite;
 
@@ -50,10 +52,9 @@ TEST(Ledger, SavingAddsChangesAndDeletesOnlyWithTheExactWordDel) {
     Reply r = l.save("", " 午餐 ", " 和同事 ", " 35.5 ");
     EXPECT_EQ(r.location(), "Pop_OK.asp?message=增加新记录成功！&next_href=Record_list.asp");
     std::string id = l.last_id();
-    EXPECT_EQ(l.row(id, "user_id"), l.me);
-    EXPECT_EQ(l.row(id, "Rec_title"), "午餐");
-    EXPECT_EQ(l.row(id, "Rec_text"), "和同事");
-    EXPECT_EQ(l.row(id, "Rec_money"), "35.5");
+    for (const auto& [key, value] : std::vector<std::pair<std::string, std::string>>{{"user_id", l.me},
+             {"Rec_title", "午餐"}, {"Rec_text", "和同事"}, {"Rec_money", "35.5"}})
+        EXPECT_EQ(l.row(id, key), value) << key;
     EXPECT_FALSE(l.row(id, "Rec_date").empty());
 
     struct Step {
@@ -107,19 +108,17 @@ TEST(Ledger, TheListShowsTheTenNewestOnOnePageWithTheGuestBooksBar) {
     l.add_rows(2, add_user(l.site, "other"));
     std::string body = l.site.get("Record_List.asp").body;
     EXPECT_EQ(count(body, "title=\"查看或修改此记录\""), 10);
-    EXPECT_TRUE(has(body, ">t11</a>"));
-    EXPECT_FALSE(has(body, ">t1</a>"));  // the oldest falls off with no way to it
+    // the oldest falls off with no way to it
+    expect_texts(body, {">t11</a>"}, {">t1</a>"});
     EXPECT_LT(body.find(">t11</a>"), body.find(">t10</a>"));
     EXPECT_TRUE(has(body, "页/共1页"));
     EXPECT_EQ(count(body, "<option value="), 1);
-    EXPECT_TRUE(has(body, "action=\"Book_list.asp\""));
-    EXPECT_FALSE(has(body, "href=\"Book_list.asp?p="));  // one page: no active link
+    // one page: no active link
+    expect_texts(body, {"action=\"Book_list.asp\""}, {"href=\"Book_list.asp?p="});
 
     // A page given by hand: serials count on, and the links lead to the guest book.
     body = l.site.get("Record_list.asp?p=1").body;
-    EXPECT_TRUE(has(body, "<td>11</td>")) << body;
-    EXPECT_TRUE(has(body, ">t1</a>"));
-    EXPECT_TRUE(has(body, "href=\"Book_list.asp?p=0\""));
+    expect_texts(body, {"<td>11</td>", ">t1</a>", "href=\"Book_list.asp?p=0\""});
     EXPECT_EQ(count(body, "<tr height=\"26\"><td>\xE3\x80\x80</td>"), 9);
 }
 
@@ -159,9 +158,8 @@ TEST(Ledger, TheFormCarriesTheIdUnquotedAndFailsOnAnIdThatIsGone) {
     l.save("", "车费", "出差", "120");
     std::string id = l.last_id();
     std::string form = l.site.get("Record_write.asp?id=" + id).body;
-    EXPECT_TRUE(has(form, "修改本记录"));
-    EXPECT_TRUE(has(form, "<input type=\"hidden\" name=\"id\" value=" + id + ">"));
-    EXPECT_TRUE(has(form, "class=\"small1\">出差</textarea>"));
+    expect_texts(form,
+                 {"修改本记录", "<input type=\"hidden\" name=\"id\" value=" + id + ">", "class=\"small1\">出差</textarea>"});
     EXPECT_TRUE(has(l.site.get("Record_Write.asp").body, "<input type=\"hidden\" name=\"id\" value=>"));
     EXPECT_TRUE(has(l.site.get("Record_write.asp?id=999").body, "Routine : recordwrite.I_init"));
 }

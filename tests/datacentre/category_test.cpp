@@ -4,9 +4,12 @@
 
 #include "tests/datacentre/data_site.h"
 #include "tests/support/accounts.h"
+#include "tests/support/pages.h"
 #include "tests/support/text.h"
 
 using tav::test::has;
+using tav::test::expect_texts;
+using tav::test::AdminSite;
 using tav::test::TestSite;
 
 namespace {
@@ -23,8 +26,7 @@ std::string id_of(TestSite& site, const std::string& menu_id) {
 }  // namespace
 
 TEST(DataCategories, NewMainMenuTakesTheFirstFreeCodeAndStopsAtNine) {
-    TestSite site;
-    ASSERT_TRUE(site.login());
+    AdminSite site;
     site.exec("insert into menu(menu_id,menu_text,user_text,xm) values ('menu34','menu34','第四','sjzx_m')");
     auto r = site.get("Menu.asp?id=0&user_text=" + tav::test::form_encode(" 新闻中心 "));
     EXPECT_EQ(menu_rows(site, "33"),
@@ -33,23 +35,19 @@ TEST(DataCategories, NewMainMenuTakesTheFirstFreeCodeAndStopsAtNine) {
               "3301|`images/arrow1.gif`,` 录入数据`,`Data_Input.asp?m=menu33`, `detail`,|录入数据|sjzx|\n"
               "33A9|`images/arrow1.gif`,` 类别维护`,`Data_type.asp?m_id=33&xm=sjzx`, `detail`,|类别维护|sjzx|\n"
               "33ZZ|”>| |sjzx|\n");
-    EXPECT_TRUE(has(r.body, "新增类别成功，请设置此类别的相关权限！"));
-    EXPECT_TRUE(has(r.body, "如果您继续增加主菜单，请在后面输入："));
+    expect_texts(r.body, {"新增类别成功，请设置此类别的相关权限！", "如果您继续增加主菜单，请在后面输入："});
     EXPECT_TRUE(has(site.scalar("select work_text from monitor order by id desc", "work_text"),
                     "新增数据中心主菜单: 新闻中心"));
     for (int n = 5; n <= 9; ++n) site.get("Menu.asp?id=0&user_text=m" + std::to_string(n));
     EXPECT_EQ(id_of(site, "menu39") != "", true);
     std::string before = tav::test::rows_of(site, "menu", "id,menu_id,user_text");
     r = site.get("Menu.asp?id=0&user_text=tenth");
-    EXPECT_TRUE(has(r.body, "<font color=red>达到主菜单的最多数量限制！</font>"));
-    EXPECT_FALSE(has(r.body, "<form"));
-    EXPECT_FALSE(has(r.body, "数据中心主菜单管理"));
+    expect_texts(r.body, {"<font color=red>达到主菜单的最多数量限制！</font>"}, {"<form", "数据中心主菜单管理"});
     EXPECT_EQ(tav::test::rows_of(site, "menu", "id,menu_id,user_text"), before);
 }
 
 TEST(DataCategories, DeletingAMainMenuTakesItsRowsButKeepsItsItems) {
-    TestSite site;
-    ASSERT_TRUE(site.login());
+    AdminSite site;
     tav::test::add_item(site, "3102", "留下的条目");
     auto r = site.get("Menu.asp?id=" + id_of(site, "menu31") + "&del=yes");
     EXPECT_EQ(r.location(), "menu.asp");
@@ -62,8 +60,7 @@ TEST(DataCategories, DeletingAMainMenuTakesItsRowsButKeepsItsItems) {
 }
 
 TEST(DataCategories, RenamesAndDuplicates) {
-    TestSite site;
-    ASSERT_TRUE(site.login());
+    AdminSite site;
     std::string m31 = id_of(site, "menu31");
     struct Case {
         std::string url, answer;
@@ -98,8 +95,7 @@ TEST(DataCategories, RenamesAndDuplicates) {
 }
 
 TEST(DataCategories, CategoryCodes) {
-    TestSite site;
-    ASSERT_TRUE(site.login());
+    AdminSite site;
     site.exec("update user set menu_idstr=menu_idstr || ' 55A9 33A9' where username='admin'");
     site.exec("insert into menu(menu_id,menu_text,user_text,xm) values ('55A9','x','维护','test')");
     // On a code without rows the first category gets CC01; a main menu made
@@ -116,18 +112,14 @@ TEST(DataCategories, CategoryCodes) {
     auto r = site.get("Data_type.asp?m_id=33&xm=sjzx&id=0&user_text=c3");
     EXPECT_EQ(site.scalar("select menu_id from menu where user_text='c3'", "menu_id"), "3302");
     // The list shows categories only, with their delete link through the confirmation.
-    EXPECT_TRUE(has(r.body, "c3"));
-    EXPECT_FALSE(has(r.body, ">录入数据<"));
-    EXPECT_FALSE(has(r.body, ">类别维护<"));
-    EXPECT_TRUE(has(r.body, "Pop_Del.asp?id="));
+    expect_texts(r.body, {"c3", "Pop_Del.asp?id="}, {">录入数据<", ">类别维护<"});
     // A code that is no main menu's is refused before anything is read.
     EXPECT_EQ(site.get("Data_type.asp?m_id=x&id=0&user_text=c4").status, 403);
     EXPECT_EQ(site.get("Data_type.asp?m_id=x").status, 403);
 }
 
 TEST(DataCategories, ApostropheOrUnknownRowEndsInTheReportAndWritesNothing) {
-    TestSite site;
-    ASSERT_TRUE(site.login());
+    AdminSite site;
     std::string before = tav::test::rows_of(site, "menu", "id,menu_id,menu_text,user_text,xm") +
                          tav::test::rows_of(site, "DepartMent", "id,name");
     for (const std::string url : {"Menu.asp?id=0&user_text=it's", "Data_type.asp?m_id=31&id=0&user_text=it's",
@@ -141,12 +133,10 @@ TEST(DataCategories, ApostropheOrUnknownRowEndsInTheReportAndWritesNothing) {
 }
 
 TEST(DataCategories, NameListOverAnyTable) {
-    TestSite site;
-    ASSERT_TRUE(site.login());
+    AdminSite site;
     auto r = site.get("type_modify.asp?Dtable=DepartMent&id=0&new_name=" + tav::test::form_encode("新部门"));
     EXPECT_EQ(site.scalar("select Remark from DepartMent where name='新部门'", "Remark"), " ");
-    EXPECT_TRUE(has(r.body, "新部门"));
-    EXPECT_FALSE(has(r.body, "新增类别成功"));
+    expect_texts(r.body, {"新部门"}, {"新增类别成功"});
     std::string id = site.scalar("select id from DepartMent where name='新部门'", "id");
     r = site.get("type_modify.asp?Dtable=DepartMent&id=" + id + "&new_name=" + tav::test::form_encode("改名部门"));
     EXPECT_TRUE(has(r.body, "成功地修改类别名称："));

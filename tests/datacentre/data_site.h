@@ -8,8 +8,7 @@
 #include <vector>
 
 #include "tests/support/files.h"
-#include "tests/support/multipart.h"
-#include "tests/support/test_site.h"
+#include "tests/support/pages.h"
 
 namespace tav::test {
 
@@ -21,17 +20,6 @@ inline std::string add_item(TestSite& site, const std::string& sub_menu, const s
               ",'" + title + "','正文','" + afile + "','" + sub_menu + "','menu" + sub_menu.substr(0, 2) + "','" +
               date + "','" + lock + "')");
     return site.scalar("select max(id) as id from Datas", "id");
-}
-
-using Part = FormPart;
-inline Part file(const std::string& name, const std::string& filename, const std::string& content) {
-    return file_part(name, filename, content);
-}
-
-// Posts the parts as multipart/form-data.
-inline Reply post_multipart(TestSite& site, const std::string& url, const std::vector<Part>& parts) {
-    const std::string b = "---------------------------7d2a1f3c";
-    return site.post_raw(url, multipart_type(b), multipart_body(b, parts));
 }
 
 // The entry form's post: a new item when id is "0".

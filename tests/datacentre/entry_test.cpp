@@ -8,13 +8,16 @@
 
 #include "tests/datacentre/data_site.h"
 #include "tests/support/accounts.h"
+#include "tests/support/pages.h"
 #include "tests/support/text.h"
 
 using tav::test::add_item;
 using tav::test::exists;
 using tav::test::has;
+using tav::test::expect_texts;
 using tav::test::post_item;
 using tav::test::slurp;
+using tav::test::AdminSite;
 using tav::test::TestSite;
 
 namespace {
@@ -28,8 +31,7 @@ std::string newest(TestSite& site) { return site.scalar("select max(id) as id fr
 }  // namespace
 
 TEST(DataEntry, NewItemsTakeTheNewestIdAsPrefix) {
-    TestSite site;
-    ASSERT_TRUE(site.login());
+    AdminSite site;
     // Empty table: prefix 0.
     auto r = post_item(site, "0", "3102", "第一条", "", "report.doc", "DOC1");
     EXPECT_EQ(r.location(), "Pop_OK.asp?message=信息已经保存&next_href=Data_list.asp?Sub_menu=3102");
@@ -45,17 +47,14 @@ TEST(DataEntry, NewItemsTakeTheNewestIdAsPrefix) {
     std::string second = newest(site);
     EXPECT_EQ(field_of(site, second, "d_afile"), "57report.doc");
     std::string text = field_of(site, second, "D_text");
-    EXPECT_TRUE(has(text, "<b>粗</b>")) << text;
-    EXPECT_TRUE(has(text, "<font size=\"5\" color=\"#ff0000\">红</font>")) << text;
-    EXPECT_TRUE(has(text, "src=\"./Datas/menu31/a.gif\"")) << text;
-    EXPECT_FALSE(has(text, "onerror")) << text;
-    EXPECT_FALSE(has(text, "script")) << text;
+    expect_texts(text,
+                 {"<b>粗</b>", "<font size=\"5\" color=\"#ff0000\">红</font>", "src=\"./Datas/menu31/a.gif\""},
+                 {"onerror", "script"});
     EXPECT_TRUE(has(site.scalar("select work_text from monitor order by id desc", "work_text"), "录入信息: 3102 =>>第二条"));
 }
 
 TEST(DataEntry, AClashingFileIsNotStoredAndTheItemGoesOn) {
-    TestSite site;
-    ASSERT_TRUE(site.login());
+    AdminSite site;
     std::filesystem::create_directories(site.root() + "/Datas/3102");
     std::ofstream(site.root() + "/Datas/3102/0same.doc") << "OLD";
     auto r = post_item(site, "0", "3102", "新条目", "", "same.doc", "NEW");
@@ -89,10 +88,9 @@ TEST(DataEntry, AChangeMovesTheItemAndItsAuthorButNotItsFile) {
     site.forget_session();
     ASSERT_TRUE(site.login("other", "pw"));
     post_item(site, id, "3103", "搬家", "新正文", "", "");
-    EXPECT_EQ(field_of(site, id, "Sub_menu"), "3103");
-    EXPECT_EQ(field_of(site, id, "User_id"), other);
-    EXPECT_EQ(field_of(site, id, "d_afile"), "0m.doc");
-    EXPECT_EQ(field_of(site, id, "D_date"), date);
+    for (const auto& [key, value] : std::vector<std::pair<std::string, std::string>>{{"Sub_menu", "3103"},
+             {"User_id", other}, {"d_afile", "0m.doc"}, {"D_date", date}})
+        EXPECT_EQ(field_of(site, id, key), value) << key;
     EXPECT_TRUE(exists(site, "Datas/3102/0m.doc"));
     // A new file looks for the old one in the new folder, so the old one stays behind.
     post_item(site, id, "3103", "搬家", "x", "n.doc", "N");
@@ -101,8 +99,7 @@ TEST(DataEntry, AChangeMovesTheItemAndItsAuthorButNotItsFile) {
 }
 
 TEST(DataEntry, BrokenPostsEndInTheReportWithNothingWritten) {
-    TestSite site;
-    ASSERT_TRUE(site.login());
+    AdminSite site;
     std::string before = tav::test::rows_of(site, "Datas", "id,D_title,D_text,Sub_menu");
     auto r = post_item(site, "0", "3102", "It's mine", "text");
     EXPECT_TRUE(has(r.body, " Error ")) << r.body;
@@ -120,11 +117,9 @@ TEST(DataEntry, FormOffersTheEntryRightsAndSetsThePictureFolder) {
     tav::test::add_user(site, "clerk", "i3103 del");
     ASSERT_TRUE(site.login("clerk", "pw"));
     auto r = site.get("Data_Input.asp?m=menu31&type=" + tav::test::form_encode("（新）"));
-    EXPECT_TRUE(has(r.body, "录入 =>> 工作动态（新）"));
-    EXPECT_TRUE(has(r.body, "<option value=\"3103\">审计动态</option>"));
-    EXPECT_FALSE(has(r.body, "<option value=\"3102\""));
-    EXPECT_TRUE(has(r.body, "name=\"ID\" value=\"0\""));
-    EXPECT_TRUE(has(r.body, "请控制好附件的文件格式"));
+    expect_texts(r.body,
+                 {"录入 =>> 工作动态（新）", "<option value=\"3103\">审计动态</option>", "name=\"ID\" value=\"0\"", "请控制好附件的文件格式"},
+                 {"<option value=\"3102\""});
 
     // Modify mode in a fresh session: the item's category is not offered to
     // this account, the first one it may use is; the picture folder stays
@@ -134,10 +129,9 @@ TEST(DataEntry, FormOffersTheEntryRightsAndSetsThePictureFolder) {
     site.forget_session();
     ASSERT_TRUE(site.login("clerk", "pw"));
     r = site.get("Data_Input.asp?ID=" + id);
-    EXPECT_TRUE(has(r.body, "<option value=\"3103\">审计动态</option>"));
-    EXPECT_TRUE(has(r.body, "已有附件：<font color=red>9a.doc</font>"));
-    EXPECT_TRUE(has(r.body, "value=\"他人的&#39;条目\""));
-    EXPECT_TRUE(has(r.body, "note_body = '第一行第二行 it\\x27s';")) << r.body;
+    expect_texts(r.body,
+                 {"<option value=\"3103\">审计动态</option>", "已有附件：<font color=red>9a.doc</font>", "value=\"他人的&#39;条目\"",
+                  "note_body = '第一行第二行 it\\x27s';"});
     EXPECT_TRUE(has(site.get("upload_img.asp").body, "value=\"./Datas//\""));
     site.get("Data_Input.asp?m=menu32");
     site.get("Data_Input.asp?ID=" + id);
@@ -146,8 +140,7 @@ TEST(DataEntry, FormOffersTheEntryRightsAndSetsThePictureFolder) {
 }
 
 TEST(DataDelete, TakesTheRowAndItsFilesOnly) {
-    TestSite site;
-    ASSERT_TRUE(site.login());
+    AdminSite site;
     std::filesystem::create_directories(site.root() + "/Datas/3102");
     for (const char* f : {"7a.doc", "7b.doc", "pic.gif"}) std::ofstream(site.root() + "/Datas/3102/" + f) << f;
     std::string id = add_item(site, "3102", "去 & 留", "1", "7a.doc*7b.doc*7missing.doc");

@@ -4,7 +4,9 @@
 
 #include "tests/support/test_site.h"
 #include "tests/support/text.h"
+#include "tests/support/pages.h"
 
+using tav::test::AdminSite;
 using tav::test::TestSite;
 using tav::test::has;
 
@@ -45,8 +47,7 @@ TEST(DesktopTop, HeadlineSizeFollowsNameAndHeadlineLength) {
         {13, "", "12.5"}, {14, "", "13.5"},
     };
     static const char* chars[] = {"甲", "乙", "丙", "丁", "戊", "己", "庚", "辛", "壬", "癸", "子", "丑", "寅", "卯"};
-    TestSite site;
-    ASSERT_TRUE(site.login());
+    AdminSite site;
     for (const Case& c : cases) {
         std::string name;
         for (int i = 0; i < c.len; ++i) name += chars[i];
@@ -58,8 +59,7 @@ TEST(DesktopTop, HeadlineSizeFollowsNameAndHeadlineLength) {
 }
 
 TEST(DesktopBottom, StatusCellsInOrderAndTheMonitorStart) {
-    TestSite site;
-    ASSERT_TRUE(site.login());
+    AdminSite site;
     auto b = site.get("/bottom.asp").body;
     EXPECT_TRUE(has(b, " 用户:系统管理员</font>"));
     std::size_t at = 0;
@@ -71,8 +71,7 @@ TEST(DesktopBottom, StatusCellsInOrderAndTheMonitorStart) {
 }
 
 TEST(DesktopStarted, MarksOnlineWithTheClientAddressAtEachVisit) {
-    TestSite site;
-    ASSERT_TRUE(site.login());
+    AdminSite site;
     EXPECT_EQ(site.scalar("select online from user where username='admin'", "online"), "0");
     tav::HttpRequest req;
     req.method = "GET";

@@ -6,10 +6,10 @@
 #include <vector>
 
 #include "frame/page.h"
-#include "tests/support/test_site.h"
-#include "tests/support/text.h"
+#include "tests/support/pages.h"
 
 using tav::test::TestSite;
+using tav::test::expect_texts;
 using tav::test::has;
 
 namespace {
@@ -49,7 +49,9 @@ struct Desk {
         arm();
     }
     void arm(const char* v = "YES") { site.run("statusgate", std::string("/gate.asp?k=Message_POP&v=") + v); }
-    std::string kind(const std::string& name) { return site.scalar("select id from word_type where name='" + name + "'", "id"); }
+    std::string kind(const std::string& name) {
+        return site.scalar("select id from word_type where name='" + name + "'", "id");
+    }
     void word(const std::string& kind, const std::string& signed_, const std::string& col, const std::string& uid) {
         site.exec("insert into Word(word_type,signed," + col + ") values (" + kind + "," + signed_ + ",'" + uid + "')");
     }
@@ -136,9 +138,10 @@ TEST(StatusMessage, PopupOnlyWhenSomethingWaitsArmedAndSwitchedOnWithRefreshFrom
     d.set("stat_time", "15");
     std::string u = d.add_user("m1");
     d.as("m1");
-    EXPECT_TRUE(has(d.message(), "<meta http-equiv=\"REFRESH\" content=\"75\">\r\n"));
+    expect_texts(d.message(),
+                 {"<meta http-equiv=\"REFRESH\" content=\"75\">\r\n"},
+                 {"showModalDialog"});  // nothing waits
     EXPECT_TRUE(has(d.monitor(), "<meta http-equiv=\"REFRESH\" content=\"15\">\r\n"));
-    EXPECT_FALSE(has(d.message(), "showModalDialog"));  // nothing waits
     d.mail(u);
     d.arm("");
     EXPECT_FALSE(has(d.message(), "showModalDialog"));  // not armed
@@ -149,10 +152,7 @@ TEST(StatusMessage, PopupOnlyWhenSomethingWaitsArmedAndSwitchedOnWithRefreshFrom
                           "有 1 封新邮件正等待您阅读！<br>\", \"\", \"dialogWidth:25em;dialogHeight:11em; status:0\");"));
     // work_pop "0": the page still runs its counts, and never pops up.
     d.set("work_pop", "0");
-    body = d.message();
-    EXPECT_FALSE(has(body, "showModalDialog"));
-    EXPECT_FALSE(has(body, " Error "));
-    EXPECT_TRUE(has(body, "</html>"));
+    expect_texts(d.message(), {"</html>"}, {"showModalDialog", " Error "});
 }
 
 TEST(StatusMessage, FilesDocumentsAndLostPasswordsJoinTheReminder) {
@@ -175,9 +175,7 @@ TEST(StatusMessage, FilesDocumentsAndLostPasswordsJoinTheReminder) {
     d.site.exec("update user set password_lose=1 where username='m5'");
     d.mail(u);
     d.as("m5");
-    std::string body = d.message();
-    EXPECT_TRUE(has(body, "showModalDialog"));
-    EXPECT_FALSE(has(body, "密码忘记了"));
+    expect_texts(d.message(), {"showModalDialog"}, {"密码忘记了"});
     d.as("admin5");
     EXPECT_TRUE(has(d.message(), "<hr>有 1 个员工的密码忘记了，请处理！<br>\""));
 }
@@ -241,11 +239,11 @@ TEST(StatusMonitor, CountsMailRepliesOnlineFilesAndLostPasswords) {
 
     d.as("s3");
     std::string body = d.monitor();
-    EXPECT_EQ(alt_of(body, "email"), "邮箱中有 2 封新邮件！");
-    EXPECT_EQ(alt_of(body, "board"), "留言板有 3 条新的回复信息！");
-    EXPECT_EQ(alt_of(body, "onlines"), "当前在线人数：2 人");
-    EXPECT_EQ(alt_of(body, "password"), "有 1 个员工的密码忘记了，请处理！");  // no right asked for here
-    EXPECT_EQ(alt_of(body, "infiles"), "有 2 个文书等待您签阅！");
+    // no right asked for here
+    for (const auto& [key, value] : std::vector<std::pair<std::string, std::string>>{{"email", "邮箱中有 2 封新邮件！"},
+             {"board", "留言板有 3 条新的回复信息！"}, {"onlines", "当前在线人数：2 人"}, {"password", "有 1 个员工的密码忘记了，请处理！"},
+             {"infiles", "有 2 个文书等待您签阅！"}})
+        EXPECT_EQ(alt_of(body, key), value) << key;
     EXPECT_TRUE(has(d.message(), "<hr>有 2 封新邮件正等待您阅读！<br>留言板有 3 条新的回复信息！<br>有 2 个文书等待您签阅！<br>" +
                                      std::string(kNoRights) + "<br>\""));
     d.as("s3b");
@@ -262,12 +260,10 @@ TEST(StatusMonitor, MissingSettingStopsThePollInItsRefreshMeta) {
     std::string s = d.monitor();
     auto at = s.find("<meta http-equiv=\"REFRESH\" content=\" Error ");
     ASSERT_NE(at, std::string::npos) << s;
-    EXPECT_TRUE(has(s.substr(at), " Routine : sysmonitor.I_init"));
-    EXPECT_FALSE(has(s, "parent.bottom"));
-    std::string m = d.message();
-    EXPECT_TRUE(has(m, "<meta http-equiv=\"REFRESH\" content=\" Error "));
-    EXPECT_TRUE(has(m, " Routine : message.I_init"));
-    EXPECT_FALSE(has(m, "</html>"));
+    expect_texts(s.substr(at), {" Routine : sysmonitor.I_init"}, {"parent.bottom"});
+    expect_texts(d.message(),
+                 {"<meta http-equiv=\"REFRESH\" content=\" Error ", " Routine : message.I_init"},
+                 {"</html>"});
 }
 
 TEST(StatusPopup, MusicAndTheGateClosedWhileOpen) {
@@ -278,10 +274,9 @@ TEST(StatusPopup, MusicAndTheGateClosedWhileOpen) {
     d.mail(u);
     d.as("p1");
     ASSERT_TRUE(has(d.message(), "showModalDialog"));
-    std::string pop = d.site.get("/message_pop.asp?mstr=" + tav::test::form_encode("<b>有 1 封</b>")).body;
-    EXPECT_TRUE(has(pop, "<bgsound src=\"./medium/ring.mid\" loop=\"infinite\">"));
-    EXPECT_TRUE(has(pop, "window.open(\"closepop.asp\",\"sound\");"));
-    EXPECT_TRUE(has(pop, "<b>有 1 封</b><center>"));
+    expect_texts(d.site.get("/message_pop.asp?mstr=" + tav::test::form_encode("<b>有 1 封</b>")).body,
+                 {"<bgsound src=\"./medium/ring.mid\" loop=\"infinite\">", "window.open(\"closepop.asp\",\"sound\");",
+                  "<b>有 1 封</b><center>"});
     EXPECT_FALSE(has(d.message(), "showModalDialog"));  // while the popup is up the polls raise no other
     d.set("pop_music", "0");
     EXPECT_FALSE(has(d.site.get("/message_pop.asp").body, "bgsound"));
@@ -298,14 +293,10 @@ TEST(StatusPopup, NoticeShowsTheNewestWithItsAttachments) {
     item("旧通知", "4102", "old.doc");
     item("新通知", "4102", "a.doc*附件b.txt");
     item("别的类别", "4103", "0");
-    std::string body = d.site.get("/pop_note.asp").body;
-    EXPECT_TRUE(has(body, "&nbsp;主题：新通知"));
-    EXPECT_TRUE(has(body, "<p>正文新通知</p>"));
-    for (const char* f : {"a.doc", "附件b.txt"})
-        EXPECT_TRUE(has(body, std::string("<a href=\"./Datas/4102/") + f + "\" target=\"_blank\">查看附件：" + f + "</a>"));
-    EXPECT_FALSE(has(body, "old.doc"));
+    expect_texts(d.site.get("/pop_note.asp").body,
+                 {"&nbsp;主题：新通知", "<p>正文新通知</p>", "<a href=\"./Datas/4102/a.doc\" target=\"_blank\">查看附件：a.doc</a>",
+                  "<a href=\"./Datas/4102/附件b.txt\" target=\"_blank\">查看附件：附件b.txt</a>"},
+                 {"old.doc"});
     item("无附件", "4102", "0");
-    body = d.site.get("/pop_note.asp").body;
-    EXPECT_TRUE(has(body, "&nbsp;主题：无附件"));
-    EXPECT_FALSE(has(body, "查看附件"));
+    expect_texts(d.site.get("/pop_note.asp").body, {"&nbsp;主题：无附件"}, {"查看附件"});
 }

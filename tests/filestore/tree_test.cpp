@@ -8,9 +8,11 @@
 #include "frame/errors.h"
 #include "frame/host.h"
 #include "tests/filestore/store_site.h"
+#include "tests/support/pages.h"
 #include "tests/support/text.h"
 
 using tav::test::has;
+using tav::test::expect_texts;
 using tav::test::StoreSite;
 
 namespace {
@@ -75,16 +77,14 @@ TEST(FolderWalk, VisitsEachFolderUpToTheRootOnce) {
 TEST(FolderTree, RootAsCurrentWithoutSubfolders) {
     StoreSite site;
     auto b = site.get("folder.asp").body;
-    EXPECT_TRUE(has(b, "[单击右键弹出快捷菜单]<br>")) << b;
-    EXPECT_TRUE(has(b, "images/root.gif"));
-    EXPECT_FALSE(has(b, "root1.gif"));
+    expect_texts(b, {"[单击右键弹出快捷菜单]<br>", "images/root.gif"}, {"root1.gif"});
     EXPECT_TRUE(tree_lines(b).empty());
     EXPECT_LT(b.find("[单击右键"), b.find("<html>"));
     // the file list of the root follows at once
-    EXPECT_TRUE(has(b, "<input type=\"hidden\" name=\"Folder\" value=\"\\user\\admin\">"));
-    EXPECT_TRUE(has(b, "document.form1.submit();"));
-    EXPECT_TRUE(has(b, "folder_create.asp?Folder=\\user\\admin\""));
-    EXPECT_FALSE(has(b, " Error "));
+    expect_texts(b,
+                 {"<input type=\"hidden\" name=\"Folder\" value=\"\\user\\admin\">", "document.form1.submit();",
+                  "folder_create.asp?Folder=\\user\\admin\""},
+                 {" Error "});
     // the same for the root named
     EXPECT_TRUE(has(site.open("folder.asp", {{"Folder", "\\user\\admin"}}).body, "images/root.gif"));
 }

@@ -5,8 +5,7 @@
 #include <utility>
 #include <vector>
 
-#include "tests/support/multipart.h"
-#include "tests/support/test_site.h"
+#include "tests/support/pages.h"
 
 namespace tav::test {
 
@@ -27,17 +26,6 @@ inline std::string add_title(TestSite& site, const Title& t) {
 
 inline std::string clicks(TestSite& site, const std::string& id) {
     return site.scalar("select click_num from Medium where id=" + id, "click_num");
-}
-
-using Part = FormPart;
-inline Part field(std::string name, std::string value) { return {std::move(name), std::move(value)}; }
-inline Part file(std::string name, std::string client_name, std::string content) {
-    return file_part(name, client_name, content);
-}
-
-inline Reply post_multipart(TestSite& site, const std::string& url, const std::vector<Part>& parts) {
-    const std::string b = "----tavelorMediaTest7d9";
-    return site.post_raw(url, multipart_type(b), multipart_body(b, parts));
 }
 
 }  // namespace tav::test

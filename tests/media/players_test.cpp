@@ -34,8 +34,7 @@ std::size_t temp_files(TestSite& site) {
 }  // namespace
 
 TEST(MediaPlayers, AudioIdsAndTheirPlaylist) {
-    TestSite site;
-    ASSERT_TRUE(site.login());
+    AdminSite site;
     std::string uid = site.scalar("select id from user where username='admin'", "id");
     // Ids 1 to 12, so that a cut "12" names a title too.
     for (int i = 1; i <= 12; ++i) add_title(site, {.title = numbered("t", i), .filename = std::to_string(i) + ".mp3"});
@@ -69,8 +68,7 @@ TEST(MediaPlayers, AudioIdsAndTheirPlaylist) {
 }
 
 TEST(MediaPlayers, AsfListsGoToTheBrowserWhenSeveralAndIntoTheObjectWhenOne) {
-    TestSite site;
-    ASSERT_TRUE(site.login());
+    AdminSite site;
     std::string a = add_title(site, {.title = "a", .kind = "audio_asf", .filename = "a.asf"});
     std::string b = add_title(site, {.title = "b", .kind = "audio_asf", .filename = "b.asf"});
     auto many = site.get("/Medium_play_Audio.asp?ID=" + a + "|" + b + "|");
@@ -104,8 +102,7 @@ TEST(MediaPlayers, NamesWithoutSeparatorsMeetAndTheLaterListWins) {
 }
 
 TEST(MediaPlayers, OddKindsPathsAndCapitals) {
-    TestSite site;
-    ASSERT_TRUE(site.login());
+    AdminSite site;
     std::string odd = add_title(site, {.title = "odd", .kind = "audio_wav", .filename = "x.wav"});
     std::string bs = add_title(site, {.title = "bs", .path = "\\Medium\\", .filename = "b.mp3"});
     std::size_t files = temp_files(site);
@@ -122,8 +119,7 @@ TEST(MediaPlayers, OddKindsPathsAndCapitals) {
 }
 
 TEST(MediaPlayers, VideoKinds) {
-    TestSite site;
-    ASSERT_TRUE(site.login());
+    AdminSite site;
     std::string wmv = add_title(site, {.title = "w", .kind = "video_wmv", .filename = "w.wmv"});
     std::string rm = add_title(site, {.title = "r", .kind = "video_rm", .filename = "r.rm"});
     std::string other = add_title(site, {.title = "o", .kind = "video_mp4", .filename = "o.mp4"});

@@ -8,14 +8,17 @@
 
 #include <gtest/gtest.h>
 
-#include "frame/encoding.h"
 #include "frame/password.h"
 #include "tests/support/accounts.h"
+#include "tests/support/pages.h"
 #include "tests/support/payloads.h"
 #include "tests/support/test_site.h"
 #include "tests/support/text.h"
 
 using tav::test::expect_inert;
+using tav::test::field;
+using tav::test::file;
+using tav::test::post_multipart;
 using tav::test::form_encode;
 using tav::test::has;
 using tav::test::kMarkup;
@@ -58,22 +61,6 @@ Fields registration(const std::string& field, const std::string& value) {
         if (k == field) v = value;
     if (field == "ID" || field == "record" || field == "start_meeting") f.push_back({field, value});
     return f;
-}
-
-const std::string kB = "-----------------------------7d4e01";
-
-std::string multipart(const Fields& fields, const std::string& file_field = "", const std::string& file_name = "") {
-    std::string body;
-    for (const auto& [name, value] : fields)
-        body += kB + "\r\nContent-Disposition: form-data; name=\"" + name + "\"\r\n\r\n" + tav::utf8_to_gb(value) +
-                "\r\n";
-    if (!file_field.empty())
-        body += kB + "\r\nContent-Disposition: form-data; name=\"" + file_field + "\"; filename=\"" +
-                tav::utf8_to_gb(file_name) + "\"\r\nContent-Type: application/octet-stream\r\n\r\nDATA\r\n";
-    return body + kB + "--\r\n";
-}
-Reply post_multipart(TestSite& site, const std::string& url, const std::string& body) {
-    return site.post_raw(url, "multipart/form-data; boundary=" + kB.substr(2), body);
 }
 
 }  // namespace
@@ -126,13 +113,13 @@ TEST(AdminSecurity, MultipartFieldsAndNamesStayValuesAndInTheirFolders) {
     std::ofstream(site.root() + "/Datas/keep.txt") << "x";
     for (const std::string& p : kSql) {
         // The side of the signature names a column only when it is ok or no.
-        post_multipart(site, "user_signe.asp", multipart({{"OK_NO", p}}, "file1", "C:\\s" + std::to_string(p.size()) + ".gif"));
+        post_multipart(site, "user_signe.asp",
+                       {field("OK_NO", p), file("file1", "C:\\s" + std::to_string(p.size()) + ".gif", "D")});
         EXPECT_EQ(site.scalar("select count(id) as num from user where pen_ok is not null or pen_no is not null", "num"),
                   "0")
             << p;
-        post_multipart(site, "Sys_Modify.asp",
-                       multipart({{"work_time", p}, {"stat_time", "30"}, {"old_music", p}, {"logout", p}}, "mfile",
-                                 "C:\\" + p + ".mp3"));
+        post_multipart(site, "Sys_Modify.asp", {field("work_time", p), field("stat_time", "30"), field("old_music", p),
+                                                field("logout", p), file("mfile", "C:\\" + p + ".mp3", "D")});
         EXPECT_EQ(site.scalar("select count(id) as num from software", "num"), "13") << p;
         EXPECT_EQ(site.scalar("select Hardserial from software where softname='work_time'", "Hardserial"), "60");
         EXPECT_EQ(site.scalar("select Hardserial from software where softname='username'", "Hardserial"), "示范单位");

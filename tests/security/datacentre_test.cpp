@@ -18,6 +18,7 @@ using tav::test::expect_inert;
 using tav::test::form_encode;
 using tav::test::kMarkup;
 using tav::test::kSql;
+using tav::test::AdminSite;
 using tav::test::TestSite;
 
 namespace {
@@ -42,8 +43,7 @@ std::string trimmed(const std::string& s) {
 }  // namespace
 
 TEST(DataCentreSecurity, StoredNamesTitlesAndBodiesStayText) {
-    TestSite site;
-    ASSERT_TRUE(site.login());
+    AdminSite site;
     const std::string users = tav::test::rows_of(site, "user", "id,username,menu_idstr");
     std::vector<std::string> items;
     int n = 0;
@@ -100,8 +100,7 @@ TEST(DataCentreSecurity, StoredNamesTitlesAndBodiesStayText) {
 }
 
 TEST(DataCentreSecurity, CategoryNamesCannotForgeAMenuEntry) {
-    TestSite site;
-    ASSERT_TRUE(site.login());
+    AdminSite site;
     // Quotes and their stored forms (backquote, typographic quotes) would end
     // the entry's fields in the navigation frame: such a name is refused, on
     // an insert and on a rename alike, and no row changes.

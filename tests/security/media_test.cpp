@@ -17,8 +17,7 @@ using namespace tav::test;
 namespace fs = std::filesystem;
 
 TEST(MediaSecurity, StoredMarkupStaysTextOnEveryPage) {
-    TestSite site;
-    ASSERT_TRUE(site.login());
+    AdminSite site;
     std::vector<std::string> ids;
     for (const auto& m : kMarkup) {
         if (m.find('\'') != std::string::npos) continue;  // the fixture's statement quotes with '
@@ -35,8 +34,7 @@ TEST(MediaSecurity, StoredMarkupStaysTextOnEveryPage) {
 }
 
 TEST(MediaSecurity, SaveFieldsNeitherWidenStatementsNorMoveFiles) {
-    TestSite site;
-    ASSERT_TRUE(site.login());
+    AdminSite site;
     std::string id = add_title(site, {.title = "keep"});
     std::string users = rows_of(site, "user", "id,username,password,menu_idstr,plays");
     for (const char* name : {"ID", "Dele", "Title", "Path", "File_type", "Py", "Author", "Text"})

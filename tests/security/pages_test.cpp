@@ -66,7 +66,10 @@ TEST(PageSecurity, LoginNameAndPasswordPayloadsNeverLogIn) {
 TEST(PageSecurity, LostPasswordFieldsFlagNothingAndLeakNothing) {
     Site site;
     const std::string before = site.users();
-    for (const std::string& p : kSql) {
+    // With the unions that once read out a password and stored "1 or 1=1" as the id to flag.
+    std::vector<std::string> tries = kSql;
+    tries.insert(tries.end(), {"x' union select password from user where username='victim", "x' union select '1 or 1=1"});
+    for (const std::string& p : tries) {
         for (auto fields : {std::vector<std::pair<std::string, std::string>>{{"username", p}, {"truename", "x"}},
                             {{"username", "victim"}, {"truename", p}}}) {
             Reply r = site.post_form("losepassword.asp", fields);
@@ -120,44 +123,20 @@ TEST(PageSecurity, StoredNamesTitlesAndOrganisationNameComeBackInert) {
 
 // ---- The exploits once measured, replayed
 
-TEST(PageExploits, EachMeasuredExploitFails) {
+// The payload tables above and the shared parameter walk replay the
+// statement exploits; what stays here: a widened table name is refused
+// outright, and one row by its number still goes.
+TEST(PageExploits, DeletionTakesOneRowOfAnOfferedTableOnly) {
     Site site;
-    const std::string before = site.all_rows();
-    auto refused_login = [&](const std::string& user, const std::string& password) {
-        site.forget_session();
-        site.post_form("loginverify.asp", {{"username", user}, {"password", password}});
-        return !site.logged_in();
-    };
-    EXPECT_TRUE(refused_login("admin' --", "anything"));
-    EXPECT_TRUE(refused_login("admin", "' or '1'='1"));
-    // The lost-password union that once read out a password, and the one
-    // that stored "1 or 1=1" as the id of the row to flag.
-    Reply leak = site.post_form("losepassword.asp",
-                                {{"username", "x' union select password from user where username='victim"},
-                                 {"truename", "x"}});
-    EXPECT_FALSE(has(leak.body + leak.location(), kSecret));
-    site.post_form("losepassword.asp", {{"username", "x' union select '1 or 1=1"}, {"truename", "x"}});
-    EXPECT_EQ(site.all_rows(), before);
-
-    // Deleting without a session, with a widened table name, with a widened id.
-    site.forget_session();
-    Reply r = site.get("Del_Record.asp?Table=user&ID=" + site.victim + "&next=close.asp");
-    EXPECT_EQ(r.status, 302);
-    EXPECT_EQ(r.location(), "login.asp");
     ASSERT_TRUE(site.login());
     const std::string users = site.users();
-    r = site.get("Del_Record.asp?Table=" + form_encode("user where 1=1 --") + "&ID=1&next=close.asp");
+    Reply r = site.get("Del_Record.asp?Table=" + form_encode("user where 1=1 --") + "&ID=1&next=close.asp");
     EXPECT_EQ(r.status, 403) << r.body;  // no page offers such a table
     site.get("Del_Record.asp?Table=user&ID=" + form_encode(site.victim + " or 1=1") + "&next=close.asp");
     EXPECT_EQ(site.users(), users);
-    // One row by its number still goes.
     r = site.get("Del_Record.asp?Table=user&ID=" + site.victim + "&next=close.asp");
     EXPECT_EQ(r.status, 302);
     EXPECT_EQ(site.scalar("select count(id) as num from user where username='victim'", "num"), "0");
-
-    // The refusal of an unknown table echoes nothing of it.
-    r = site.get("Del_Record.asp?Table=" + form_encode("<svg onload=alert(1)>") + "&ID=1");
-    EXPECT_FALSE(has(r.body, "<svg")) << r.body;
 }
 
 TEST(PageExploits, PictureUploadStaysInItsFolderAndKeepsOnlyPictures) {
