@@ -678,8 +678,14 @@ def read_tsv(path):
         header = f.readline().rstrip("\n").split("\t")
         for line in f:
             row = dict(zip(header, line.rstrip("\n").split("\t")))
-            rows[row["sid"]] = row
+            rows[row_key(row)] = row
     return rows
+
+
+def row_key(row):
+    """A result's change: its name, or, in a results file from before names
+    were written, its file, kind and line before and after."""
+    return row.get("sid") or "|".join((row["site"].split(":")[0], row["kind"], row["before"], row["after"]))
 
 
 def main():
@@ -752,8 +758,8 @@ def main():
     rows = []
     if args.resume and os.path.exists(results_path):
         rows = [r for r in read_tsv(results_path).values() if r.get("result")]
-        done = {r["sid"] for r in rows}
-        numbered = [(i, s) for i, s in numbered if s.sid not in done]
+        done = {r.get("sid") or r["site"] for r in rows}
+        numbered = [(i, s) for i, s in numbered if s.sid not in done and s.key() not in done]
         out = open(results_path, "a")
     else:
         out = open(results_path, "w")
@@ -835,6 +841,9 @@ def summary(rows, compare_with):
 
 def compare(other_path, rows):
     other = read_tsv(other_path)
+    if any("sid" not in o for o in other.values()):  # an older file: match on the lines themselves
+        other = {"|".join((o["site"].split(":")[0], o["kind"], o["before"], o["after"])): o for o in other.values()}
+        rows = [dict(r, sid="|".join((r["site"].split(":")[0], r["kind"], r["before"], r["after"]))) for r in rows]
     lost = []
     for r in rows:
         o = other.get(r["sid"])
