@@ -639,23 +639,57 @@ COLUMNS = ("id", "site", "kind", "result", "note", "tests", "seconds", "lock_wai
 QUICK_SECONDS = 3.0  # in the coverage build
 
 
+SHARDS = max(1, min(2, os.cpu_count() or 1))
+
+
+def run_shards(binary, batch, limit):
+    """The batch split in SHARDS parts run at once (gtest's own sharding):
+    a change that survives runs every covering test, and those runs are most
+    of a run's time. The first failure stops the others. Returns None when
+    all passed, else the failing test's name, "timeout" or the exit code."""
+    env = dict(os.environ, GTEST_TOTAL_SHARDS=str(SHARDS))
+    procs = []
+    for i in range(SHARDS):
+        env["GTEST_SHARD_INDEX"] = str(i)
+        procs.append(subprocess.Popen(
+            [binary, "--gtest_fail_fast", "--gtest_brief=1", "--gtest_filter=" + ":".join(batch)],
+            cwd=BUILD, env=dict(env), stdout=subprocess.PIPE, stderr=subprocess.STDOUT, text=True))
+    outcome, end = None, time.time() + limit
+    try:
+        pending = list(procs)
+        while pending and outcome is None:
+            for p in list(pending):
+                if p.poll() is None:
+                    continue
+                pending.remove(p)
+                if p.returncode != 0:
+                    m = re.search(r"\[  FAILED  \] (\S+)", p.stdout.read())
+                    outcome = m.group(1) if m else "exit %d" % p.returncode
+            if pending and outcome is None:
+                if time.time() > end:
+                    outcome = "timeout"
+                else:
+                    time.sleep(0.05)
+    finally:
+        for p in procs:
+            if p.poll() is None:
+                p.kill()
+            p.wait()
+            p.stdout.close()
+    return outcome
+
+
 def check(binary, index, tests, least):
     """Run the covering tests, stopping at the first failure: the quick ones
-    first (gtest keeps its own order inside one run, and most kills come from
-    a page's own quick tests), then, if all passed, the slow ones."""
+    first (most kills come from a page's own quick tests), then, if all
+    passed, the slow ones."""
     quick = [t for t in tests if index.seconds.get(t, 10.0) < QUICK_SECONDS]
     slow = [t for t in tests if t not in quick]
     for batch in (quick, slow):
-        if not batch:
-            continue
-        try:
-            r = run([binary, "--gtest_fail_fast", "--gtest_brief=1", "--gtest_filter=" + ":".join(batch)],
-                    cwd=BUILD, capture_output=True, text=True, timeout=index.timeout(batch, least))
-        except subprocess.TimeoutExpired:
-            return "killed", "timeout"
-        if r.returncode != 0:
-            m = re.search(r"\[  FAILED  \] (\S+)", r.stdout)
-            return "killed", m.group(1) if m else "exit %d" % r.returncode
+        if batch:
+            outcome = run_shards(binary, batch, index.timeout(batch, least))
+            if outcome:
+                return "killed", outcome
     return "survived", ""
 
 
