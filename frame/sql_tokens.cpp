@@ -46,6 +46,13 @@ std::size_t scan_open(std::string_view s, std::size_t i, Tok open, char close, b
 
 }  // namespace
 
+// Whether text between two # can be a date: one that holds anything opening
+// a literal, a quoted name or a comment is not, or those would hide in it.
+static bool date_span(std::string_view span) {
+    return span.find_first_of("'\"`[") == std::string_view::npos && span.find("--") == std::string_view::npos &&
+           span.find("/*") == std::string_view::npos;
+}
+
 bool ident_char(unsigned char c) { return std::isalnum(c) || c == '_' || c == '$' || c >= 0x80; }
 
 std::vector<Token> tokenize(std::string_view s, State& state) {
@@ -68,9 +75,9 @@ std::vector<Token> tokenize(std::string_view s, State& state) {
         if (std::isspace(c)) {
             while (j < n && std::isspace(static_cast<unsigned char>(s[j]))) ++j;
             kind = Tok::Space;
-        } else if (c == '#' && s.substr(j, s.find('#', j) - j).find('\'') != std::string_view::npos) {
-            // No date holds a quote: this # is a plain character, and the
-            // quote after it opens a text literal as usual.
+        } else if (c == '#' && !date_span(s.substr(j, s.find('#', j) - j))) {
+            // No date holds a quote, a quoted name or a comment: this # is a
+            // plain character, and what follows opens as usual.
         } else if (c == '\'' || c == '#') {
             kind = c == '\'' ? Tok::String : Tok::Date;
             close = static_cast<char>(c);
