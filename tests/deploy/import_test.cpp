@@ -215,6 +215,7 @@ TEST(Import, MovesRowsFilesAndPasswordsIn) {
         std::string stored = db.one(std::string("select password from user where id=") + id);
         EXPECT_TRUE(tav::password::is_hash(stored)) << stored;
         EXPECT_TRUE(tav::password::matches(clear, stored));
+        EXPECT_NE(stored.find("$m=65536,t=2,"), std::string::npos) << stored;  // the working cost, not the tests'
     }
 
     // A new row gets an id past the old ones.

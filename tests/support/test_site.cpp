@@ -5,6 +5,7 @@
 #include <stdexcept>
 
 #include "frame/encoding.h"
+#include "frame/password.h"
 #include "frame/paths.h"
 #include "server/instance.h"
 #include "tests/support/files.h"
@@ -40,6 +41,7 @@ std::string form_encode(const std::string& utf8) {
 }
 
 TestSite::TestSite() {
+    password::use_least_cost();
     char tmpl[] = "/tmp/tavelor-test-XXXXXX";
     if (!::mkdtemp(tmpl)) throw std::runtime_error("mkdtemp failed");
     dir_ = tmpl;
