@@ -237,7 +237,6 @@ function do_submit() {
 </body>
 </html>
 )~");
-        Response.write("");
     }
 
     UploadGroup up{*this};

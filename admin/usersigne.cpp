@@ -68,7 +68,6 @@ function go_no() {
 </body>
 </html>
 )");
-        Response.write("");
     }
 
 private:

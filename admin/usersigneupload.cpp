@@ -39,7 +39,6 @@ function go_update() {
 )~");
         Response.line("<input type=\"hidden\" name=\"OK_NO\" value=\"" + html_text(ok_no) + "\">");
         Response.lines("</form>\n</body>\n</html>\n");
-        Response.write("");
     }
 };
 

@@ -1,31 +1,11 @@
 // Chat_Show.asp: the display frame of the chat room, reloaded by itself
 // every 10 seconds: the 100 newest lines, newest on top.
+#include "frame/encoding.h"
 #include "frame/html.h"
 #include "frame/page.h"
 #include "frame/vb.h"
 
 namespace tav::pages {
-
-namespace {
-
-// A speaker's name as a query value: the characters that would end or split
-// the value are escaped; the browser encodes the rest.
-std::string query_value(const std::string& s) {
-    static const char* hex = "0123456789ABCDEF";
-    std::string out;
-    for (unsigned char c : s) {
-        if (c == '%' || c == '&' || c == '#' || c == '+' || c == '=' || c == '?' || c <= ' ') {
-            out += '%';
-            out += hex[c >> 4];
-            out += hex[c & 15];
-        } else {
-            out += static_cast<char>(c);
-        }
-    }
-    return out;
-}
-
-}  // namespace
 
 class chatshow : public Page {
 public:
@@ -47,7 +27,7 @@ a:hover { color: #FFFFFF; background-color: #000080 }
         Response.write(html_text(Session("dw_name")) + "在线讨论欢迎您！<hr><p>");
         while (!rs.eof()) {
             Value speaker = rs("Truename");
-            Response.write("<a href=\"Chat_input.asp?name=" + html_text(query_value(speaker.str())) +
+            Response.write("<a href=\"Chat_input.asp?name=" + html_text(percent_escape(speaker.str(), "%&#+=?")) +
                            "\" target=\"f2\">" + html_text(speaker) + "</a>");
             Value to = Trim(rs("To_UserName"));
             if (to == Trim(rs("TrueName")))

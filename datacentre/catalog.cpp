@@ -1,6 +1,7 @@
 #include "datacentre/catalog.h"
 
 #include "frame/access.h"
+#include "frame/encoding.h"
 #include "frame/vb.h"
 
 namespace tav::datacentre {
@@ -14,21 +15,7 @@ std::string category_entry(const Value& menu_id, const Value& name) {
     return "`images/arrow1.gif`,` " + Replace(name, "`", "\xE2\x80\x98") + "`,`Data_list.asp?sub_menu=" + menu_id.str() + "`, `detail`,";
 }
 
-std::string url_part(const std::string& s) {
-    static const char hex[] = "0123456789ABCDEF";
-    std::string out;
-    for (unsigned char c : s) {
-        if (c <= 32 || c == 127 || c == '%' || c == '&' || c == '#' || c == '+' || c == '=' || c == '?' ||
-            c == '"' || c == '\'' || c == '<' || c == '>' || c == '\\') {
-            out += '%';
-            out += hex[c >> 4];
-            out += hex[c & 15];
-        } else {
-            out += static_cast<char>(c);
-        }
-    }
-    return out;
-}
+std::string url_part(const std::string& s) { return percent_escape(s, "%&#+=?\"'<>\\"); }
 
 bool plain_name(const std::string& s) {
     if (s.empty() || s == "." || s == "..") return false;

@@ -1,33 +1,37 @@
 // Regular logout: marks the account offline, ends the session, then goes to
 // the login page or closes the window as the `logout` setting says.
-#include "frame/page.h"
+#include "desktop/logout.h"
+
 #include "frame/vb.h"
 
 namespace tav::pages {
 
-class logout : public Page {
-public:
-    void I_init() override {
-        dbI_init();
-        if (!Session("USER_ID").blank()) {
-            conn.execute("update user set online=0,ip=' ' where id="_sql + Session("USER_ID"));
-            monitor("正常退出本系统");
-        }
-        Session.abandon();
-        rs = setting("logout");
-        if (rs("Hardserial") == "0") {
-            Response.redirect("login.asp");
-            END_PAGE();
-        }
-        // In a frame, close() asks the top window, as the desktop's frames did.
-        Response.client_compat(kCompatDialogs);
-        Response.lines(R"(<script language="javascript">
+void logout::I_init() {
+    dbI_init();
+    sign_out("正常退出本系统");
+    rs = setting("logout");
+    if (rs("Hardserial") == "0") {
+        Response.redirect("login.asp");
+        END_PAGE();
+    }
+    close_window();
+}
+
+void logout::sign_out(const std::string& why) {
+    if (!Session("USER_ID").blank()) {
+        conn.execute("update user set online=0,ip=' ' where id="_sql + Session("USER_ID"));
+        monitor(why);
+    }
+    Session.abandon();
+}
+
+void logout::close_window() {
+    Response.client_compat(kCompatDialogs);
+    Response.lines(R"(<script language="javascript">
 window.close();
 </script>
 )");
-        Response.write("");
-    }
-};
+}
 
 TAVELOR_PAGE(logout, "logout.asp", access::open())
 

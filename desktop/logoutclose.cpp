@@ -1,27 +1,14 @@
 // Logout for a desktop window that is being closed: never redirects.
-#include "frame/page.h"
-#include "frame/vb.h"
+#include "desktop/logout.h"
 
 namespace tav::pages {
 
-class logoutclose : public Page {
+class logoutclose : public logout {
 public:
     void I_init() override {
         dbI_init();
-        Value myclose = Request.querystring("myclose");
-        (void)myclose;
-        if (!Session("USER_ID").blank()) {
-            conn.execute("update user set online=0,ip=' ' where id="_sql + Session("USER_ID"));
-            monitor("非正常退出本系统");
-        }
-        Session.abandon();
-        // In a frame, close() asks the top window, as the desktop's frames did.
-        Response.client_compat(kCompatDialogs);
-        Response.lines(R"(<script language="javascript">
-window.close();
-</script>
-)");
-        Response.write("");
+        sign_out("非正常退出本系统");
+        close_window();
     }
 };
 

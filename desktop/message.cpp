@@ -74,7 +74,6 @@ window.onload = function () {
 )");
         }
         Response.lines("</body>\n</html>\n");
-        Response.write("");
     }
 
 private:

@@ -148,11 +148,11 @@ std::string percent_decode(std::string_view s, bool plus_is_blank) {
     return out;
 }
 
-std::string escape_non_ascii(std::string_view bytes) {
+std::string percent_escape(std::string_view bytes, std::string_view also, bool non_ascii) {
     static const char digits[] = "0123456789ABCDEF";
     std::string out;
     for (unsigned char c : bytes) {
-        if (c < 0x21 || c >= 0x7F) {
+        if (c <= 0x20 || c == 0x7F || (non_ascii && c > 0x7F) || also.find(static_cast<char>(c)) != also.npos) {
             out += '%';
             out += digits[c >> 4];
             out += digits[c & 15];

@@ -24,8 +24,10 @@ std::size_t utf8_length(std::string_view s);
 // plus_is_blank. Malformed escapes stay as they are.
 std::string percent_decode(std::string_view s, bool plus_is_blank);
 
-// Escapes the bytes of a Location header that are not printable ASCII, so
-// "&" and "#" keep cutting values.
-std::string escape_non_ascii(std::string_view bytes);
+// Percent-escapes the controls, the blank, DEL and every byte of `also`,
+// and with non_ascii every byte above DEL too. A Location header escapes
+// only what is not printable ASCII, so "&" and "#" keep cutting values; a
+// value put into a query escapes what would end or split it.
+std::string percent_escape(std::string_view bytes, std::string_view also, bool non_ascii = false);
 
 }  // namespace tav

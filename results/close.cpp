@@ -20,7 +20,6 @@ window.close();
 </body>
 </html>
  )");
-        Response.write("");
     }
 };
 

@@ -8,7 +8,6 @@ class closepop : public Page {
 public:
     void I_init() override {
         Session.set("Message_POP", "YES");
-        Response.write("");
     }
 };
 

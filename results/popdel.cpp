@@ -27,7 +27,6 @@ public:
         Response.line("</form>");
         Response.line("</body>");
         Response.line("</html>");
-        Response.write("");
     }
 };
 

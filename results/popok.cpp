@@ -32,7 +32,6 @@ public:
         Response.line("</table>");
         Response.line("</body>");
         Response.line("</html>");
-        Response.write("");
     }
 };
 

@@ -48,7 +48,6 @@ public:
             up.upload_terminate();
             Response.line("<script language=\"javascript\">window.close(1);</script>");
         }
-        Response.write("");
     }
 
 private:

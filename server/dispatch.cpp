@@ -172,7 +172,7 @@ HttpResponse Site::run_page(const std::string& cls, const HttpRequest& req, std:
     for (const auto& [n, v] : response.headers()) out.headers.emplace_back(n, v);
     out.delay = response.held_back();
     if (response.redirected()) {
-        std::string location = escape_non_ascii(utf8_to_gb(response.location()));
+        std::string location = percent_escape(utf8_to_gb(response.location()), "", true);
         out.status = 302;
         out.set_header("Location", location);
         out.set_header("Content-Type", "text/html; charset=gb2312");

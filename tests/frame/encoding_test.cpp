@@ -34,10 +34,11 @@ TEST(Encoding, PercentDecoding) {
 }
 
 TEST(Encoding, LocationEscapesOnlyNonAsciiBytes) {
-    std::string loc = escape_non_ascii(utf8_to_gb("Pop_OK.asp?message=删除成功！&next_href=a.asp?x=1#y"));
+    std::string loc = percent_escape(utf8_to_gb("Pop_OK.asp?message=删除成功！&next_href=a.asp?x=1#y"), "", true);
     EXPECT_EQ(loc.find_first_of("\x80\xFF"), std::string::npos);
     EXPECT_NE(loc.find("&next_href=a.asp?x=1#y"), std::string::npos);
     EXPECT_EQ(loc.rfind("Pop_OK.asp?message=%C9%BE%B3%FD", 0), 0u);
+    EXPECT_EQ(percent_escape("a b&c%\x7F\xC9=", "&%"), "a%20b%26c%25%7F\xC9=");  // a query value
 }
 
 TEST(Params, NamesWithoutCaseAndRepeatsJoined) {

@@ -52,7 +52,7 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
     (void)utf8_length(utf8);
     std::string p1 = percent_decode(in, true), p2 = percent_decode(in, false);
     if (p1.size() > in.size() * 2 + 4 || p2.size() > in.size() * 2 + 4) std::abort();
-    (void)escape_non_ascii(in);
+    (void)percent_escape(in, "", true);
 
     ParamList list;
     list.parse(in);

@@ -20,7 +20,7 @@ Reply run_body(TestSite& site, const std::string& cls, const std::string& target
     }
     HttpRequest req;
     req.method = "GET";
-    req.target = escape_non_ascii(utf8_to_gb(target));
+    req.target = percent_escape(utf8_to_gb(target), "", true);
     req.headers.emplace_back("Host", host);
     return run_body(site, cls, std::move(req), std::move(fn));
 }

@@ -63,7 +63,7 @@ TestSite::~TestSite() {
 Reply TestSite::run(const std::string& cls, const std::string& target) {
     HttpRequest req;
     req.method = "GET";
-    req.target = escape_non_ascii(utf8_to_gb(target));
+    req.target = percent_escape(utf8_to_gb(target), "", true);
     return send(std::move(req), cls);
 }
 
@@ -91,7 +91,7 @@ Reply TestSite::send(HttpRequest req, const std::string& cls) {
 
 static std::string encode_target(const std::string& url) {
     std::string target = url.empty() || url[0] != '/' ? "/" + url : url;
-    return escape_non_ascii(utf8_to_gb(target));
+    return percent_escape(utf8_to_gb(target), "", true);
 }
 
 Reply TestSite::get(const std::string& url) {
