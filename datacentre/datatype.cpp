@@ -34,18 +34,25 @@ public:
         Response.line("</head>");
         Response.line("<body>");
 
-        if (id.blank()) {
-            prompt = "如果您有新类别，请在后面输入：";
-        } else if (id == Value(0)) {
-            prompt = "如果您继续增加新类别，请在后面输入：";
-            // Unique in the whole table, not only among categories.
+        // Adding and renaming refuse a name alike: one the menus cannot hold, or
+        // one taken anywhere in the table, not only among categories.
+        auto name_refused = [&] {
             rs = conn.execute("select id from menu where user_text='"_sql + user_text + "'");
             if (!datacentre::menu_name_ok(user_text.str())) {
                 prompt = datacentre::kBadMenuName;
                 shown = "";
-            } else if (!rs.eof()) {
-                prompt = "此类别名称已经存在，请更名：";
-            } else {
+                return true;
+            }
+            if (rs.eof()) return false;
+            prompt = "此类别名称已经存在，请更名：";
+            return true;
+        };
+
+        if (id.blank()) {
+            prompt = "如果您有新类别，请在后面输入：";
+        } else if (id == Value(0)) {
+            prompt = "如果您继续增加新类别，请在后面输入：";
+            if (!name_refused()) {
                 // Into the main menu's own section of the navigation (or none,
                 // as after a deletion, whose return link carries no xm).
                 Recordset section = conn.execute("select xm from menu where menu_id='"_sql + (m_id + "A9") + "'");
@@ -69,13 +76,7 @@ public:
             shown = rs("user_text");
             prompt = "请输入新的类别名称：";
         } else {
-            rs = conn.execute("select id from menu where user_text='"_sql + user_text + "'");
-            if (!datacentre::menu_name_ok(user_text.str())) {
-                prompt = datacentre::kBadMenuName;
-                shown = "";
-            } else if (!rs.eof()) {
-                prompt = "此类别名称已经存在，请更名：";
-            } else {
+            if (!name_refused()) {
                 rs = conn.execute("select menu_id from menu where id="_sql + id);
                 std::string entry = datacentre::category_entry(rs("menu_id"), user_text);
                 conn.execute("update menu set menu_text='"_sql + entry + "',user_text='" + user_text +

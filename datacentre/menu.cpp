@@ -34,17 +34,24 @@ public:
         Response.line("</head>");
         Response.line("<body>");
 
-        if (id.blank()) {
-            prompt = "如果要新增主菜单，请在后面输入：";
-        } else if (id == Value(0)) {
-            prompt = "如果您继续增加主菜单，请在后面输入：";
+        // Adding and renaming refuse a name alike: one the menus cannot hold, or one taken.
+        auto name_refused = [&] {
             rs = conn.execute("select id from menu where user_text='"_sql + user_text + "' and xm='sjzx_m'");
             if (!datacentre::menu_name_ok(user_text.str())) {
                 prompt = datacentre::kBadMenuName;
                 shown = "";
-            } else if (!rs.eof()) {
-                prompt = "此主菜单名称已经存在，请更名：";
-            } else {
+                return true;
+            }
+            if (rs.eof()) return false;
+            prompt = "此主菜单名称已经存在，请更名：";
+            return true;
+        };
+
+        if (id.blank()) {
+            prompt = "如果要新增主菜单，请在后面输入：";
+        } else if (id == Value(0)) {
+            prompt = "如果您继续增加主菜单，请在后面输入：";
+            if (!name_refused()) {
                 // The first free code, so that a deleted main menu's code is used again.
                 int n = 1;
                 for (; n <= 9; ++n) {
@@ -81,13 +88,7 @@ public:
             shown = rs("user_text");
             prompt = "请输入新的主菜单名称：";
         } else {
-            rs = conn.execute("select id from menu where user_text='"_sql + user_text + "' and xm='sjzx_m'");
-            if (!datacentre::menu_name_ok(user_text.str())) {
-                prompt = datacentre::kBadMenuName;
-                shown = "";
-            } else if (!rs.eof()) {
-                prompt = "此主菜单名称已经存在，请更名：";
-            } else {
+            if (!name_refused()) {
                 rs = conn.execute("select menu_id from menu where id="_sql + id);
                 conn.execute("update menu set user_text='"_sql + user_text + "' where id=" + id);
                 monitor("将 " + old_text + " 修改为: " + user_text);
