@@ -1,5 +1,7 @@
 // The desktop frame set and its frame pages: top's headline sizes, bottom's
 // status cells, the welcome page that marks the account online.
+#include <tuple>
+
 #include <gtest/gtest.h>
 
 #include "tests/support/test_site.h"
@@ -56,6 +58,16 @@ TEST(DesktopTop, HeadlineSizeFollowsNameAndHeadlineLength) {
         auto b = site.get("/top.asp").body;
         EXPECT_TRUE(has(b, "font-size: " + c.size + "pt; color: yellow\">" + name + c.tail + "</span>")) << c.len;
     }
+}
+
+TEST(DesktopTop, EachButtonOpensItsSectionInItsFrame) {
+    AdminSite site;
+    auto b = site.get("/top.asp").body;
+    for (auto [stem, href, target] : {std::tuple{"sy", "left.asp?xm=home", "dir"}, {"wlzx", "left.asp?xm=wlzx", "dir"},
+                                      {"bgzx", "left.asp?xm=bgzx", "dir"}, {"sjzx", "left.asp?xm=sjzx", "dir"},
+                                      {"xtbz", "help.htm", "detail"}, {"tcxt", "logout.asp", "_top"}})
+        EXPECT_TRUE(has(b, "<a href=\"" + std::string(href) + "\" target=\"" + target + "\"><img name=\"" + stem + "\""))
+            << stem;
 }
 
 TEST(DesktopBottom, StatusCellsInOrderAndTheMonitorStart) {

@@ -18,8 +18,12 @@ TEST(Encoding, BadBytesNeverBreakTheConversion) {
     EXPECT_EQ(gb_to_utf8("a\xFF" "b"), "a\xEF\xBF\xBD" "b");
     EXPECT_EQ(gb_to_utf8("\xD6"), "\xEF\xBF\xBD");  // truncated pair at the end
     EXPECT_EQ(utf8_to_gb("a\xC3"), "a");
-    EXPECT_FALSE(is_valid_utf8("\xC0\xAF"));  // overlong
-    EXPECT_FALSE(is_valid_utf8("\xED\xA0\x80"));  // surrogate
+    // Each length at its smallest character and one below it (overlong),
+    // a surrogate, and past the last character.
+    for (auto [bytes, valid] : {std::pair{"\xC2\x80", true}, {"\xC1\xBF", false}, {"\xE0\xA0\x80", true},
+                                {"\xE0\x9F\xBF", false}, {"\xF0\x90\x80\x80", true}, {"\xF0\x8F\xBF\xBF", false},
+                                {"\xED\xA0\x80", false}, {"\xF4\x8F\xBF\xBF", true}, {"\xF4\x90\x80\x80", false}})
+        EXPECT_EQ(is_valid_utf8(bytes), valid) << bytes;
     EXPECT_TRUE(is_valid_utf8("路径"));
 }
 

@@ -111,7 +111,8 @@ TEST_F(StoreTest, DateDiffCountsBoundaries) {
     // 2026-11-21 is a Saturday, 2026-11-22 a Sunday.
     EXPECT_EQ(dd("ww", "2026-11-21", "2026-11-22"), 1);
     EXPECT_EQ(dd("ww", "2026-11-22", "2026-11-28"), 0);
-    EXPECT_NE(fails("select DateDiff('d','no date',Now) as num from chat"), 0);
+    for (const char* bad : {"no date", "2026-01/05", "2026-01", "2026-01-"})  // mixed or missing parts
+        EXPECT_NE(fails("select DateDiff('d','"_sql + Value(bad) + "',Now) as num from chat"), 0) << bad;
     // Outside the platform's years 100 to 9999 a date is no date.
     EXPECT_EQ(fails("select DateDiff('s','99999999999999999999-01-01',Now) as num"), err::sql_failure);
     EXPECT_EQ(fails("select DateDiff('h',-9223372036854775808,Now) as num"), err::sql_failure);
