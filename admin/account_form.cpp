@@ -72,6 +72,25 @@ function check()
 )");
 }
 
+void write_profile_page(Page& page, AccountForm& form, const std::string& heading) {
+    Recordset rs = page.connection().execute("select * from user where id="_sql + form.id);
+    read_account(form, rs);
+    page.write_head({.title = "Tavelor"});
+    Response.line("<script language=\"JavaScript\" src=\"TavelorJS.js\"></script>");
+    write_account_check(form);
+    Response.lines(R"(
+</head>
+<body>
+<table width="100%" border="0" cellspacing="0" cellpadding="0">
+)");
+    Response.line("<tr><td height=\"25\" align=\"center\" bgcolor=\"#336699\"><font color=\"#FFFFFF\">" + heading +
+                  "</font></td></tr>");
+    Response.line("</table>");
+    write_account_form(page, form);
+    Response.line("</body>");
+    Response.line("</html>");
+}
+
 void write_account_form(Page& page, const AccountForm& form) {
     using Use = AccountForm::Use;
     const bool reg = form.use == Use::Register;

@@ -23,6 +23,9 @@ void write_account_check(const AccountForm& form);
 // The form form1 posting to NewRegisterDo.asp, with its table of fields; the
 // departments come from the page's connection.
 void write_account_form(Page& page, const AccountForm& form);
+// The whole page of a profile form: the account form.id's stored values on
+// the form, under a heading bar with the page's title.
+void write_profile_page(Page& page, AccountForm& form, const std::string& heading);
 // The account's values read from a row of user, each trimmed ("record" only
 // as it stands on the administrator's form).
 void read_account(AccountForm& form, class Recordset& rs);
