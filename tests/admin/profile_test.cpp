@@ -76,7 +76,9 @@ TEST(PasswordChange, ComparesAfterTrimAndTreatsBlanksAsNoChange) {
         {"  admin ", " new_1 ", "<br><font color=red>密码已经修改！</font>", "new_1"},
         {"wrong", "new_1", "<br><font color=red>原密码错误！</font>", "admin"},
         {"admin", "   ", "", "admin"},  // blanks alone: as a first view
+        {"admin", "a-b", "<br><font color=red>密码中含有非法字符。</font>", "admin"},
     };
+    const std::string longest(64, 'x'), too_long(65, 'x');
     for (const Case& c : cases) {
         AdminSite site;
         auto r = site.post_form("/User_password_Modify.asp",
@@ -88,6 +90,10 @@ TEST(PasswordChange, ComparesAfterTrimAndTreatsBlanksAsNoChange) {
         EXPECT_TRUE(tav::password::matches(c.stored, col(site, "1", "password"))) << c.old_pw;
         EXPECT_TRUE(has(r.body, "<td>系统管理员</td>"));
     }
+    AdminSite site;  // the length the forms allow, and one more
+    for (const std::string& pw : {too_long, longest})
+        site.post_form("/User_password_Modify.asp", {{"UserPassWord", "admin"}, {"NewPassWord", pw}});
+    EXPECT_TRUE(tav::password::matches(longest, col(site, "1", "password")));
 }
 
 TEST(Signature, ImagesAreStoredByTheirSideAndKeptWhenTheNameIsTaken) {
