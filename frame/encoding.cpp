@@ -114,13 +114,6 @@ bool is_valid_utf8(std::string_view s) {
     return true;
 }
 
-std::size_t utf8_length(std::string_view s) {
-    std::size_t n = 0;
-    for (unsigned char c : s)
-        if ((c & 0xC0) != 0x80) ++n;
-    return n;
-}
-
 std::string percent_decode(std::string_view s, bool plus_is_blank) {
     std::string out;
     out.reserve(s.size());

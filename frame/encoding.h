@@ -16,8 +16,6 @@ bool is_valid_utf8(std::string_view s);
 // Appends the UTF-8 form of the code point cp.
 void append_utf8(std::string& out, unsigned cp);
 
-// Number of characters (code points) of a UTF-8 text.
-std::size_t utf8_length(std::string_view s);
 
 // Percent-decoding of query strings and form bodies: %XX gives a byte,
 // %uXXXX gives the character (as GB18030 bytes), '+' gives a blank when

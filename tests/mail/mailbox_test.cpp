@@ -34,7 +34,7 @@ TEST(MailList, FoldersAreConditionsOnTheFlags) {
     std::string a = m.user("ann", "安");
     insert_mail(m, "1", a, "新的");
     insert_mail(m, "1", a, "读过", ",read", ",1");
-    insert_mail(m, "1", a, "扔了", ",To_del", ",1");
+    insert_mail(m, "1", a, "扔了", ",read,To_del", ",1,1");  // read, then deleted: no longer among the read
     insert_mail(m, "1", a, "没了", ",To_del", ",2");
     insert_mail(m, a, "1", "我发的");
     insert_mail(m, a, "1", "我删的", ",Send_del", ",2");
