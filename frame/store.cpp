@@ -462,7 +462,7 @@ std::string Connection::kept_text(const std::string& key, const std::function<st
     std::string text = make();
     // A write while it was made (the page's own included) ends the snapshot
     // it was made from: such a text is not kept.
-    if (version() != before || !impl_->hold_reads) return text;
+    if (!is_open() || impl_->h.get() != &h || !impl_->hold_reads || version() != before) return text;
     if (h.texts.size() >= 64 || h.text_bytes + key.size() + text.size() > (8u << 20)) {
         h.texts.clear();
         h.text_bytes = 0;
