@@ -463,7 +463,10 @@ std::string Connection::kept_text(const std::string& key, const std::function<st
     // A write while it was made (the page's own included) ends the snapshot
     // it was made from: such a text is not kept.
     if (!is_open() || impl_->h.get() != &h || !impl_->hold_reads || version() != before) return text;
-    if (h.texts.size() >= 64 || h.text_bytes + key.size() + text.size() > (8u << 20)) {
+    // A server keeps a handle a worker: a megabyte each at most.
+    constexpr std::size_t most = 1u << 20;
+    if (key.size() + text.size() > most) return text;
+    if (h.texts.size() >= 32 || h.text_bytes + key.size() + text.size() > most) {
         h.texts.clear();
         h.text_bytes = 0;
     }
