@@ -199,4 +199,11 @@ std::string department_name(Page& page, const Value& departmentid) {
     return d.eof() ? std::string("已删除部门") : d("name").str();
 }
 
+std::string DepartmentNames::operator()(const Value& departmentid) {
+    if (!departmentid.is_number()) return department_name(page_, departmentid);
+    auto it = known_.find(departmentid.num());
+    if (it == known_.end()) it = known_.emplace(departmentid.num(), department_name(page_, departmentid)).first;
+    return it->second;
+}
+
 }  // namespace tav

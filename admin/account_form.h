@@ -2,6 +2,7 @@
 // fields and client checks, with the differences of each use.
 #pragma once
 
+#include <map>
 #include <string>
 
 #include "frame/value.h"
@@ -42,5 +43,18 @@ void admit_registration(Page& page);
 
 // The department's name for the lists, "已删除部门" when it is gone.
 std::string department_name(Page& page, const Value& departmentid);
+
+// department_name for the rows of one list: the same few departments recur
+// on every row, so each is read once. A value that is no number is read
+// every time, as department_name reads it.
+class DepartmentNames {
+public:
+    explicit DepartmentNames(Page& page) : page_(page) {}
+    std::string operator()(const Value& departmentid);
+
+private:
+    Page& page_;
+    std::map<double, std::string> known_;
+};
 
 }  // namespace tav

@@ -13,7 +13,7 @@ public:
         dbI_init();
         PageBar bar(*this, {.url = "Sys_User.asp", .size = 10, .limit = 10, .row_height = 28});
         bar.read_p();
-        bar.count("select count(id) as num from User");
+        bar.count("select num from user_tally");  // kept by triggers: no count over every account
         rs = bar.fetch("select * from User order by id DESC");
 
         write_head({});
@@ -32,13 +32,14 @@ function new_user()
         // The mail column is kept in the markup but out of sight.
         Response.line("<tr bgcolor=\"#E0E0E0\" align=\"center\"><td>用户账号</td><td>部门</td><td>真实姓名</td>"
                       "<td>性别</td><td>电话</td><!--<td>电子信箱</td>--><td>修改</td><td>删除</td></tr>");
+        DepartmentNames departments(*this);
         long n = 1;
         for (; bar.within(n) && !rs.eof(); ++n) {
             std::string id = html_text(rs("id"));
             std::string ask = "Pop_Del.asp?id=" + id + "&amp;Table=User&amp;message=确实要删除用户[" +
                               html_text(rs("username")) + "]吗？&amp;next=Sys_User.asp";
             Response.line("<tr height=\"28\" align=\"center\"><td>" + html_text(rs("username")) + "</td><td>" +
-                          html_text(department_name(*this, rs("departmentid"))) + "</td><td>" +
+                          html_text(departments(rs("departmentid"))) + "</td><td>" +
                           html_text(rs("Truename")) + "</td><td>" + html_text(rs("sex")) + "</td><td>" +
                           html_text(rs("Telphone")) + "</td><!--<td>" + html_text(rs("Email")) +
                           "</td>--><td><a href=\"User_Info_Modify1.asp?id=" + id +

@@ -2,8 +2,11 @@
 #include "frame/converter.h"
 
 #include <cerrno>
+#include <functional>
 #include <iconv.h>
 #include <stdexcept>
+#include <string>
+#include <unordered_map>
 
 namespace tav {
 
@@ -69,6 +72,28 @@ std::string Converter::run(std::string_view in, std::string_view bad, bool* clea
     return out;
 }
 
+namespace {
+
+struct TextHash {
+    using is_transparent = void;
+    std::size_t operator()(std::string_view s) const { return std::hash<std::string_view>{}(s); }
+};
+
+// One run of non-ASCII text converted. The same short runs (labels, the
+// words around numbers in a list) recur many times a page and on every
+// page, so each thread keeps those it converted: iconv costs more a call
+// than a lookup. Bounded, and exact: a run converts alike every time.
+const std::string& gb_run(std::string_view run) {
+    thread_local std::unordered_map<std::string, std::string, TextHash, std::equal_to<>> known;
+    thread_local std::string scratch;
+    if (run.size() > 48) return scratch = to_gb().run(run, "");
+    if (auto it = known.find(run); it != known.end()) return it->second;
+    if (known.size() >= 4096) known.clear();
+    return known.emplace(std::string(run), to_gb().run(run, "")).first->second;
+}
+
+}  // namespace
+
 std::string utf8_to_gb(std::string_view utf8) {
     if (all_ascii(utf8)) return std::string(utf8);
     // Pages are mostly ASCII markup around short runs of Chinese: copy the
@@ -83,7 +108,7 @@ std::string utf8_to_gb(std::string_view utf8) {
         if (j == n) break;
         std::size_t k = j;
         while (k < n && static_cast<unsigned char>(utf8[k]) >= 0x80) ++k;
-        out += to_gb().run(utf8.substr(j, k - j), "");
+        out += gb_run(utf8.substr(j, k - j));
         i = k;
     }
     return out;

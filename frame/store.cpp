@@ -181,6 +181,11 @@ struct StoreHandle {
     // database version their boundaries belong to.
     std::unordered_map<std::string, ListMemo> lists;
     unsigned list_version = 0;
+    // Texts pages built from one database version (Connection::kept_text).
+    std::unordered_map<std::string, std::string> texts;
+    std::size_t text_bytes = 0;
+    unsigned text_version = 0;
+    sqlite3_stmt* version_st = nullptr;
     ListMemo& list_memo(const std::string& placeholders) {
         auto it = lists.find(placeholders);
         if (it != lists.end()) return it->second;
@@ -194,6 +199,7 @@ struct StoreHandle {
         for (auto& c : lru) sqlite3_finalize(c.st);
         sqlite3_finalize(begin_st);
         sqlite3_finalize(commit_st);
+        sqlite3_finalize(version_st);
         if (db) sqlite3_close_v2(db);
     }
     // Ends the snapshot of a page's reads, if one is open. False when the
@@ -424,6 +430,49 @@ void Connection::hold_reads(bool on) {
     if (!is_open()) return;
     impl_->hold_reads = on;
     if (!on) impl_->h->end_reads();
+}
+
+std::string Connection::kept_text(const std::string& key, const std::function<std::string()>& make) {
+    if (!is_open() || !impl_->hold_reads) return make();
+    StoreHandle& h = *impl_->h;
+    // The engine learns of other writers when a read begins: read in the
+    // page's snapshot first, then ask which version it is.
+    auto version = [&h]() -> std::optional<unsigned> {
+        h.begin_reads();
+        if (!h.version_st &&
+            sqlite3_prepare_v3(h.db, "PRAGMA data_version", -1, SQLITE_PREPARE_PERSISTENT, &h.version_st, nullptr) !=
+                SQLITE_OK)
+            return std::nullopt;
+        int rc = sqlite3_step(h.version_st);
+        sqlite3_reset(h.version_st);
+        unsigned v = 0;
+        if ((rc != SQLITE_ROW && rc != SQLITE_DONE) ||
+            sqlite3_file_control(h.db, "main", SQLITE_FCNTL_DATA_VERSION, &v) != SQLITE_OK)
+            return std::nullopt;
+        return v;
+    };
+    std::optional<unsigned> before = version();
+    if (!before) return make();
+    if (*before != h.text_version) {
+        h.texts.clear();
+        h.text_bytes = 0;
+        h.text_version = *before;
+    }
+    if (auto it = h.texts.find(key); it != h.texts.end()) return it->second;
+    std::string text = make();
+    // A write while it was made (the page's own included) ends the snapshot
+    // it was made from: such a text is not kept.
+    if (!is_open() || impl_->h.get() != &h || !impl_->hold_reads || version() != before) return text;
+    // A server keeps a handle a worker: a megabyte each at most.
+    constexpr std::size_t most = 1u << 20;
+    if (key.size() + text.size() > most) return text;
+    if (h.texts.size() >= 32 || h.text_bytes + key.size() + text.size() > most) {
+        h.texts.clear();
+        h.text_bytes = 0;
+    }
+    h.text_bytes += key.size() + text.size();
+    h.texts.emplace(key, text);
+    return text;
 }
 
 Connection::Connection() = default;

@@ -3,6 +3,7 @@
 // for and are translated here; nothing above this layer knows the engine.
 #pragma once
 
+#include <functional>
 #include <memory>
 #include <source_location>
 #include <string>
@@ -73,6 +74,12 @@ public:
     // A page's reads share one read transaction until its next write or its
     // close: one snapshot a page instead of one lock round a statement.
     void hold_reads(bool on);
+    // The text `make` builds from what it reads, kept under `key` until the
+    // database changes (a write from any connection or process): for a part
+    // of a page that reads much and changes seldom. The key must name
+    // everything the text depends on besides the database. Kept only while
+    // reads are held, since only then is the text of one version.
+    std::string kept_text(const std::string& key, const std::function<std::string()>& make);
 
     struct Impl;
 

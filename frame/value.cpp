@@ -1,5 +1,6 @@
 #include "frame/value.h"
 
+#include <charconv>
 #include <cmath>
 #include <cstdio>
 #include <cstdlib>
@@ -14,9 +15,11 @@ namespace tav {
 std::string format_number(double n) {
     if (std::isnan(n)) return "NaN";
     if (n == std::floor(n) && std::fabs(n) < 1e15) {
-        char buf[32];
-        std::snprintf(buf, sizeof buf, "%.0f", n);
-        return buf[0] == '-' && buf[1] == '0' && buf[2] == 0 ? "0" : buf;
+        // Exact as an integer (below 2^53); -0 prints as 0. Ids and counts
+        // take this path, many times a page.
+        char buf[24];
+        auto end = std::to_chars(buf, buf + sizeof buf, static_cast<long long>(n)).ptr;
+        return std::string(buf, end);
     }
     char buf[40];
     std::snprintf(buf, sizeof buf, "%.15g", n);

@@ -139,6 +139,7 @@ TEST(AccountList, PagesByTenMarksGoneDepartmentsAndOffersTheButtonByRight) {
                  {"<td>已删除部门</td>", "value=\"新增用户\"", "<!--<td>电子信箱</td>-->",
                   "Pop_Del.asp?id=10&amp;Table=User&amp;message=确实要删除用户[u9]吗？&amp;next=Sys_User.asp"});
     EXPECT_LT(b.find(">u9<"), b.find(">u1<")) << "newest first";
+    EXPECT_EQ(count(b, "<td>已删除部门</td>"), 1) << "each row its own department";
     EXPECT_FALSE(has(b, kReport));
     EXPECT_EQ(count(site.get("/Sys_User.asp?p=1").body, "<tr height=\"28\"><td>"), 10) << "ten filler rows";
 }

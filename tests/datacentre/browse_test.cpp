@@ -59,10 +59,22 @@ TEST(DataList, AuthorsAttachmentsAndTheDefaultCategory) {
 
 TEST(DataHome, SectionsByRightWithTheNewestSevenByNumber) {
     AdminSite site;
-    for (int n = 1; n <= 9; ++n) add_item(site, "4102", "通知" + std::to_string(n), "1", "0", date(10 - n));
+    // Two categories' items interleaved: each section has its own, newest
+    // number first, and the short one blank rows after them.
+    for (int n = 1; n <= 9; ++n) {
+        add_item(site, "4102", "通知" + std::to_string(n), "1", "0", date(10 - n));
+        if (n % 3 == 0) add_item(site, "4103", "新闻" + std::to_string(n), "1", "0", date(n));
+    }
     auto r = site.get("data_home.asp");
-    expect_texts(r.body, {">通知9<", ">通知3<", "=>>更多通知公告...", "=>>更多单位新闻..."}, {">通知2<"});
-    EXPECT_EQ(count(r.body, "target=\"file_win\""), 7);
+    std::string shown;
+    for (std::size_t at = 0; (at = r.body.find("target=\"file_win\">", at)) != std::string::npos;) {
+        at += 18;
+        shown += r.body.substr(at, r.body.find('<', at) - at) + " ";
+    }
+    EXPECT_EQ(shown, "通知9 通知8 通知7 通知6 通知5 通知4 通知3 新闻9 新闻6 新闻3 ");
+    expect_texts(r.body, {"=>>更多通知公告...", "新闻3</a></td></tr>\r\n<tr><td height=\"20\">　</td></tr>",
+                          "=>>更多单位新闻..."});
+    EXPECT_EQ(count(r.body, "<tr><td height=\"20\">　</td></tr>"), 4);
     EXPECT_FALSE(has(r.body, " Error "));
 
     // One section right only: one cell in the row; none: an empty table and the report.
@@ -73,6 +85,39 @@ TEST(DataHome, SectionsByRightWithTheNewestSevenByNumber) {
     site.exec("update user set menu_idstr='del' where username='admin'");
     r = site.get("data_home.asp");
     expect_texts(r.body, {"</table>", " Error "}, {"=>>更多"});
+}
+
+// Two accounts' sessions in turn, with no change to the database between
+// them: each sees its own sections, and a new item shows at once.
+TEST(DataHome, EachAccountSeesItsOwnSectionsAndTheNewestItems) {
+    AdminSite site;
+    tav::test::add_user(site, "reader", "4103");
+    add_item(site, "4102", "只给管理员", "1", "0", date(1));
+    add_item(site, "4103", "人人可读", "1", "0", date(1));
+    auto sign_in = [&](const std::string& user, const std::string& password) {
+        site.forget_session();
+        std::string cookie = site.get("/login.asp").header("Set-Cookie");
+        std::string rotated =
+            site.post_form("/loginverify.asp", {{"username", user}, {"password", password}}).header("Set-Cookie");
+        if (!rotated.empty()) cookie = rotated;
+        return cookie.substr(0, cookie.find(';'));
+    };
+    const std::string admin = sign_in("admin", "admin"), reader = sign_in("reader", "pw");
+    auto home = [&](const std::string& cookie) {
+        site.forget_session();
+        tav::HttpRequest req;
+        req.method = "GET";
+        req.target = "/data_home.asp";
+        req.headers.emplace_back("Cookie", cookie);
+        return site.send(req).body;
+    };
+    for (int round = 0; round < 2; ++round) {
+        expect_texts(home(admin), {">只给管理员<", ">人人可读<"});
+        expect_texts(home(reader), {">人人可读<"}, {"只给管理员", "通知公告"});
+    }
+    add_item(site, "4103", "刚刚发布", "1", "0", date(2));
+    expect_texts(home(reader), {">刚刚发布<", ">人人可读<"});
+    expect_texts(home(admin), {">刚刚发布<", ">只给管理员<"});
 }
 
 TEST(DataHome, ReminderPopupByTheSetting) {

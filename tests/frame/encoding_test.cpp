@@ -12,12 +12,16 @@ TEST(Encoding, Gb18030RoundTripOfTheSystemsTexts) {
         EXPECT_EQ(gb_to_utf8(gb), s);
     }
     EXPECT_EQ(utf8_to_gb("中文"), "\xD6\xD0\xCE\xC4");
+    // Runs met before come back converted alike, those that share a start too.
+    for (int round = 0; round < 2; ++round)
+        for (std::string s : {"中文", "中文字", "中", "a中文b中c", "中文😀"}) EXPECT_EQ(gb_to_utf8(utf8_to_gb(s)), s);
 }
 
 TEST(Encoding, BadBytesNeverBreakTheConversion) {
     EXPECT_EQ(gb_to_utf8("a\xFF" "b"), "a\xEF\xBF\xBD" "b");
     EXPECT_EQ(gb_to_utf8("\xD6"), "\xEF\xBF\xBD");  // truncated pair at the end
     EXPECT_EQ(utf8_to_gb("a\xC3"), "a");
+    EXPECT_EQ(utf8_to_gb("a\xC3"), "a");  // again, as a run met before
     // Each length at its smallest character and one below it (overlong),
     // a surrogate, and past the last character.
     for (auto [bytes, valid] : {std::pair{"\xC2\x80", true}, {"\xC1\xBF", false}, {"\xE0\xA0\x80", true},

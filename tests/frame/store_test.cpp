@@ -1,5 +1,7 @@
 #include <gtest/gtest.h>
 
+#include <functional>
+
 #include <atomic>
 #include <filesystem>
 #include <fstream>
@@ -355,6 +357,52 @@ TEST_F(StoreTest, HeldReadsShareASnapshotUntilTheirWriteOrClose) {
     conn.Open(connstr(db));
     EXPECT_EQ(num("select count(id) as num from user"), 3);
     other.close();
+}
+
+// A kept text lasts across requests on the handle until the database
+// changes, by another connection or by the page itself; a text made while
+// the page wrote, or without held reads, is not kept.
+TEST_F(StoreTest, KeptTextsLastUntilTheDatabaseChanges) {
+    Connection other;
+    other.Open(connstr(db));
+    int made = 0;
+    auto text = [&](const std::string& key, bool write = false) {
+        return conn.kept_text(key, [&] {
+            ++made;
+            if (write) conn.execute("insert into user(username) values ('w')");
+            return std::to_string(num("select count(id) as num from user"));
+        });
+    };
+    auto next_request = [&] {
+        conn.close();
+        conn.Open(connstr(db));
+        conn.hold_reads(true);
+    };
+    struct Step {
+        const char* what;
+        std::function<void()> before;
+        const char* key;
+        bool write;
+        std::string want;
+        int made;
+    };
+    const std::vector<Step> steps = {
+        {"first", next_request, "a", false, "0", 1},
+        {"next request", next_request, "a", false, "0", 1},
+        {"another key", [] {}, "b", false, "0", 2},
+        {"another connection wrote", [&] { other.execute("insert into user(username) values ('x')"); next_request(); },
+         "a", false, "1", 3},
+        {"the page wrote", [&] { conn.execute("insert into user(username) values ('y')"); }, "a", false, "2", 4},
+        {"kept after the page's write", next_request, "a", false, "2", 4},
+        {"made while writing", next_request, "c", true, "3", 5},
+        {"so not kept", next_request, "c", false, "3", 6},
+        {"reads not held", [&] { conn.hold_reads(false); }, "c", false, "3", 7},
+    };
+    for (const Step& step : steps) {
+        step.before();
+        EXPECT_EQ(text(step.key, step.write), step.want) << step.what;
+        EXPECT_EQ(made, step.made) << step.what;
+    }
 }
 
 TEST_F(StoreTest, ParallelWritersNeverSeeALockedDatabase) {

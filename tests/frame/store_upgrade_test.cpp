@@ -85,7 +85,8 @@ TEST(StoreUpgrade, AddsEveryMissingObjectWithCountsFilledFromTheRows) {
                 "insert into Email(to_user_id, send_user_id, read, To_del, Send_del) values (1,2,0,0,0),(1,2,0,1,1),"
                 "(1,3,1,0,0),(1,2,0,2,0),(2,1,0,0,0),(null,1,0,0,0),('x',null,0,0,0);"
                 "insert into Book(Reply_id) values (0),(0),(1),(0);"
-                "insert into Address(User_id) values (1),(1),(2),(null);");
+                "insert into Address(User_id) values (1),(1),(2),(null);"
+                "insert into user(username) values ('a'),('b');");
     ASSERT_EQ(rows(old_db, "select count(*) from sqlite_schema where name like '%tally%'"), "0\n");
 
     tav::upgrade_database(old_db, schema());
@@ -108,6 +109,7 @@ TEST(StoreUpgrade, AddsEveryMissingObjectWithCountsFilledFromTheRows) {
         {"select num from book_tally", "select count(*) from Book where Reply_id = 0"},
         {"select User_id, num from address_tally where num <> 0",
          "select User_id, count(*) from Address where User_id is not null group by 1"},
+        {"select num from user_tally", "select count(*) from user"},
     };
     auto same = [&](const char* when) {
         for (const auto& [kept, counted] : pairs) {
@@ -128,6 +130,7 @@ TEST(StoreUpgrade, AddsEveryMissingObjectWithCountsFilledFromTheRows) {
     conn.execute("update Datas set Sub_menu='4102' where id=1");
     conn.execute("delete from Book where id=1");
     conn.execute("insert into Address(User_id) values (2)");
+    conn.execute("delete from user where username='a'");
     conn.close();
     same("after changes");
 }

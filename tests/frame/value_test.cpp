@@ -12,6 +12,8 @@ TEST(Value, JoinsAsTextWithEmptyAndNullAsNothing) {
     EXPECT_EQ("id=" + Value(12), "id=12");
     EXPECT_EQ("n=" + Value(2.5), "n=2.5");
     EXPECT_EQ(Value(-0.0).str(), "0");
+    EXPECT_EQ("n=" + Value(-7), "n=-7");
+    EXPECT_EQ(Value(999999999999999.0).str(), "999999999999999");
     EXPECT_EQ(Value("中文") + "!", "中文!");
 }
 

@@ -1,5 +1,5 @@
 // The kept counts the lists page by (items per category, mails per folder,
-// threads, cards per account) equal the counts of their rows after every
+// threads, cards per account, accounts) equal the counts of their rows after every
 // kind of change: rows added, moved to another key, changed otherwise,
 // given a null key, removed.
 #include <gtest/gtest.h>
@@ -31,6 +31,7 @@ TEST(KeptCounts, FollowEveryChangeOfTheirRows) {
         {"unread_tally where user_id=K", to + "read=0 and To_del<>2", users},
         {"book_tally where K", "select count(id) as n from Book where Reply_id=0 and K", {"1=1"}},
         {"address_tally where User_id=K", "select count(id) as n from Address where User_id=K", users},
+        {"user_tally where K", "select count(id) as n from user where K", {"1=1"}},
     };
     auto agree = [&](const char* when) {
         for (const Count& c : counts)
@@ -50,7 +51,8 @@ TEST(KeptCounts, FollowEveryChangeOfTheirRows) {
           "insert into Book(user_id,Book_title,Reply_id) values (1,'one',0),(1,'two',0)",
           "insert into Book(user_id,Book_title,Reply_id) select 1,'re',min(id) from Book",
           "insert into Address(User_id,Name) select " + a + ",'n' from user, user, user limit 12",
-          "insert into Address(User_id,Name) values (" + b + ",'n'),(" + b + ",'m')"}},
+          "insert into Address(User_id,Name) values (" + b + ",'n'),(" + b + ",'m')",
+          "insert into user(username) values ('carl'),('dora')"}},
         {"after reading and each step of deleting",
          {"update Email set read=1 where id=(select min(id) from Email)",
           "update Email set To_del=1 where id=(select min(id) from Email where to_user_id=" + a + ")",
@@ -69,7 +71,8 @@ TEST(KeptCounts, FollowEveryChangeOfTheirRows) {
           "update Address set User_id=null where id=(select max(id) from Address)"}},
         {"after deletes",
          {"delete from Datas where Sub_menu='3103'", "delete from Email where to_user_id=" + b + " and read=0",
-          "delete from Book where id=(select min(id) from Book)", "delete from Address where User_id=" + a}},
+          "delete from Book where id=(select min(id) from Book)", "delete from Address where User_id=" + a,
+          "delete from user where username in ('carl','dora')"}},
         {"after deleting all", {"delete from Datas", "delete from Email", "delete from Book", "delete from Address"}},
     };
     for (const auto& [when, sqls] : steps) {

@@ -65,8 +65,23 @@ signed_in_script "$lua50" 50 10.9.0
 # One row: PATH alone (median of 20 requests, ms), under load over the 50
 # sessions, and nginx serving the saved bytes. nginx must answer 200 with
 # the same length, or the ratio would compare with an error page.
+# A row starts once the server has finished the answers the previous row's
+# wrk left queued (a slow search keeps running after wrk hangs up): until
+# then the row would measure the previous one's tail. At most 30 s.
+settle() {
+  local last now i
+  last=$(awk '{ print $14 + $15 }' "/proc/$pid/stat")
+  for i in $(seq 150); do
+    sleep 0.2
+    now=$(awk '{ print $14 + $15 }' "/proc/$pid/stat")
+    # under 10% of one core over the last 0.2 s (clock ticks of 1/100 s)
+    [ $((now - last)) -le 2 ] && return
+    last=$now
+  done
+}
 lrow() {
   local name="$1" path="$2" file alone bytes nstat nbytes
+  settle
   file="large_$(printf '%s' "${path#/}" | tr '?&=%/' '_____')"
   curl -s -H "Cookie: $cookie" -o "$www/$file" "$base$path"
   chmod a+r "$www/$file"
