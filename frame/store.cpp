@@ -181,6 +181,10 @@ struct StoreHandle {
     // database version their boundaries belong to.
     std::unordered_map<std::string, ListMemo> lists;
     unsigned list_version = 0;
+    // Answers of execute_remembered, by statement and values, and the
+    // database version they were read in.
+    std::unordered_map<std::string, std::shared_ptr<Recordset::Data>> remembered;
+    unsigned remembered_version = 0;
     ListMemo& list_memo(const std::string& placeholders) {
         auto it = lists.find(placeholders);
         if (it != lists.end()) return it->second;
@@ -613,10 +617,14 @@ static sqlite3_stmt* prepare_engine(sqlite3* db, const std::string& text) {
     return guard.release();
 }
 
-Recordset Connection::execute(const Sql& sql, std::source_location loc) { return run(sql, 0, 0, loc); }
+Recordset Connection::execute(const Sql& sql, std::source_location loc) { return run(sql, 0, 0, false, loc); }
 
 Recordset Connection::execute_window(const Sql& sql, std::size_t rows, long long offset, std::source_location loc) {
-    return run(sql, rows, offset < 0 ? 0 : offset, loc);
+    return run(sql, rows, offset < 0 ? 0 : offset, false, loc);
+}
+
+Recordset Connection::execute_remembered(const Sql& sql, std::source_location loc) {
+    return run(sql, 0, 0, true, loc);
 }
 
 namespace {
@@ -830,7 +838,7 @@ std::shared_ptr<Recordset::Data> read_list(StoreHandle& h, const BoundSql& bound
 
 }  // namespace
 
-Recordset Connection::run(const Sql& sql, std::size_t window_rows, long long window_offset,
+Recordset Connection::run(const Sql& sql, std::size_t window_rows, long long window_offset, bool remember,
                           std::source_location loc) {
     host_call(loc);
     if (!is_open()) raise_error(closed_object, closed_text);
@@ -854,8 +862,10 @@ Recordset Connection::run(const Sql& sql, std::size_t window_rows, long long win
             h.keep(key, st);
         }
     }
-    // A list read may take two statements; they share one snapshot.
-    const bool own_snapshot = memo && !impl_->hold_reads;
+    // A list read may take two statements, a remembered answer belongs to
+    // the snapshot whose version it checked: each shares one snapshot.
+    remember = remember && st && sqlite3_stmt_readonly(st);
+    const bool own_snapshot = (memo || remember) && !impl_->hold_reads;
     if (impl_->hold_reads || own_snapshot) {
         if (!st || sqlite3_stmt_readonly(st))
             h.begin_reads();
@@ -878,7 +888,29 @@ Recordset Connection::run(const Sql& sql, std::size_t window_rows, long long win
         sqlite3_progress_handler(db, progress_steps, check_deadline, &deadline);
     }
     if (memo) return Recordset(read_list(h, bound, *memo, window_rows, window_offset, deadline));
-    return Recordset(step_rows(db, st, bound.params, deadline));
+    if (!remember) return Recordset(step_rows(db, st, bound.params, deadline));
+
+    // The snapshot's version: a read must have begun it, and this pragma
+    // is the cheapest read there is.
+    step_rows(db, cached_statement(h, "\n-- data version", "pragma data_version", false), {}, deadline);
+    unsigned version = 0;
+    sqlite3_file_control(db, "main", SQLITE_FCNTL_DATA_VERSION, &version);
+    if (version != h.remembered_version) {
+        h.remembered.clear();
+        h.remembered_version = version;
+    }
+    const std::string key = bound.text + '\0' + params_key(bound.params);
+    auto known = h.remembered.find(key);
+    if (known == h.remembered.end()) {
+        auto data = step_rows(db, st, bound.params, deadline);
+        // Only small answers, and not many: the statements and their values
+        // come from requests.
+        if (data->rows.size() > 1) return Recordset(data);
+        if (h.remembered.size() >= 256) h.remembered.clear();
+        known = h.remembered.emplace(key, std::move(data)).first;
+    }
+    // A copy: a reader may move through it or change its fields.
+    return Recordset(std::make_shared<Recordset::Data>(*known->second));
 }
 
 // ---------------------------------------------------------------------------
@@ -1025,6 +1057,12 @@ void upgrade_database(const std::string& path, const std::string& schema_sql, co
         if (!made && error.rfind("no such column", 0) != 0) failure = error;
         exec(made ? "RELEASE object" : "ROLLBACK TO object; RELEASE object", failure);
     }
+    // Indexes an index above now serves, wider: left beside it, the planner
+    // may take the narrower one and read the rows it spares.
+    static const char* const retired[][2] = {
+        {"datas_sub_menu_date", "datas_list"}, {"email_inbox", "email_inbox_list"}, {"email_sent", "email_sent_list"}};
+    for (const auto& [old_index, wider] : retired)
+        if (failure.empty() && in_schema(wider)) exec(std::string("DROP INDEX IF EXISTS ") + old_index, failure);
     if (failure.empty()) exec("COMMIT", failure);
     if (!failure.empty()) sqlite3_exec(db, "ROLLBACK", nullptr, nullptr, nullptr);
     // Text indexes added since: built once from the rows already there.
