@@ -7,6 +7,9 @@
 // then narrows: at 1M rows, `match` with the like on the rows it gives
 // answered a common term in half the time of the index's own `like`, which
 // checks every candidate of the whole table, not only of the searched part.
+// A term in many rows is not worth the index at all: the lists' indexes hold
+// the searched title, and reading them in the list's order finds a page of
+// such a term at once (see text_contains with a connection).
 #include "frame/store_search.h"
 
 #include <sqlite3.h>
