@@ -903,9 +903,9 @@ Recordset Connection::run(const Sql& sql, std::size_t window_rows, long long win
     auto known = h.remembered.find(key);
     if (known == h.remembered.end()) {
         auto data = step_rows(db, st, bound.params, deadline);
-        // Only small answers, and not many: the statements and their values
-        // come from requests.
-        if (data->rows.size() > 1) return Recordset(data);
+        // Only small answers to short statements, and not many: the
+        // statements and their values come from requests.
+        if (data->rows.size() > 1 || key.size() > 4096) return Recordset(data);
         if (h.remembered.size() >= 256) h.remembered.clear();
         known = h.remembered.emplace(key, std::move(data)).first;
     }

@@ -144,7 +144,7 @@ Sql contains(std::string_view table, std::initializer_list<std::string_view> col
     if (!indexed) return exact;
     const Sql query = Sql::trusted(index_name(*ix)) + " match '" + match_query(columns, runs) + "'";
     if (conn) {
-        Recordset n = conn->execute("select count(*) as n from (select rowid from "_sql +
+        Recordset n = conn->execute_remembered("select count(*) as n from (select rowid from "_sql +
                                     Sql::trusted(index_name(*ix)) + " where " + query + " limit " +
                                     (few_rows + 1) + ")");
         if (n("n").num() > static_cast<double>(few_rows)) return exact;
