@@ -181,10 +181,9 @@ struct StoreHandle {
     // database version their boundaries belong to.
     std::unordered_map<std::string, ListMemo> lists;
     unsigned list_version = 0;
-    // Answers of execute_remembered, by statement and values, and the
-    // database version they were read in.
-    std::unordered_map<std::string, std::shared_ptr<Recordset::Data>> remembered;
-    unsigned remembered_version = 0;
+    // The database version this handle last read in, for execute_remembered;
+    // none before its first read.
+    std::optional<unsigned> remembered_version;
     ListMemo& list_memo(const std::string& placeholders) {
         auto it = lists.find(placeholders);
         if (it != lists.end()) return it->second;
@@ -242,6 +241,47 @@ struct StoreHandle {
 };
 
 namespace {
+
+// Answers of execute_remembered, shared by the process's handles: a count
+// one handle read serves the others while nobody has seen the file change.
+// A handle that sees a change (its data version moved since its last read,
+// or its first read) moves the generation on, which forgets every answer.
+// An answer is kept under the generation read before its snapshot began,
+// and only by a handle that saw no change then: an answer read in a
+// snapshot older than a change is never found after it.
+class SharedAnswers {
+public:
+    static SharedAnswers& instance() {
+        static SharedAnswers* answers = new SharedAnswers();  // never destroyed: handles may read at exit
+        return *answers;
+    }
+    unsigned long long generation() {
+        std::lock_guard lock(mutex_);
+        return generation_;
+    }
+    void changed() {
+        std::lock_guard lock(mutex_);
+        ++generation_;
+        answers_.clear();
+    }
+    std::shared_ptr<Recordset::Data> find(const std::string& key, unsigned long long generation) {
+        std::lock_guard lock(mutex_);
+        auto it = answers_.find(key);
+        return it != answers_.end() && generation == generation_ ? it->second : nullptr;
+    }
+    void keep(const std::string& key, unsigned long long generation, std::shared_ptr<Recordset::Data> data) {
+        std::lock_guard lock(mutex_);
+        if (generation != generation_) return;
+        // Not many: the statements and their values come from requests.
+        if (answers_.size() >= 1024) answers_.clear();
+        answers_[key] = std::move(data);
+    }
+
+private:
+    std::mutex mutex_;
+    unsigned long long generation_ = 0;
+    std::unordered_map<std::string, std::shared_ptr<Recordset::Data>> answers_;
+};
 
 // Page statements may read and write rows, nothing else: no schema changes,
 // no other files, no settings of the engine, no extensions.
@@ -865,6 +905,10 @@ Recordset Connection::run(const Sql& sql, std::size_t window_rows, long long win
     // A list read may take two statements, a remembered answer belongs to
     // the snapshot whose version it checked: each shares one snapshot.
     remember = remember && st && sqlite3_stmt_readonly(st);
+    // A page's held snapshot may be older than what other handles have
+    // seen: a remembered answer is read in a snapshot that begins here.
+    if (remember) h.end_reads();
+    remember = remember && sqlite3_get_autocommit(db);
     const bool own_snapshot = (memo || remember) && !impl_->hold_reads;
     if (impl_->hold_reads || own_snapshot) {
         if (!st || sqlite3_stmt_readonly(st))
@@ -890,27 +934,24 @@ Recordset Connection::run(const Sql& sql, std::size_t window_rows, long long win
     if (memo) return Recordset(read_list(h, bound, *memo, window_rows, window_offset, deadline));
     if (!remember) return Recordset(step_rows(db, st, bound.params, deadline));
 
-    // The snapshot's version: a read must have begun it, and this pragma
-    // is the cheapest read there is.
+    SharedAnswers& shared = SharedAnswers::instance();
+    const unsigned long long generation = shared.generation();
+    // The snapshot begins with this read, the cheapest there is; its
+    // version tells whether the file changed since this handle last read.
     step_rows(db, cached_statement(h, "\n-- data version", "pragma data_version", false), {}, deadline);
     unsigned version = 0;
     sqlite3_file_control(db, "main", SQLITE_FCNTL_DATA_VERSION, &version);
-    if (version != h.remembered_version) {
-        h.remembered.clear();
-        h.remembered_version = version;
-    }
-    const std::string key = bound.text + '\0' + params_key(bound.params);
-    auto known = h.remembered.find(key);
-    if (known == h.remembered.end()) {
-        auto data = step_rows(db, st, bound.params, deadline);
-        // Only small answers to short statements, and not many: the
-        // statements and their values come from requests.
-        if (data->rows.size() > 1 || key.size() > 4096) return Recordset(data);
-        if (h.remembered.size() >= 256) h.remembered.clear();
-        known = h.remembered.emplace(key, std::move(data)).first;
-    }
-    // A copy: a reader may move through it or change its fields.
-    return Recordset(std::make_shared<Recordset::Data>(*known->second));
+    const bool same = h.remembered_version == version;
+    h.remembered_version = version;
+    if (!same) shared.changed();
+    const std::string key = h.path + '\0' + bound.text + '\0' + params_key(bound.params);
+    if (auto known = same ? shared.find(key, generation) : nullptr)
+        return Recordset(std::make_shared<Recordset::Data>(*known));  // a copy: readers move through it
+    auto data = step_rows(db, st, bound.params, deadline);
+    // Only small answers to short statements.
+    if (same && data->rows.size() <= 1 && key.size() <= 4096)
+        shared.keep(key, generation, std::make_shared<Recordset::Data>(*data));
+    return Recordset(data);
 }
 
 // ---------------------------------------------------------------------------

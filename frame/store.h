@@ -66,8 +66,9 @@ public:
                              std::source_location loc = std::source_location::current());
     // A statement of one row that only the data decides, such as a list's
     // count: read once per database version (any change to the file, from
-    // this process or another, reads it again) and then remembered, so a
-    // list's later pages and its readers do not count the same rows again.
+    // this process or another, reads it again) and then remembered for all
+    // connections of the process, so a list's later pages and its readers
+    // do not count the same rows again. It reads in a snapshot of its own.
     Recordset execute_remembered(const Sql& sql, std::source_location loc = std::source_location::current());
     void close();
     bool is_open() const;
