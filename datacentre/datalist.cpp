@@ -41,7 +41,7 @@ public:
             rs = bar.fetch("select * from Datas where Sub_menu='"_sql + Sub_menu + "' order by D_date DESC");
         } else {
             // D_title like '%sstr%', answered as the store can.
-            Sql found = text_contains("Datas", {"D_title"}, sstr.str());
+            Sql found = text_contains(conn, "Datas", {"D_title"}, sstr.str());
             bar.count("select count(id) as num from Datas where Sub_menu='"_sql + Sub_menu + "' and " + found);
             rs = bar.fetch("select * from Datas where Sub_menu='"_sql + Sub_menu + "'  and " + found +
                            " order by D_date DESC");

@@ -20,7 +20,9 @@ long long PageBar::read_p(std::source_location loc) {
 }
 
 long long PageBar::count(const Sql& sql, std::source_location loc) {
-    Recordset counted = page_.conn.execute(sql, loc);
+    // The same count while the data is the same: a long list's readers
+    // and pages do not count its rows again.
+    Recordset counted = page_.conn.execute_remembered(sql, loc);
     Value num = counted("num", loc);
     // The integer part, not a rounding up: 10 rows give a second, empty page.
     last_ = static_cast<long long>(Int(num.num() / static_cast<double>(opt_.size)));

@@ -186,6 +186,9 @@ struct StoreHandle {
     std::size_t text_bytes = 0;
     unsigned text_version = 0;
     sqlite3_stmt* version_st = nullptr;
+    // The database version this handle last read in, for execute_remembered;
+    // none before its first read.
+    std::optional<unsigned> remembered_version;
     ListMemo& list_memo(const std::string& placeholders) {
         auto it = lists.find(placeholders);
         if (it != lists.end()) return it->second;
@@ -244,6 +247,47 @@ struct StoreHandle {
 };
 
 namespace {
+
+// Answers of execute_remembered, shared by the process's handles: a count
+// one handle read serves the others while nobody has seen the file change.
+// A handle that sees a change (its data version moved since its last read,
+// or its first read) moves the generation on, which forgets every answer.
+// An answer is kept under the generation read before its snapshot began,
+// and only by a handle that saw no change then: an answer read in a
+// snapshot older than a change is never found after it.
+class SharedAnswers {
+public:
+    static SharedAnswers& instance() {
+        static SharedAnswers* answers = new SharedAnswers();  // never destroyed: handles may read at exit
+        return *answers;
+    }
+    unsigned long long generation() {
+        std::lock_guard lock(mutex_);
+        return generation_;
+    }
+    void changed() {
+        std::lock_guard lock(mutex_);
+        ++generation_;
+        answers_.clear();
+    }
+    std::shared_ptr<Recordset::Data> find(const std::string& key, unsigned long long generation) {
+        std::lock_guard lock(mutex_);
+        auto it = answers_.find(key);
+        return it != answers_.end() && generation == generation_ ? it->second : nullptr;
+    }
+    void keep(const std::string& key, unsigned long long generation, std::shared_ptr<Recordset::Data> data) {
+        std::lock_guard lock(mutex_);
+        if (generation != generation_) return;
+        // Not many: the statements and their values come from requests.
+        if (answers_.size() >= 1024) answers_.clear();
+        answers_[key] = std::move(data);
+    }
+
+private:
+    std::mutex mutex_;
+    unsigned long long generation_ = 0;
+    std::unordered_map<std::string, std::shared_ptr<Recordset::Data>> answers_;
+};
 
 // Page statements may read and write rows, nothing else: no schema changes,
 // no other files, no settings of the engine, no extensions.
@@ -662,10 +706,14 @@ static sqlite3_stmt* prepare_engine(sqlite3* db, const std::string& text) {
     return guard.release();
 }
 
-Recordset Connection::execute(const Sql& sql, std::source_location loc) { return run(sql, 0, 0, loc); }
+Recordset Connection::execute(const Sql& sql, std::source_location loc) { return run(sql, 0, 0, false, loc); }
 
 Recordset Connection::execute_window(const Sql& sql, std::size_t rows, long long offset, std::source_location loc) {
-    return run(sql, rows, offset < 0 ? 0 : offset, loc);
+    return run(sql, rows, offset < 0 ? 0 : offset, false, loc);
+}
+
+Recordset Connection::execute_remembered(const Sql& sql, std::source_location loc) {
+    return run(sql, 0, 0, true, loc);
 }
 
 namespace {
@@ -879,7 +927,7 @@ std::shared_ptr<Recordset::Data> read_list(StoreHandle& h, const BoundSql& bound
 
 }  // namespace
 
-Recordset Connection::run(const Sql& sql, std::size_t window_rows, long long window_offset,
+Recordset Connection::run(const Sql& sql, std::size_t window_rows, long long window_offset, bool remember,
                           std::source_location loc) {
     host_call(loc);
     if (!is_open()) raise_error(closed_object, closed_text);
@@ -903,8 +951,14 @@ Recordset Connection::run(const Sql& sql, std::size_t window_rows, long long win
             h.keep(key, st);
         }
     }
-    // A list read may take two statements; they share one snapshot.
-    const bool own_snapshot = memo && !impl_->hold_reads;
+    // A list read may take two statements, a remembered answer belongs to
+    // the snapshot whose version it checked: each shares one snapshot.
+    remember = remember && st && sqlite3_stmt_readonly(st);
+    // A page's held snapshot may be older than what other handles have
+    // seen: a remembered answer is read in a snapshot that begins here.
+    if (remember) h.end_reads();
+    remember = remember && sqlite3_get_autocommit(db);
+    const bool own_snapshot = (memo || remember) && !impl_->hold_reads;
     if (impl_->hold_reads || own_snapshot) {
         if (!st || sqlite3_stmt_readonly(st))
             h.begin_reads();
@@ -927,7 +981,26 @@ Recordset Connection::run(const Sql& sql, std::size_t window_rows, long long win
         sqlite3_progress_handler(db, progress_steps, check_deadline, &deadline);
     }
     if (memo) return Recordset(read_list(h, bound, *memo, window_rows, window_offset, deadline));
-    return Recordset(step_rows(db, st, bound.params, deadline));
+    if (!remember) return Recordset(step_rows(db, st, bound.params, deadline));
+
+    SharedAnswers& shared = SharedAnswers::instance();
+    const unsigned long long generation = shared.generation();
+    // The snapshot begins with this read, the cheapest there is; its
+    // version tells whether the file changed since this handle last read.
+    step_rows(db, cached_statement(h, "\n-- data version", "pragma data_version", false), {}, deadline);
+    unsigned version = 0;
+    sqlite3_file_control(db, "main", SQLITE_FCNTL_DATA_VERSION, &version);
+    const bool same = h.remembered_version == version;
+    h.remembered_version = version;
+    if (!same) shared.changed();
+    const std::string key = h.path + '\0' + bound.text + '\0' + params_key(bound.params);
+    if (auto known = same ? shared.find(key, generation) : nullptr)
+        return Recordset(std::make_shared<Recordset::Data>(*known));  // a copy: readers move through it
+    auto data = step_rows(db, st, bound.params, deadline);
+    // Only small answers to short statements.
+    if (same && data->rows.size() <= 1 && key.size() <= 4096)
+        shared.keep(key, generation, std::make_shared<Recordset::Data>(*data));
+    return Recordset(data);
 }
 
 // ---------------------------------------------------------------------------
@@ -1074,6 +1147,12 @@ void upgrade_database(const std::string& path, const std::string& schema_sql, co
         if (!made && error.rfind("no such column", 0) != 0) failure = error;
         exec(made ? "RELEASE object" : "ROLLBACK TO object; RELEASE object", failure);
     }
+    // Indexes an index above now serves, wider: left beside it, the planner
+    // may take the narrower one and read the rows it spares.
+    static const char* const retired[][2] = {
+        {"datas_sub_menu_date", "datas_list"}, {"email_inbox", "email_inbox_list"}, {"email_sent", "email_sent_list"}};
+    for (const auto& [old_index, wider] : retired)
+        if (failure.empty() && in_schema(wider)) exec(std::string("DROP INDEX IF EXISTS ") + old_index, failure);
     if (failure.empty()) exec("COMMIT", failure);
     if (!failure.empty()) sqlite3_exec(db, "ROLLBACK", nullptr, nullptr, nullptr);
     // Text indexes added since: built once from the rows already there.

@@ -65,6 +65,12 @@ public:
     // engine: what a list page shows of a long list (see PageBar::fetch).
     Recordset execute_window(const Sql& sql, std::size_t rows, long long offset,
                              std::source_location loc = std::source_location::current());
+    // A statement of one row that only the data decides, such as a list's
+    // count: read once per database version (any change to the file, from
+    // this process or another, reads it again) and then remembered for all
+    // connections of the process, so a list's later pages and its readers
+    // do not count the same rows again. It reads in a snapshot of its own.
+    Recordset execute_remembered(const Sql& sql, std::source_location loc = std::source_location::current());
     void close();
     bool is_open() const;
     // False once the file the connection was opened on is no longer the one
@@ -84,7 +90,8 @@ public:
     struct Impl;
 
 private:
-    Recordset run(const Sql& sql, std::size_t window_rows, long long window_offset, std::source_location loc);
+    Recordset run(const Sql& sql, std::size_t window_rows, long long window_offset, bool remember,
+                  std::source_location loc);
     std::unique_ptr<Impl> impl_;
 };
 

@@ -25,6 +25,15 @@ namespace tav {
 Sql text_contains(std::string_view table, std::initializer_list<std::string_view> columns,
                   const std::string& term, const Sql& or_also = {});
 
+class Connection;
+// The same rows, with the way to them chosen by asking the index first how
+// many rows of the whole table hold the term: a few are read by their ids;
+// many are found sooner by reading the searched part in the list's own
+// order (its index holds the searched title), which stops at the page's
+// rows where the index would hand over every one of them.
+Sql text_contains(Connection& conn, std::string_view table, std::initializer_list<std::string_view> columns,
+                  const std::string& term, const Sql& or_also = {});
+
 // upgrade_database (frame/store.h) with word of the text indexes it builds:
 // building one over many rows takes a while, and `progress` hears the
 // table, its rows done and its rows in all.

@@ -41,10 +41,10 @@ public:
             // name), answered as the store can; the folder's condition
             // keeps it to the account's own mail.
             if (!sstr.empty() && !wide)
-                cond += " and "_sql + text_contains("Email", {"Email_title"}, sstr);
+                cond += " and "_sql + text_contains(conn, "Email", {"Email_title"}, sstr);
             else if (!sstr.empty())
                 cond += " and "_sql +
-                        text_contains("Email", {"Email_title", "Email_text"}, sstr,
+                        text_contains(conn, "Email", {"Email_title", "Email_text"}, sstr,
                                       "send_user_id in (select id from user where "_sql +
                                           text_contains("user", {"truename"}, sstr) + ")");
             // A whole folder's size is kept by the store (email_tally in the

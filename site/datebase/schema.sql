@@ -184,7 +184,9 @@ CREATE INDEX record_user_id ON Record(user_id);
 -- Data centre: categories, items and their lists.
 -- A category's list, newest by date (Data_list.asp), and its newest by id
 -- (data_home.asp: the index on Sub_menu alone already holds the id order).
-CREATE INDEX datas_sub_menu_date ON Datas(Sub_menu, D_date);
+-- The id makes equal dates come in id order; the title beside it lets a
+-- title search read the index alone, not the rows with their long texts.
+CREATE INDEX datas_list ON Datas(Sub_menu, D_date, id, D_title);
 -- The main menu's name by its handle (Data_read.asp, Data_Input.asp).
 CREATE INDEX menu_menu_text ON menu(menu_text);
 -- The number of items of each category, kept by the store on every insert,
@@ -210,8 +212,10 @@ CREATE TRIGGER datas_tally_move AFTER UPDATE OF Sub_menu ON Datas BEGIN
 END;
 
 -- Mail: mailboxes by recipient, sender and folder.
-CREATE INDEX email_inbox ON Email(to_user_id, To_del, id);
-CREATE INDEX email_sent ON Email(send_user_id, Send_del, id);
+-- The title beside each entry, as for the items: a title search reads the
+-- index, not the bodies.
+CREATE INDEX email_inbox_list ON Email(to_user_id, To_del, id, Email_title);
+CREATE INDEX email_sent_list ON Email(send_user_id, Send_del, id, Email_title);
 CREATE INDEX email_doc ON Email(Email_doc);
 -- The size of each mailbox folder, kept on every change of a mail: the
 -- list's page count without counting a long inbox on every view. Folder 0

@@ -703,9 +703,15 @@ TEST_F(StoreTest, ListScreensAreThePlainStatementsRows) {
         for (; !screen.eof(); screen.movenext()) got.push_back(screen("id").str());
         EXPECT_EQ(got, want) << what << " at " << offset;
     };
+    // A remembered count is the count of the moment, whoever changed the rows.
+    const Sql counted = "select count(*) as num from Datas where Sub_menu='31''02' and D_title like '%1%'";
+    auto same_count = [&](const char* when) {
+        EXPECT_EQ(conn.execute_remembered(counted)("num").lng(), num(counted)) << when;
+    };
     // Forward, backward, jumps and the same screen again; past the end and below 0.
     const std::vector<long long> visits = {0, 10, 20, 50, 40, 90, 80, 90, 30, 200, 95, 1000000, -5, 60, 61, 59};
     for (const Sql& sql : lists) {
+        same_count("before changes");
         for (long long at : visits) check(sql, at, "first round");
         // Another connection moves rows about: boundaries read before are stale.
         other.execute("delete from Datas where id in (select id from Datas order by id limit 3)");
@@ -715,6 +721,14 @@ TEST_F(StoreTest, ListScreensAreThePlainStatementsRows) {
         other.execute("delete from Address where id % 9 = 0");
         other.execute("update user set username='bob' where id % 4 = 0");
         for (long long at : visits) check(sql, at, "after changes");
+        same_count("after another connection's changes");
+    }
+    // Its own writes too, within a page's held reads as without.
+    for (bool held : {true, false}) {
+        conn.hold_reads(held);
+        same_count("before its own write");
+        conn.execute("insert into Datas(Sub_menu, D_title) values ('31''02', '1')");
+        same_count("after its own write");
     }
     // The kept counts follow the same changes.
     EXPECT_EQ(num("select num from datas_tally where Sub_menu='31''02'"),

@@ -86,13 +86,19 @@ TEST(StoreUpgrade, AddsEveryMissingObjectWithCountsFilledFromTheRows) {
                 "(1,3,1,0,0),(1,2,0,2,0),(2,1,0,0,0),(null,1,0,0,0),('x',null,0,0,0);"
                 "insert into Book(Reply_id) values (0),(0),(1),(0);"
                 "insert into Address(User_id) values (1),(1),(2),(null);"
-                "insert into user(username) values ('a'),('b');");
+                "insert into user(username) values ('a'),('b');"
+                // Narrower list indexes of an earlier schema, which the wider ones replace.
+                "create index datas_sub_menu_date on Datas(Sub_menu, D_date);"
+                "create index email_inbox on Email(to_user_id, To_del, id);"
+                "create index email_sent on Email(send_user_id, Send_del, id);"
+                "delete from sqlite_stat1;");
     ASSERT_EQ(rows(old_db, "select count(*) from sqlite_schema where name like '%tally%'"), "0\n");
 
     tav::upgrade_database(old_db, schema());
     tav::upgrade_database(old_db, schema());
     const std::string objects = "select type, name, sql from sqlite_schema order by name";
     EXPECT_EQ(rows(old_db, objects), rows(new_db, objects));
+    EXPECT_EQ(rows(old_db, "select * from sqlite_stat1 order by idx"), rows(new_db, "select * from sqlite_stat1 order by idx"));
 
     // Each kept count against the count of its rows; both ways, so a missing
     // row and a wrong one both show.
