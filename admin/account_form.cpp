@@ -2,6 +2,7 @@
 
 #include "frame/html.h"
 #include "frame/page.h"
+#include "frame/pagebar.h"
 #include "frame/vb.h"
 
 namespace tav {
@@ -204,6 +205,37 @@ std::string DepartmentNames::operator()(const Value& departmentid) {
     auto it = known_.find(departmentid.num());
     if (it == known_.end()) it = known_.emplace(departmentid.num(), department_name(page_, departmentid)).first;
     return it->second;
+}
+
+void write_account_list(Page& page, const AccountList& list, const Sql& statement, std::source_location loc) {
+    PageBar bar(page, {.url = list.url, .size = 10, .limit = 10, .row_height = 28});
+    bar.read_p(loc);
+    bar.count("select num from user_tally", loc);  // kept by triggers: no count over every account
+    Recordset rs = bar.fetch(statement, loc);
+    page.write_head({});
+    Response.lines(R"(
+</head>
+<body>
+<table width="100%" border="1" cellspacing="0" cellpadding="2" bordercolorlight="#000000" bordercolordark="#FFFFFF">
+)");
+    Response.line("<tr><td colspan=\"9\" height=\"25\" bgcolor=\"#336699\"><font color=\"#FFFFFF\">" +
+                  std::string(list.title) + "</font></td></tr>");
+    Response.line("<tr bgcolor=\"#E0E0E0\" align=\"center\"><td>用户账号</td><td>部门</td><td>真实姓名</td><td>性别</td>"
+                  "<td>电话</td><td>" + std::string(list.last1) + "</td><td>" + list.last2 + "</td></tr>");
+    DepartmentNames departments(page);
+    long n = 1;
+    for (; bar.within(n) && !rs.eof(); ++n) {
+        auto [first, second] = list.last(rs);
+        Response.line(table_row(" height=\"28\" align=\"center\"",
+                                {rs("username"), Value(departments(rs("departmentid"))), rs("Truename"), rs("sex"),
+                                 rs("Telphone"), first, second}));
+        rs.movenext();
+    }
+    bar.fill_rows(n, 7);
+    Response.line("</table>");
+    bar.write_bar();
+    Response.line("</body>");
+    Response.line("</html>");
 }
 
 }  // namespace tav

@@ -2,14 +2,20 @@
 // fields and client checks, with the differences of each use.
 #pragma once
 
+#include <functional>
 #include <map>
+#include <source_location>
 #include <string>
+#include <utility>
 
+#include "frame/html.h"
 #include "frame/value.h"
 
 namespace tav {
 
 class Page;
+class Recordset;
+class Sql;
 
 struct AccountForm {
     enum class Use { Register, OwnProfile, AdminProfile };
@@ -43,6 +49,20 @@ void admit_registration(Page& page);
 
 // The department's name for the lists, "已删除部门" when it is gone.
 std::string department_name(Page& page, const Value& departmentid);
+
+// An administrator's list of accounts, ten to a page, read by `list`: a row
+// per account of its name, department, true name, sex and phone, then the
+// two cells `last` makes under the headings last1 and last2.
+struct AccountList {
+    const char* url;
+    const char* title;
+    const char* last1;
+    const char* last2;
+    std::function<std::pair<Cell, Cell>(Recordset&)> last;
+};
+// Errors report the page's line that called it.
+void write_account_list(Page& page, const AccountList& list, const Sql& statement,
+                        std::source_location loc = std::source_location::current());
 
 // department_name for the rows of one list: the same few departments recur
 // on every row, so each is read once. A value that is no number is read

@@ -1,8 +1,6 @@
 // Sys_User_Menu.asp: the accounts by name, each with the way to its rights.
 #include "admin/account_form.h"
-#include "frame/html.h"
 #include "frame/page.h"
-#include "frame/pagebar.h"
 
 namespace tav::pages {
 
@@ -10,35 +8,20 @@ class sysusermenu : public Page {
 public:
     void I_init() override {
         dbI_init();
-        PageBar bar(*this, {.url = "Sys_User_Menu.asp", .size = 10, .limit = 10, .row_height = 28});
-        bar.read_p();
-        bar.count("select num from user_tally");  // kept by triggers: no count over every account
-        rs = bar.fetch("select * from User order by username ");
-
-        write_head({});
-        Response.lines(R"(
-</head>
-<body>
-<table width="100%" border="1" cellspacing="0" cellpadding="2" bordercolorlight="#000000" bordercolordark="#FFFFFF">
-<tr><td colspan="9" height="25" bgcolor="#336699"><font color="#FFFFFF">系统管理 =>>用户权限管理</font></td></tr>
-<tr bgcolor="#E0E0E0" align="center"><td>用户账号</td><td>部门</td><td>真实姓名</td><td>性别</td><td>电话</td><td>电子信箱</td><td>权限管理</td></tr>
-)");
-        DepartmentNames departments(*this);
-        long n = 1;
-        for (; bar.within(n) && !rs.eof(); ++n) {
-            Response.line(table_row(
-                " height=\"28\" align=\"center\"",
-                {rs("username"), Value(departments(rs("departmentid"))), rs("Truename"), rs("sex"), rs("Telphone"),
-                 Cell::markup("<a href=\"mailto:" + html_text(rs("Email")) + "\">" + html_text(rs("Email")) + "</a>"),
-                 Cell::markup("<a href=\"Sys_User_Menu_Modify.asp?id=" + html_text(rs("id")) +
-                              "\"><img src=\"images/EDIT.GIF\" height=\"15\" border=\"0\" alt=\"修改此用户的权限\"></a>")}));
-            rs.movenext();
-        }
-        bar.fill_rows(n, 7);
-        Response.line("</table>");
-        bar.write_bar();
-        Response.line("</body>");
-        Response.line("</html>");
+        write_account_list(*this,
+                           {.url = "Sys_User_Menu.asp",
+                            .title = "系统管理 =>>用户权限管理",
+                            .last1 = "电子信箱",
+                            .last2 = "权限管理",
+                            .last = [](Recordset& rs) {
+                                return std::pair{Cell::markup("<a href=\"mailto:" + html_text(rs("Email")) + "\">" +
+                                                              html_text(rs("Email")) + "</a>"),
+                                                 Cell::markup("<a href=\"Sys_User_Menu_Modify.asp?id=" +
+                                                              html_text(rs("id")) +
+                                                              "\"><img src=\"images/EDIT.GIF\" height=\"15\" "
+                                                              "border=\"0\" alt=\"修改此用户的权限\"></a>")};
+                            }},
+                           "select * from User order by username ");
     }
 };
 
