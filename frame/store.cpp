@@ -7,10 +7,13 @@
 #include <unistd.h>
 
 #include <cctype>
+#include <algorithm>
 #include <chrono>
+#include <condition_variable>
 #include <list>
 #include <optional>
 #include <unordered_map>
+#include <unordered_set>
 #include <cstdlib>
 #include <filesystem>
 #include <map>
@@ -269,6 +272,41 @@ public:
         std::lock_guard lock(mutex_);
         ++generation_;
         answers_.clear();
+        too_big_.clear();
+        reading_done_.notify_all();
+    }
+    // What a handle missing an answer does: take it, now that another
+    // handle has read it; read it and keep it for the others; or read it for
+    // itself only (the generation moved on, or the wait ran out). While one
+    // handle reads an answer for this generation the others asking wait for
+    // it: a burst of requests for a list nobody has counted yet counts it
+    // once, not once a worker.
+    enum class Claim { Known, Read, ReadAlone };
+    Claim claim(const std::string& key, unsigned long long generation, std::chrono::steady_clock::time_point until) {
+        std::unique_lock lock(mutex_);
+        for (;;) {
+            if (generation != generation_) return Claim::ReadAlone;
+            if (answers_.count(key)) return Claim::Known;
+            if (too_big_.count(key)) return Claim::ReadAlone;
+            auto it = reading_.find(key);
+            if (it == reading_.end() || it->second != generation_) break;
+            if (until == std::chrono::steady_clock::time_point::max())
+                reading_done_.wait(lock);
+            else if (reading_done_.wait_until(lock, until) == std::cv_status::timeout)
+                return Claim::ReadAlone;
+        }
+        reading_[key] = generation;
+        return Claim::Read;
+    }
+    // An answer of many rows is not kept: its readers need not wait for
+    // one another.
+    void read_done(const std::string& key, unsigned long long generation, bool kept) {
+        std::lock_guard lock(mutex_);
+        if (too_big_.size() >= 1024) too_big_.clear();
+        if (!kept && generation == generation_) too_big_.insert(key);
+        auto it = reading_.find(key);
+        if (it != reading_.end() && it->second == generation) reading_.erase(it);
+        reading_done_.notify_all();
     }
     std::shared_ptr<Recordset::Data> find(const std::string& key, unsigned long long generation) {
         std::lock_guard lock(mutex_);
@@ -287,6 +325,9 @@ private:
     std::mutex mutex_;
     unsigned long long generation_ = 0;
     std::unordered_map<std::string, std::shared_ptr<Recordset::Data>> answers_;
+    std::unordered_map<std::string, unsigned long long> reading_;  // answers being read, by generation
+    std::unordered_set<std::string> too_big_;
+    std::condition_variable reading_done_;
 };
 
 // Page statements may read and write rows, nothing else: no schema changes,
@@ -347,7 +388,19 @@ public:
             sweep();
         }
         auto& list = idle_[h->path];
-        if (list.size() < max_idle) list.push_back(std::move(h));
+        if (list.size() < std::clamp(peak_, least_idle, most_idle)) list.push_back(std::move(h));
+    }
+    // As many handles stay idle as were ever out at once: a server's
+    // workers find theirs again after a burst. A new handle reads cold, and
+    // its first remembered read forgets every shared answer (SharedAnswers),
+    // so a pool smaller than the workers made each burst count again.
+    void taken() {
+        std::lock_guard lock(mutex_);
+        peak_ = std::max(peak_, ++out_);
+    }
+    void returned() {
+        std::lock_guard lock(mutex_);
+        --out_;
     }
 
 private:
@@ -361,8 +414,9 @@ private:
         }
     }
 
-    static constexpr std::size_t max_idle = 16;
+    static constexpr std::size_t least_idle = 16, most_idle = 256;
     std::mutex mutex_;
+    std::size_t out_ = 0, peak_ = 0;
     std::chrono::steady_clock::time_point last_sweep_ = std::chrono::steady_clock::now();
     std::map<std::string, std::vector<std::unique_ptr<StoreHandle>>> idle_;
 };
@@ -466,7 +520,9 @@ struct Connection::Impl {
     // and when the connection closes, so no snapshot outlives its page.
     bool hold_reads = false;
     ~Impl() {
-        if (h && h->end_reads()) HandlePool::instance().give(std::move(h));
+        if (!h) return;
+        HandlePool::instance().returned();
+        if (h->end_reads()) HandlePool::instance().give(std::move(h));
     }
 };
 
@@ -608,6 +664,7 @@ void Connection::Open(const std::string& connection_string, std::source_location
     auto impl = std::make_unique<Impl>();
     impl->h = HandlePool::instance().take(*resolved, *file);
     if (!impl->h) impl->h = open_handle(*resolved, *file);
+    HandlePool::instance().taken();
     impl_ = std::move(impl);
 }
 std::optional<ListShape> list_shape(const std::string& text) {
@@ -994,12 +1051,28 @@ Recordset Connection::run(const Sql& sql, std::size_t window_rows, long long win
     h.remembered_version = version;
     if (!same) shared.changed();
     const std::string key = h.path + '\0' + bound.text + '\0' + params_key(bound.params);
-    if (auto known = same ? shared.find(key, generation) : nullptr)
-        return Recordset(std::make_shared<Recordset::Data>(*known));  // a copy: readers move through it
+    // Only small answers to short statements are kept.
+    const bool keep = same && key.size() <= 4096;
+    const auto claim = keep ? shared.claim(key, generation, deadline.at) : SharedAnswers::Claim::ReadAlone;
+    if (claim == SharedAnswers::Claim::Known) {
+        if (auto known = shared.find(key, generation))
+            return Recordset(std::make_shared<Recordset::Data>(*known));  // a copy: readers move through it
+    }
+    struct Claimed {
+        SharedAnswers& shared;
+        const std::string& key;
+        unsigned long long generation;
+        bool on;
+        bool kept = false;
+        ~Claimed() {
+            if (on) shared.read_done(key, generation, kept);
+        }
+    } claimed{shared, key, generation, claim == SharedAnswers::Claim::Read};
     auto data = step_rows(db, st, bound.params, deadline);
-    // Only small answers to short statements.
-    if (same && data->rows.size() <= 1 && key.size() <= 4096)
+    if (keep && data->rows.size() <= 1) {
         shared.keep(key, generation, std::make_shared<Recordset::Data>(*data));
+        claimed.kept = true;
+    }
     return Recordset(data);
 }
 

@@ -7,6 +7,7 @@
 #include <fstream>
 #include <mutex>
 #include <regex>
+#include <set>
 #include <thread>
 
 #include <unistd.h>
@@ -736,4 +737,46 @@ TEST_F(StoreTest, ListScreensAreThePlainStatementsRows) {
     EXPECT_EQ(num("select num from book_tally"), num("select count(*) as num from Book where Reply_id=0"));
     EXPECT_EQ(num("select sum(num) as num from email_tally where user_id=1 and folder=0"),
               num("select count(*) as num from Email where to_user_id=1 and To_del=0"));
+}
+
+// A server's workers each hold a connection: after a burst wider than any
+// fixed pool, every handle is kept for the next, and no new handle's first
+// read forgets the answers the others remember.
+TEST_F(StoreTest, HandlesOfABurstAreKeptAndTheirAnswersWithThem) {
+    const Sql any = "select random() as num";  // a new answer each time it is read
+    auto burst = [&] {
+        std::vector<Connection> busy(40);
+        std::set<std::string> seen;
+        for (Connection& c : busy) {
+            c.Open(connstr(db));
+            seen.insert(c.execute_remembered(any)("num").str());
+        }
+        return seen;
+    };
+    burst();
+    burst();
+    EXPECT_EQ(burst().size(), 1u);
+}
+
+// Requests that all miss the same remembered answer at once (a burst on a
+// list nobody has counted yet) read it once: the others wait for it.
+TEST_F(StoreTest, ABurstMissingOneAnswerReadsItOnce) {
+    for (int i = 0; i < 120; ++i) conn.execute("insert into user(username) values ('u')");
+    // A read slow enough for the burst to meet inside it, and new each time it runs.
+    const Sql slow = "select random() as num, count(*) as n from user a, user b, user c";
+    std::vector<Connection> workers(6);
+    for (Connection& c : workers) {
+        c.Open(connstr(db));
+        c.execute_remembered("select count(id) as num from user");  // past each handle's first read
+    }
+    std::atomic<int> ready{0};
+    std::vector<std::string> seen(workers.size());
+    std::vector<std::thread> threads;
+    for (std::size_t i = 0; i < workers.size(); ++i)
+        threads.emplace_back([&, i] {
+            for (++ready; ready < static_cast<int>(workers.size());) std::this_thread::yield();
+            seen[i] = workers[i].execute_remembered(slow)("num").str();
+        });
+    for (std::thread& t : threads) t.join();
+    EXPECT_EQ(std::set<std::string>(seen.begin(), seen.end()).size(), 1u);
 }
