@@ -644,18 +644,23 @@ QUICK_SECONDS = 3.0  # in the coverage build
 SHARDS = max(1, min(2, os.cpu_count() or 1))
 
 
-def run_shards(binary, batch, limit):
+def run_shards(binary, batch, limit, every=None):
     """The batch split in SHARDS parts run at once (gtest's own sharding):
     a change that survives runs every covering test, and those runs are most
     of a run's time. The first failure stops the others. Returns None when
-    all passed, else the failing test's name, "timeout" or the exit code."""
+    all passed, else the failing test's name, "timeout" or the exit code.
+    With `every` (a set), nothing stops early and every failing test's name
+    goes into it."""
     env = dict(os.environ, GTEST_TOTAL_SHARDS=str(SHARDS))
     procs = []
+    fast = [] if every is not None else ["--gtest_fail_fast"]
     for i in range(SHARDS):
         env["GTEST_SHARD_INDEX"] = str(i)
         procs.append(subprocess.Popen(
-            [binary, "--gtest_fail_fast", "--gtest_brief=1", "--gtest_filter=" + ":".join(batch)],
+            [binary] + fast + ["--gtest_brief=1", "--gtest_filter=" + ":".join(batch)],
             cwd=BUILD, env=dict(env), stdout=subprocess.PIPE, stderr=subprocess.STDOUT, text=True))
+    if every is not None:
+        return run_every(procs, limit, every)
     outcome, end = None, time.time() + limit
     try:
         pending = list(procs)
@@ -679,6 +684,36 @@ def run_shards(binary, batch, limit):
             p.wait()
             p.stdout.close()
     return outcome
+
+
+def run_every(procs, limit, every):
+    """Waits for all shards; a shard that runs past the limit is killed and
+    counted as "timeout"."""
+    outcome, end = None, time.time() + limit
+    for p in procs:
+        try:
+            out, _ = p.communicate(timeout=max(1.0, end - time.time()))
+        except subprocess.TimeoutExpired:
+            p.kill()
+            out, _ = p.communicate()
+            outcome = "timeout"
+        every.update(m.group(1) for m in re.finditer(r"\[  FAILED  \] ([\w/]+\.[\w/]+)", out))
+        if p.returncode not in (0, None) and outcome is None and not every:
+            outcome = "exit %d" % p.returncode
+    return outcome
+
+
+def suite_files():
+    """Each test suite's source file, from the TEST lines under tests/."""
+    files = {}
+    for dirpath, _d, names in os.walk(os.path.join(ROOT, "tests")):
+        for name in names:
+            if name.endswith(".cpp"):
+                path = os.path.join(dirpath, name)
+                with open(path, encoding="utf-8", errors="replace") as f:
+                    for m in re.finditer(r"^(?:TEST|TEST_F|TEST_P|TYPED_TEST)\(\s*(\w+)", f.read(), re.M):
+                        files.setdefault(m.group(1), os.path.relpath(path, ROOT))
+    return files
 
 
 def check(binary, index, tests, least):
@@ -742,6 +777,10 @@ def main():
     ap.add_argument("--map-file", metavar="JSON", help="use this coverage map, not the tree's own")
     ap.add_argument("--map-unit", choices=["suite", "test"], default="suite",
                     help="run each test suite (default) or each test alone for the coverage map")
+    ap.add_argument("--matrix", metavar="RESULTS.tsv",
+                    help="for each change killed in RESULTS.tsv, run all its covering tests without stopping "
+                         "and record every test that fails (build/mutate/matrix-SEED.tsv); then print, per test "
+                         "file, the changes only it catches")
     ap.add_argument("--timeout", type=int, default=60,
                     help="least seconds for a mutation's test run (more when its tests are slow); "
                          "a run that takes longer counts as killed")
@@ -791,6 +830,8 @@ def main():
     if not locked_build(BUILD, os.path.join(BUILD, "mutate-build.log")):
         sys.exit("mutate: the unmutated tree does not build, see build/mutate/mutate-build.log")
     binary = os.path.join(BUILD, "tavelor_tests")
+    if args.matrix:
+        return matrix(args, numbered, texts, index, binary)
     rows = []
     if args.resume and os.path.exists(results_path):
         rows = [r for r in read_tsv(results_path).values() if r.get("result")]
@@ -856,6 +897,62 @@ def main():
           (time.time() - t0, t_map, " cached" if t_map < 5 else "", time.time() - t_run, waited_total,
            os.path.relpath(results_path, ROOT)))
     return 0
+
+
+def matrix(args, numbered, texts, index, binary):
+    """Which tests catch each killed change: the tests that hold the score."""
+    killed = {k for k, r in read_tsv(args.matrix).items() if r.get("result") == "killed"}
+    numbered = [(i, s) for i, s in numbered if s.sid in killed or s.key() in killed]
+    path = os.path.join(BUILD, "matrix-%d.tsv" % args.seed)
+    done = read_tsv(path) if args.resume and os.path.exists(path) else {}
+    with open(path, "a" if done else "w") as out:
+        if not done:
+            out.write("id\tsite\tsid\tkillers\tnote\tseconds\n")
+        for i, s in numbered:
+            if s.sid in done:
+                continue
+            t1 = time.time()
+            text = texts[s.file]
+            tests = index.tests_for(s.file, s.line, s.last_line)
+            file_path = os.path.join(ROOT, s.file)
+            saved = os.path.join(RESTORE_DIR, s.file)
+            os.makedirs(os.path.dirname(saved), exist_ok=True)
+            shutil.copyfile(file_path, saved)
+            every, note = set(), ""
+            try:
+                with open(file_path, "w", encoding="utf-8", errors="surrogateescape") as f:
+                    f.write(text[:s.start] + s.after + text[s.end:])
+                if not locked_build(BUILD, os.path.join(BUILD, "last-build.log")):
+                    note = "build-error"
+                elif tests:
+                    note = run_shards(binary, tests, index.timeout(tests, args.timeout) * 3, every) or ""
+            finally:
+                shutil.copyfile(saved, file_path)
+                os.remove(saved)
+            out.write("%03d\t%s\t%s\t%s\t%s\t%.0f\n" % (i, s.key(), s.sid, ";".join(sorted(every)), note,
+                                                       time.time() - t1))
+            out.flush()
+            print("%03d %-40s %3d failing %s" % (i, s.key(), len(every), note), flush=True)
+    matrix_report(path)
+    return 0
+
+
+def matrix_report(path):
+    files = suite_files()
+    rows = list(read_tsv(path).values())
+    unique, caught = {}, {}
+    for r in rows:
+        by = {files.get(t.split(".")[0], "?") for t in r["killers"].split(";") if t}
+        for f in by:
+            caught[f] = caught.get(f, 0) + 1
+        if len(by) == 1:
+            f = by.pop()
+            unique.setdefault(f, []).append(r["site"])
+    print("%d killed changes; caught by one test file only: %d; by none on rerun: %d"
+          % (len(rows), sum(len(v) for v in unique.values()), sum(1 for r in rows if not r["killers"])))
+    for f in sorted(caught, key=lambda f: (-len(unique.get(f, [])), f)):
+        print("%-45s catches %3d, alone %2d  %s" % (f, caught[f], len(unique.get(f, [])),
+                                                     " ".join(unique.get(f, []))))
 
 
 def summary(rows, compare_with):
