@@ -1,7 +1,4 @@
-// backup, restore and check: a backup taken while clients write holds every
-// write acknowledged before it began and restores to an instance that
-// passes check and serves; hostile archives are refused without writing
-// outside the target; check finds a missing attachment and a stray file.
+// tavelor backup, restore and check, run as the program.
 #include <gtest/gtest.h>
 
 #include <fcntl.h>
@@ -12,10 +9,8 @@
 #include <atomic>
 #include <chrono>
 #include <filesystem>
-#include <fstream>
 #include <functional>
 #include <set>
-#include <sstream>
 #include <thread>
 
 #include "frame/sql.h"

@@ -4,12 +4,9 @@
 
 #include <unistd.h>
 
-#include <array>
-#include <cstdio>
 #include <filesystem>
 #include <fstream>
 #include <regex>
-#include <sstream>
 
 #include "tests/support/files.h"
 

@@ -8,8 +8,6 @@
 
 #include <filesystem>
 #include <functional>
-#include <fstream>
-#include <sstream>
 
 #include "frame/encoding.h"
 #include "frame/password.h"

@@ -1,6 +1,4 @@
 #include <filesystem>
-#include <fstream>
-#include <optional>
 #include <string>
 #include <vector>
 
@@ -181,15 +179,8 @@ TEST_F(UploadTest, BrokenBodiesReportAndThePageGoesOn) {
     });
 }
 
-static HttpRequest get_request(const std::string& target) {
-    HttpRequest r;
-    r.method = "GET";
-    r.target = target;
-    return r;
-}
-
 TEST_F(UploadTest, WithoutBodyEverythingIsEmpty) {
-    std::string out = run(get_request("/x.asp"), [&](BodyPage& page) {
+    std::string out = test::run_body(site, "upload_uploadtest", "/x.asp", [&](BodyPage& page) {
         UploadGroup up{page};
         up.upload_initialize();
         std::string n = "anything";
@@ -197,12 +188,12 @@ TEST_F(UploadTest, WithoutBodyEverythingIsEmpty) {
         EXPECT_EQ(up.upload_file(n, "Datas/", "p"), "");
         up.upload_terminate();
         EXPECT_EQ(up.upload_form(n), "");
-    });
+    }).body;
     EXPECT_EQ(out, "");
 }
 
 TEST_F(UploadTest, ExistingFileIsRefusedAndMissingFolderReported) {
-    { std::ofstream(datas("Keep.txt")) << "old"; }
+    test::put_file(datas("Keep.txt"), "old");
     std::string body = multipart({file_part("file1", "d:\\keep.txt", "new"), file_part("file2", "lost.txt", "x")});
     std::string out = run(multipart_request(body), [&](BodyPage& page) {
         UploadGroup up{page};
@@ -349,14 +340,13 @@ TEST_F(UploadTest, QuotaCountsEveryFileOfTheRequest) {
 
 // Sent mails name their files once per recipient row; each file counts once.
 TEST_F(UploadTest, MailAttachmentUseCountsEachStoredFileOnce) {
-    fs::create_directories(site.root() + "/Email");
-    { std::ofstream(site.root() + "/Email/11a.txt") << "12345"; }
-    { std::ofstream(site.root() + "/Email/12b.txt") << "123"; }
-    { std::ofstream(site.root() + "/Email/13c.txt") << "not 7's"; }
+    test::put_file(site.root() + "/Email/11a.txt", "12345");
+    test::put_file(site.root() + "/Email/12b.txt", "123");
+    test::put_file(site.root() + "/Email/13c.txt", "not 7's");
     site.exec("insert into email(send_user_id,to_user_id,Email_doc) values (7,1,'11a.txt*12b.txt'),"
               "(7,2,'11a.txt*12b.txt'),(7,3,'0'),(7,4,'gone.txt*../x*..'),(8,1,'13c.txt')");
     std::int64_t used = -1;
-    run(get_request("/x.asp"), [&](BodyPage& page) {
+    test::run_body(site, "upload_uploadtest", "/x.asp", [&](BodyPage& page) {
         page.dbI_init();
         used = mail_attachment_bytes(page, Value(7));
     });

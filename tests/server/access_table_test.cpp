@@ -16,8 +16,3 @@ TEST(AccessTable, EveryPageDeclaresARuleAndTheDocumentMatches) {
     ss << in.rdbuf();
     EXPECT_EQ(ss.str(), tav::access_table()) << "docs/access.md is out of date: tavelor access-table > docs/access.md";
 }
-
-TEST(AccessTable, UndeclaredPagesNeverRun) {
-    EXPECT_EQ(tav::Access{}.text(), "none (never runs)");
-    EXPECT_EQ(tav::access::right("1201|1204").text(), "right 1201 or 1204");
-}

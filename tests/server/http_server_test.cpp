@@ -1,18 +1,10 @@
 // The HTTP server over real sockets on 127.0.0.1, with a small echo handler.
-#include <arpa/inet.h>
-#include <dirent.h>
-#include <netinet/in.h>
-#include <poll.h>
-#include <sys/socket.h>
 #include <unistd.h>
 
-#include <atomic>
 #include <condition_variable>
 #include <cstdio>
 #include <cstdlib>
 #include <filesystem>
-#include <fstream>
-#include <map>
 #include <mutex>
 #include <stdexcept>
 #include <string>
@@ -74,11 +66,6 @@ protected:
             entered_ = true;
             cv_.notify_all();
             cv_.wait(lk, [&] { return released_; });
-        }
-        if (req.target == "/file") {
-            res.file = dir_ + "/data.bin";
-            res.set_header("Content-Type", "application/octet-stream");
-            return res;
         }
         std::string kind = "none";
         if (req.body) {
@@ -316,24 +303,6 @@ TEST_F(HttpServerTest, RequestsPastTheBoundGet503) {
     // The slot is free again, on the same connection that got the 503.
     other.send("GET /x HTTP/1.1\r\nHost: h\r\n\r\n");
     EXPECT_EQ(other.read().status, 200);
-}
-
-TEST_F(HttpServerTest, FileResponsesStreamTheFile) {
-    std::string data;
-    for (int i = 0; i < 300000; ++i) data.push_back(static_cast<char>(i % 251));
-    std::ofstream(dir_ + "/data.bin", std::ios::binary) << data;
-    start();
-    Client c(port());
-    c.send("GET /file HTTP/1.1\r\nHost: h\r\n\r\n");
-    Response r = c.read();
-    EXPECT_EQ(r.status, 200);
-    EXPECT_EQ(r.headers["content-type"], "application/octet-stream");
-    EXPECT_EQ(r.headers["content-length"], std::to_string(data.size()));
-    EXPECT_TRUE(r.body == data);
-    c.send("HEAD /file HTTP/1.1\r\nHost: h\r\n\r\n");
-    r = c.read(/*head=*/true);
-    EXPECT_EQ(r.headers["content-length"], std::to_string(data.size()));
-    EXPECT_TRUE(c.silent(300));  // no body bytes after a HEAD answer
 }
 
 TEST_F(HttpServerTest, StopClosesOpenConnectionsAndFreesThePort) {

@@ -20,19 +20,6 @@ TEST(LoginThrottle, DelayDoublesAfterTheFreeFailuresUpToTheCap) {
     EXPECT_EQ(t.delay_after(1000), 30000ms);
 }
 
-TEST(LoginThrottle, KeysAreSeparateAndSuccessClearsOne) {
-    LoginThrottleTable t({/*free*/ 1, 10000ms, 30000ms});
-    t.failed("u:a");
-    EXPECT_EQ(t.pending("u:a"), 0ms);  // the free one
-    t.failed("u:a");
-    EXPECT_GT(t.pending("u:a"), 9000ms);
-    EXPECT_EQ(t.pending("u:b"), 0ms);
-    t.succeeded("u:a");
-    EXPECT_EQ(t.pending("u:a"), 0ms);
-    t.failed("u:a");
-    EXPECT_EQ(t.pending("u:a"), 0ms);  // counting starts again
-}
-
 TEST(LoginThrottle, TableStaysBounded) {
     LoginThrottleTable t({0, 1ms, 1ms}, 100);
     for (int i = 0; i < 1000; ++i) t.failed("a:" + std::to_string(i));
