@@ -68,7 +68,9 @@ protected:
                 rs.movenext();
                 ++n;
             }
-            if (fetch) EXPECT_TRUE(rs.eof()) << "fetch read rows the page does not show";
+            if (fetch) {
+                EXPECT_TRUE(rs.eof()) << "fetch read rows the page does not show";
+            }
             bar.fill_rows(n, 2);
             Response.line("</table>");
             bar.write_bar("<input type=\"button\" value=\"新增名片\">");
