@@ -144,16 +144,15 @@ struct ListShape {
     bool desc = false;
 };
 
-// What the store remembers of one list statement: its shape, and for each
-// set of parameter values, where screens start (row number -> the order
-// value and row id of the row just before it).
+// What a handle remembers of one list statement: its shape. Where its
+// screens start is shared by all handles (SharedAnswers::nearest_mark).
 struct ListMemo {
     std::optional<ListShape> shape;
+    // A screen's start: the order value and row id of the row just before it.
     struct Mark {
         BoundSql::Param value;
         long long rowid = 0;
     };
-    std::unordered_map<std::string, std::map<long long, Mark>> marks;
 };
 
 std::optional<ListShape> list_shape(const std::string& engine_text);
@@ -180,16 +179,15 @@ struct StoreHandle {
     // Names from requests already looked up in the schema, which pages
     // cannot change. Bounded: the names come from users.
     std::unordered_map<std::string, bool> schema_names;
-    // List statements read a screen at a time (see read_list), and the
-    // database version their boundaries belong to.
+    // List statements read a screen at a time (see read_list).
     std::unordered_map<std::string, ListMemo> lists;
-    unsigned list_version = 0;
     // Texts pages built from one database version (Connection::kept_text).
     std::unordered_map<std::string, std::string> texts;
     std::size_t text_bytes = 0;
     unsigned text_version = 0;
     sqlite3_stmt* version_st = nullptr;
-    // The database version this handle last read in, for execute_remembered;
+    // The database version this handle last read in, for the reads other
+    // handles share (execute_remembered, list screens);
     // none before its first read.
     std::optional<unsigned> remembered_version;
     ListMemo& list_memo(const std::string& placeholders) {
@@ -273,7 +271,29 @@ public:
         ++generation_;
         answers_.clear();
         too_big_.clear();
+        marks_.clear();
         reading_done_.notify_all();
+    }
+    // List boundaries (see read_list), shared and forgotten the same way,
+    // under a key of the file, the statement and its values: the one at or
+    // before the row number `offset`, as (row number, mark).
+    std::optional<std::pair<long long, ListMemo::Mark>> nearest_mark(const std::string& key, long long offset,
+                                                                     unsigned long long generation) {
+        std::lock_guard lock(mutex_);
+        auto list = marks_.find(key);
+        if (generation != generation_ || list == marks_.end()) return std::nullopt;
+        auto it = list->second.upper_bound(offset);
+        if (it == list->second.begin()) return std::nullopt;
+        return *std::prev(it);
+    }
+    void keep_mark(const std::string& key, unsigned long long generation, long long at, ListMemo::Mark mark) {
+        std::lock_guard lock(mutex_);
+        if (generation != generation_) return;
+        // Bounded: the statements' values come from requests.
+        if (marks_.size() >= 256 && !marks_.count(key)) marks_.clear();
+        auto& list = marks_[key];
+        if (list.size() >= 512) list.clear();
+        list[at] = std::move(mark);
     }
     // What a handle missing an answer does: take it, now that another
     // handle has read it; read it and keep it for the others; or read it for
@@ -327,6 +347,7 @@ private:
     std::unordered_map<std::string, std::shared_ptr<Recordset::Data>> answers_;
     std::unordered_map<std::string, unsigned long long> reading_;  // answers being read, by generation
     std::unordered_set<std::string> too_big_;
+    std::unordered_map<std::string, std::map<long long, ListMemo::Mark>> marks_;
     std::condition_variable reading_done_;
 };
 
@@ -874,11 +895,26 @@ std::string params_key(const std::vector<BoundSql::Param>& params) {
     return key;
 }
 
+// Begins a read whose answer other handles may share (SharedAnswers): the
+// snapshot begins with this read, the cheapest there is, and its version
+// tells whether the file changed since this handle last read. A change
+// moves the shared generation on. True when there was none.
+bool begin_shared_read(StoreHandle& h, SharedAnswers& shared, const Deadline& deadline) {
+    step_rows(h.db, cached_statement(h, "\n-- data version", "pragma data_version", false), {}, deadline);
+    unsigned version = 0;
+    sqlite3_file_control(h.db, "main", SQLITE_FCNTL_DATA_VERSION, &version);
+    const bool same = h.remembered_version == version;
+    h.remembered_version = version;
+    if (!same) shared.changed();
+    return same;
+}
+
 // One screen of a list the store knows the shape of (see ListShape): read
 // from the nearest boundary remembered at or before the screen, else from
 // the start; the screen's first and last rows are remembered in turn, so
-// the next, the previous and the same screen read from there. A boundary is
-// only used within the database version it was read in.
+// the next, the previous and the same screen read from there, on any
+// handle. A boundary is only used within the database version it was read
+// in (see SharedAnswers). The caller begins no snapshot before this.
 std::shared_ptr<Recordset::Data> read_list(StoreHandle& h, const BoundSql& bound, ListMemo& memo, std::size_t rows,
                                            long long offset, const Deadline& deadline) {
     const ListShape& shape = *memo.shape;
@@ -887,23 +923,15 @@ std::shared_ptr<Recordset::Data> read_list(StoreHandle& h, const BoundSql& bound
     const std::string dir = shape.desc ? " DESC" : "";
     const std::string where = shape.where.empty() ? "" : "(" + shape.where + ") and ";
     const std::string order = " order by " + (by_rowid ? std::string("rowid") + dir : shape.column + dir + ", rowid" + dir);
-    const std::string pkey = params_key(bound.params);
 
-    auto nearest = [&](long long& at) -> const ListMemo::Mark* {
-        auto marks = memo.marks.find(pkey);
-        if (marks == memo.marks.end()) return nullptr;
-        auto it = marks->second.upper_bound(offset);
-        if (it == marks->second.begin()) return nullptr;
-        --it;
-        at = it->first;
-        return &it->second;
-    };
+    SharedAnswers& shared = SharedAnswers::instance();
+    const unsigned long long generation = shared.generation();
+    const bool same = begin_shared_read(h, shared, deadline);
+    const std::string marks_key = h.path + '\0' + bound.text + '\0' + params_key(bound.params);
+    auto mark = same ? shared.nearest_mark(marks_key, offset, generation) : std::nullopt;
 
-    bool use_marks = true;
     for (;;) {
-        long long from = 0;
-        const ListMemo::Mark* mark = use_marks ? nearest(from) : nullptr;
-        if (!mark) from = 0;
+        const long long from = mark ? mark->first : 0;
         long long skip = offset - from;
         // One row before the screen, when there is one, gives the screen's
         // own boundary.
@@ -918,7 +946,7 @@ std::shared_ptr<Recordset::Data> read_list(StoreHandle& h, const BoundSql& bound
         };
         std::string text, key;
         if (mark) {
-            std::string b = ph(mark->value), r = ph(int_param(mark->rowid));
+            std::string b = ph(mark->second.value), r = ph(int_param(mark->second.rowid));
             std::string after = by_rowid ? "rowid " + std::string(op) + r
                                          : shape.column + " " + op + "=" + b + " and (" + shape.column + " " + op + b +
                                                " or rowid " + op + r + ")";
@@ -938,18 +966,6 @@ std::shared_ptr<Recordset::Data> read_list(StoreHandle& h, const BoundSql& bound
         std::vector<BoundSql::Param> keys;
         auto data = step_rows(h.db, st, params, deadline, key_col, &keys);
 
-        // The version of the snapshot just read: boundaries from an older
-        // one may point anywhere now.
-        unsigned version = 0;
-        sqlite3_file_control(h.db, "main", SQLITE_FCNTL_DATA_VERSION, &version);
-        if (version != h.list_version) {
-            h.list_version = version;
-            for (auto& [text_key, m] : h.lists) m.marks.clear();
-            if (mark) {
-                use_marks = false;
-                continue;
-            }
-        }
         const long long got = static_cast<long long>(data->rows.size());
         // Descending, rows without a value come after the boundary's range;
         // a short read from a boundary holds the end only when there are none.
@@ -958,19 +974,17 @@ std::shared_ptr<Recordset::Data> read_list(StoreHandle& h, const BoundSql& bound
             auto none = step_rows(h.db, cached_statement(h, bound.text + "\n-- list nulls", probe, false), bound.params,
                                   deadline);
             if (!none->rows.empty()) {
-                use_marks = false;
+                mark.reset();
                 continue;
             }
         }
 
         const int rowid_col = static_cast<int>(data->columns.size()) - 1;
         auto remember = [&](long long at, std::size_t i) {
-            if (key_col < 0 || keys[i].text == "\x01") return;
-            auto& marks = memo.marks[pkey];
-            if (marks.size() >= 512) marks.clear();
-            marks[at] = ListMemo::Mark{keys[i], data->rows[i][static_cast<std::size_t>(rowid_col)].lng()};
+            if (!same || key_col < 0 || keys[i].text == "\x01") return;
+            shared.keep_mark(marks_key, generation, at,
+                             ListMemo::Mark{keys[i], data->rows[i][static_cast<std::size_t>(rowid_col)].lng()});
         };
-        if (memo.marks.size() >= 256 && !memo.marks.count(pkey)) memo.marks.clear();
         if (got > 0) {
             if (lead) remember(offset, 0);
             remember(from + skip + got, static_cast<std::size_t>(got - 1));
@@ -1012,8 +1026,9 @@ Recordset Connection::run(const Sql& sql, std::size_t window_rows, long long win
     // the snapshot whose version it checked: each shares one snapshot.
     remember = remember && st && sqlite3_stmt_readonly(st);
     // A page's held snapshot may be older than what other handles have
-    // seen: a remembered answer is read in a snapshot that begins here.
-    if (remember) h.end_reads();
+    // seen: a remembered answer or a list screen is read in a snapshot that
+    // begins here.
+    if (remember || memo) h.end_reads();
     remember = remember && sqlite3_get_autocommit(db);
     const bool own_snapshot = (memo || remember) && !impl_->hold_reads;
     if (impl_->hold_reads || own_snapshot) {
@@ -1042,14 +1057,7 @@ Recordset Connection::run(const Sql& sql, std::size_t window_rows, long long win
 
     SharedAnswers& shared = SharedAnswers::instance();
     const unsigned long long generation = shared.generation();
-    // The snapshot begins with this read, the cheapest there is; its
-    // version tells whether the file changed since this handle last read.
-    step_rows(db, cached_statement(h, "\n-- data version", "pragma data_version", false), {}, deadline);
-    unsigned version = 0;
-    sqlite3_file_control(db, "main", SQLITE_FCNTL_DATA_VERSION, &version);
-    const bool same = h.remembered_version == version;
-    h.remembered_version = version;
-    if (!same) shared.changed();
+    const bool same = begin_shared_read(h, shared, deadline);
     const std::string key = h.path + '\0' + bound.text + '\0' + params_key(bound.params);
     // Only small answers to short statements are kept.
     const bool keep = same && key.size() <= 4096;
