@@ -227,13 +227,16 @@ std::string translate_sql_postgresql(std::string_view sql) {
     int depth = 0;
     auto end_item = [&](std::string& out) {
         Order& o = orders.back();
-        if (!o.nulls) out += o.desc ? " NULLS LAST" : " NULLS FIRST";
+        // Right after the item, before the blanks that follow it.
+        std::size_t end = out.size();
+        while (end > 0 && std::isspace(static_cast<unsigned char>(out[end - 1]))) --end;
+        if (!o.nulls) out.insert(end, o.desc ? " NULLS LAST" : " NULLS FIRST");
         o.desc = o.nulls = false;
     };
     std::string out;
     out.reserve(sql.size() + 48);
     std::string limit;
-    std::vector<std::size_t> escape_after;
+    std::vector<std::pair<std::size_t, std::string>> after;  // text to add after a token
     const Token* prev = nullptr;
     bool first = true;
     for (std::size_t i = 0; i < toks.size(); ++i) {
@@ -319,11 +322,38 @@ std::string translate_sql_postgresql(std::string_view sql) {
             } else if (iequals(t.text, "like") && !after_dot) {
                 text = "ILIKE";
                 std::size_t end = pattern_end(toks, i + 1);
-                if (end > i) escape_after.push_back(end);
+                if (end > i) after.emplace_back(end, " ESCAPE ''");
             } else if (!after_dot && iequals(t.text, "user")) {
                 text = "\"user\"";  // also before "(": insert into user(...)
             } else if (!after_dot && call) {
                 if (const char* to = mapped_function_postgresql(t.text)) text = to;
+                // instr(...) alone as a condition is true when not 0; the
+                // server wants a boolean there.
+                const bool condition_place =
+                    prev && ((prev->kind == Tok::Ident &&
+                              (iequals(prev->text, "where") || iequals(prev->text, "and") || iequals(prev->text, "or") ||
+                               iequals(prev->text, "not") || iequals(prev->text, "on") || iequals(prev->text, "when") ||
+                               iequals(prev->text, "having"))));
+                if (condition_place && iequals(t.text, "instr")) {
+                    std::size_t close = ni;
+                    for (int d = 0; close < toks.size(); ++close) {
+                        if (toks[close].kind != Tok::Punct) continue;
+                        if (toks[close].text == "(") ++d;
+                        if (toks[close].text == ")" && --d == 0) break;
+                    }
+                    const std::size_t k = close < toks.size() ? next_sig_index(close) : toks.size();
+                    const Token* follow = k < toks.size() ? &toks[k] : nullptr;
+                    const bool compared =
+                        follow && ((follow->kind == Tok::Punct && follow->text != ")" && follow->text != "," &&
+                                    follow->text != ";") ||
+                                   (follow->kind == Tok::Ident &&
+                                    (iequals(follow->text, "like") || iequals(follow->text, "is") ||
+                                     iequals(follow->text, "in") || iequals(follow->text, "between"))));
+                    if (close < toks.size() && !compared) {
+                        text = "(" + text;
+                        after.emplace_back(close, " <> 0)");
+                    }
+                }
             } else if (!after_dot && iequals(t.text, "now")) {
                 text = "tav_now()";
             } else if (iequals(t.text, "true")) {
@@ -333,7 +363,8 @@ std::string translate_sql_postgresql(std::string_view sql) {
             }
         }
         out += text;
-        if (std::find(escape_after.begin(), escape_after.end(), i) != escape_after.end()) out += " ESCAPE ''";
+        for (const auto& [at, add] : after)
+            if (at == i) out += add;
         prev = &t;
         first = false;
     }

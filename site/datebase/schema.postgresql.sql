@@ -372,3 +372,22 @@ BEGIN
   RETURN NULL;
 END $$;
 CREATE TRIGGER user_tally_insert AFTER INSERT OR DELETE ON "user" FOR EACH ROW EXECUTE FUNCTION user_tally_keep();
+
+-- A row written with its own id (an import, a moved row) moves the id
+-- sequence past it, as SQLite's AUTOINCREMENT does: the next row without
+-- an id never meets it.
+CREATE FUNCTION tav_follow_id() RETURNS trigger LANGUAGE plpgsql AS $$
+DECLARE seq text := pg_get_serial_sequence(quote_ident(TG_TABLE_NAME), 'id');
+BEGIN
+  EXECUTE format('SELECT setval(%L, greatest(last_value, $1)) FROM %s', seq, seq) USING NEW.id;
+  RETURN NULL;
+END $$;
+DO $$
+DECLARE t text;
+BEGIN
+  FOREACH t IN ARRAY ARRAY['user', 'menu', 'software', 'monitor', 'email', 'datas', 'book', 'chat', 'address',
+                           'record', 'medium', 'department', 'word_type', 'word', 'files'] LOOP
+    EXECUTE format('CREATE TRIGGER %I AFTER INSERT OR UPDATE OF id ON %I FOR EACH ROW EXECUTE FUNCTION tav_follow_id()',
+                   t || '_follow_id', t);
+  END LOOP;
+END $$;
