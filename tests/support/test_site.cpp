@@ -95,7 +95,11 @@ TestSite::TestSite() {
     if (std::string server = test_postgresql_server(); !server.empty()) {
         static std::atomic<unsigned> count{0};
         pg_database_ = "tavelor_test_" + std::to_string(::getpid()) + "_" + std::to_string(++count);
-        postgresql_admin(server, "CREATE DATABASE " + pg_database_);
+        // A copy of a database made once by init (tools/test.sh) is much
+        // quicker than building the schema again for every site.
+        const char* tpl = std::getenv("TAVELOR_TEST_POSTGRES_TEMPLATE");
+        postgresql_admin(server, "CREATE DATABASE " + pg_database_ +
+                                     (tpl && *tpl ? std::string(" TEMPLATE ") + tpl : std::string()));
         database_url = postgresql_url_with_database(server, pg_database_);
     }
     init_site(root_, TAVELOR_TEMPLATE_DIR, database_url);
