@@ -196,7 +196,12 @@ public:
                                          long long window_offset) override {
         std::string key = bound.text;
         if (window_rows) key += "\n-- window";
-        const std::string& name = prepared(key, bound, window_rows);
+        // A statement without values is mostly one of a kind (set-up, tools):
+        // sent once, unnamed, rather than prepared and kept.
+        const bool once = bound.params.empty() && !window_rows;
+        std::string once_text;
+        if (once) once_text = checked_text(bound, 0);
+        const std::string& name = once ? once_text : prepared(key, bound, window_rows);
         // Values as text, typed where the statement gives no type: numbers
         // are typed at preparation (see prepared), texts take the column's.
         std::vector<std::string> numbers;
@@ -228,8 +233,9 @@ public:
         }
         for (std::size_t i = 0, k = 0; i < values.size(); ++i)
             if (!values[i]) values[i] = numbers[k++].c_str();
-        Result res{PQexecPrepared(conn_, name.c_str(), static_cast<int>(values.size()), values.data(), lengths.data(),
-                                  nullptr, 0)};
+        Result res{once ? PQexecParams(conn_, once_text.c_str(), 0, nullptr, nullptr, nullptr, nullptr, 0)
+                        : PQexecPrepared(conn_, name.c_str(), static_cast<int>(values.size()), values.data(),
+                                         lengths.data(), nullptr, 0)};
         ExecStatusType status = PQresultStatus(res.r);
         if (status != PGRES_TUPLES_OK && status != PGRES_COMMAND_OK) {
             // A statement the server no longer knows (a reset) is prepared anew next time.
@@ -277,11 +283,8 @@ private:
         return buf;
     }
 
-    const std::string& prepared(const std::string& key, const BoundSql& bound, std::size_t window_rows) {
-        if (auto it = by_key_.find(key); it != by_key_.end()) {
-            lru_.splice(lru_.begin(), lru_, it->second);
-            return it->second->second;
-        }
+    // The server's text of a statement, checked to be one of the four verbs.
+    static std::string checked_text(const BoundSql& bound, std::size_t window_rows) {
         std::string text = translate_sql_postgresql(bound.text);
         if (!allowed(text))
             raise_error(err::sql_failure,
@@ -293,6 +296,15 @@ private:
             text = "select * from (" + text.substr(0, end) + ") as tav_window limit $" + std::to_string(n + 1) +
                    " offset $" + std::to_string(n + 2);
         }
+        return text;
+    }
+
+    const std::string& prepared(const std::string& key, const BoundSql& bound, std::size_t window_rows) {
+        if (auto it = by_key_.find(key); it != by_key_.end()) {
+            lru_.splice(lru_.begin(), lru_, it->second);
+            return it->second->second;
+        }
+        const std::string text = checked_text(bound, window_rows);
         // Numbers are typed: a placeholder alone (select :n1, :n1 + 1) has no
         // type of its own. Texts are left to the statement, so '5' may meet
         // an integer column as it did on the original platform.

@@ -377,9 +377,11 @@ CREATE TRIGGER user_tally_insert AFTER INSERT OR DELETE ON "user" FOR EACH ROW E
 -- sequence past it, as SQLite's AUTOINCREMENT does: the next row without
 -- an id never meets it.
 CREATE FUNCTION tav_follow_id() RETURNS trigger LANGUAGE plpgsql AS $$
-DECLARE seq text := pg_get_serial_sequence(quote_ident(TG_TABLE_NAME), 'id');
 BEGIN
-  EXECUTE format('SELECT setval(%L, greatest(last_value, $1)) FROM %s', seq, seq) USING NEW.id;
+  -- TG_ARGV[0]: the table's id sequence.
+  IF NEW.id > coalesce(pg_sequence_last_value(TG_ARGV[0]::regclass), 0) THEN
+    PERFORM setval(TG_ARGV[0]::regclass, NEW.id);
+  END IF;
   RETURN NULL;
 END $$;
 DO $$
@@ -387,7 +389,7 @@ DECLARE t text;
 BEGIN
   FOREACH t IN ARRAY ARRAY['user', 'menu', 'software', 'monitor', 'email', 'datas', 'book', 'chat', 'address',
                            'record', 'medium', 'department', 'word_type', 'word', 'files'] LOOP
-    EXECUTE format('CREATE TRIGGER %I AFTER INSERT OR UPDATE OF id ON %I FOR EACH ROW EXECUTE FUNCTION tav_follow_id()',
-                   t || '_follow_id', t);
+    EXECUTE format('CREATE TRIGGER %I AFTER INSERT OR UPDATE OF id ON %I FOR EACH ROW EXECUTE FUNCTION tav_follow_id(%L)',
+                   t || '_follow_id', t, pg_get_serial_sequence(quote_ident(t), 'id'));
   END LOOP;
 END $$;
