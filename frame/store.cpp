@@ -28,6 +28,7 @@
 #include "frame/host.h"
 #include "frame/paths.h"
 #include "frame/store_dialect.h"
+#include "frame/store_postgres.h"
 #include "frame/store_search.h"
 
 namespace tav {
@@ -533,6 +534,8 @@ void Recordset::close() {
 
 struct Connection::Impl {
     std::unique_ptr<StoreHandle> h;
+    // Set instead of h for a site on PostgreSQL.
+    std::unique_ptr<store_detail::PgSession> pg;
     // Every write runs on its own (autocommit), as the pages expect: its
     // lock ends with its statement, and every statement a page ran stays
     // done whatever the page does next. With hold_reads, a run of reads
@@ -550,11 +553,12 @@ struct Connection::Impl {
 void Connection::hold_reads(bool on) {
     if (!is_open()) return;
     impl_->hold_reads = on;
-    if (!on) impl_->h->end_reads();
+    if (!on && impl_->h) impl_->h->end_reads();
 }
 
 std::string Connection::kept_text(const std::string& key, const std::function<std::string()>& make) {
-    if (!is_open() || !impl_->hold_reads) return make();
+    // On PostgreSQL every statement reads its own snapshot: no version to key by.
+    if (!is_open() || !impl_->hold_reads || impl_->pg) return make();
     StoreHandle& h = *impl_->h;
     // The engine learns of other writers when a read begins: read in the
     // page's snapshot first, then ask which version it is.
@@ -601,10 +605,13 @@ Connection::~Connection() = default;
 Connection::Connection(Connection&&) noexcept = default;
 Connection& Connection::operator=(Connection&&) noexcept = default;
 
-bool Connection::is_open() const { return impl_ && impl_->h; }
+bool Connection::is_open() const { return impl_ && (impl_->h || impl_->pg); }
+
+bool Connection::has_text_index() const { return is_open() && impl_->h; }
 
 bool Connection::file_unchanged() const {
     if (!is_open()) return false;
+    if (impl_->pg) return impl_->pg->healthy();
     std::optional<FileId> now = file_id(impl_->h->path);
     return now && *now == impl_->h->file;
 }
@@ -665,6 +672,12 @@ void Connection::Open(const std::string& connection_string, std::source_location
         std::error_code ec;
         path = std::filesystem::current_path(ec).string() + "/" + path;
     }
+    if (auto url = store_detail::postgresql_url_for(path, false)) {
+        auto impl = std::make_unique<Impl>();
+        impl->pg = store_detail::PgSession::open(*url);
+        impl_ = std::move(impl);
+        return;
+    }
     // One stat when the path was resolved before; a resolution that no
     // longer finds its file is made anew.
     auto& paths = ResolvedPaths::instance();
@@ -676,8 +689,16 @@ void Connection::Open(const std::string& connection_string, std::source_location
     }
     if (!resolved) {
         std::string found;
-        if (!physical_path(path, found) || !(file = file_id(found)))
+        if (!physical_path(path, found) || !(file = file_id(found))) {
+            // No file: a site made on PostgreSQL names its server beside.
+            if (auto url = store_detail::postgresql_url_for(path, true)) {
+                auto impl = std::make_unique<Impl>();
+                impl->pg = store_detail::PgSession::open(*url);
+                impl_ = std::move(impl);
+                return;
+            }
             driver_error("Could not find file '" + given + "'.");
+        }
         paths.remember(path, found);
         resolved = found;
     }
@@ -1002,6 +1023,14 @@ Recordset Connection::run(const Sql& sql, std::size_t window_rows, long long win
                           std::source_location loc) {
     host_call(loc);
     if (!is_open()) raise_error(closed_object, closed_text);
+    if (impl_->pg) {
+        store_detail::PgSession& pg = *impl_->pg;
+        BoundSql bound;
+        std::string error = bind_sql(sql, bound, [&pg](const std::string& n) { return pg.schema_name(n); });
+        if (!error.empty()) raise_error(err::sql_failure, error);
+        if (bound.text.size() > max_program_bytes) raise_error(err::sql_failure, "statement too long");
+        return Recordset(pg.run(bound, window_rows, window_offset));
+    }
     StoreHandle& h = *impl_->h;
     sqlite3* db = h.db;
     BoundSql bound;

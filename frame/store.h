@@ -86,6 +86,10 @@ public:
     // everything the text depends on besides the database. Kept only while
     // reads are held, since only then is the text of one version.
     std::string kept_text(const std::string& key, const std::function<std::string()>& make);
+    // Whether the engine under this connection keeps the text indexes the
+    // search asks first (see frame/store_search.h); false on PostgreSQL,
+    // where the search reads the rows.
+    bool has_text_index() const;
 
     struct Impl;
 
@@ -98,6 +102,23 @@ private:
 // Translates a statement of the pages' dialect into the engine's. Exposed for
 // tests; execute() applies it.
 std::string translate_sql(std::string_view sql);
+
+// The same for a PostgreSQL database. Exposed for tests.
+std::string translate_sql_postgresql(std::string_view sql);
+
+// Sites whose rows live on a PostgreSQL server (init and serve with
+// --database URL): a connection string naming db_path opens the server at
+// url. A site made by init --database keeps its URL in
+// datebase/postgresql.url (postgresql_url_file), read at its first open.
+void use_postgresql(const std::string& db_path, const std::string& url);
+void forget_postgresql(const std::string& db_path);
+std::string postgresql_url_file(const std::string& db_path);
+// False when this build has no PostgreSQL engine (libpq-dev was missing).
+bool postgresql_built();
+// Makes the tables, functions and seed rows on an empty PostgreSQL database
+// (schema_sql in PostgreSQL's terms, seed_sql in the pages' dialect); a
+// database that has them is left alone.
+void build_postgresql_database(const std::string& url, const std::string& schema_sql, const std::string& seed_sql);
 
 // Builds a database file from SQL source (schema and seed rows). Used by
 // site initialisation only; page statements never reach this path.

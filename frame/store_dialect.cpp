@@ -131,6 +131,255 @@ std::string translate_sql(std::string_view sql) {
     return out;
 }
 
+namespace {
+
+// Access names of functions PostgreSQL lacks or means otherwise; made by
+// the PostgreSQL schema.
+const char* mapped_function_postgresql(std::string_view name) {
+    static const std::pair<const char*, const char*> table[] = {
+        {"left", "tav_left"},   {"right", "tav_right"}, {"mid", "tav_mid"},
+        {"instr", "tav_instr"}, {"len", "tav_len"},     {"ucase", "upper"},
+        {"lcase", "lower"},     {"datediff", "tav_datediff"}, {"now", "tav_now"},
+    };
+    for (auto& [from, to] : table)
+        if (iequals(name, from)) return to;
+    return nullptr;
+}
+
+std::string single_quoted(std::string_view body) {
+    std::string out = "'";
+    for (char c : body) out += c == '\'' ? std::string("''") : std::string(1, c);
+    return out + "'";
+}
+
+// Where a like's pattern ends: one operand, terms joined by ||. Returns the
+// index of its last token, or `from` - 1 when there is none.
+std::size_t pattern_end(const std::vector<Token>& toks, std::size_t from) {
+    std::size_t last = from - 1;
+    std::size_t i = from;
+    auto skip = [&] {
+        while (i < toks.size() && !significant(toks[i])) ++i;
+    };
+    for (;;) {
+        skip();
+        if (i >= toks.size()) return last;
+        const Token& t = toks[i];
+        if (t.kind == Tok::Punct && t.text == "(") {
+            int depth = 0;
+            for (; i < toks.size(); ++i) {
+                if (toks[i].kind != Tok::Punct) continue;
+                if (toks[i].text == "(") ++depth;
+                if (toks[i].text == ")" && --depth == 0) break;
+            }
+            if (i >= toks.size()) return last;
+            last = i++;
+        } else if (t.kind == Tok::Ident) {
+            last = i++;
+            skip();
+            while (i + 1 < toks.size() && toks[i].kind == Tok::Punct && toks[i].text == ".") {
+                ++i;
+                skip();
+                if (i < toks.size() && significant(toks[i])) last = i++;
+                skip();
+            }
+            if (i < toks.size() && toks[i].kind == Tok::Punct && toks[i].text == "(") continue;  // a call's arguments
+        } else if (t.kind == Tok::String || t.kind == Tok::Param || t.kind == Tok::Number || t.kind == Tok::Quoted ||
+                   t.kind == Tok::Date) {
+            last = i++;
+        } else {
+            return last;
+        }
+        skip();
+        if (i < toks.size() && toks[i].kind == Tok::Punct && toks[i].text == "||") {
+            ++i;
+            continue;
+        }
+        return last;
+    }
+}
+
+}  // namespace
+
+// The same dialect for PostgreSQL. Names fold to lower case there as the
+// pages expect of names without case; text columns are citext (the schema),
+// so comparisons need no collation here. What differs besides:
+//   :t1 / :n1          -> $1 (the store binds by number)
+//   select top N       -> ... limit N;  limit -1 -> limit all
+//   like               -> ilike ... escape '' (no escape character, as in
+//                         the pages' dialect; case folded as on SQLite)
+//   order by x [desc]  -> nulls first [last], as SQLite orders them
+//   "text", #date#     -> 'text'; [name], `name` -> "name" in lower case
+//   user               -> "user" (a reserved word there)
+//   true / false       -> 1 / 0 (booleans are numbers in the columns)
+//   now, left, mid...  -> the schema's tav_* functions
+std::string translate_sql_postgresql(std::string_view sql) {
+    std::vector<Token> toks = tokenize(sql);
+    auto next_sig_index = [&](std::size_t i) -> std::size_t {
+        for (std::size_t k = i + 1; k < toks.size(); ++k)
+            if (significant(toks[k])) return k;
+        return toks.size();
+    };
+    struct Order {
+        int depth;
+        bool desc = false, nulls = false;
+    };
+    std::vector<Order> orders;
+    int depth = 0;
+    auto end_item = [&](std::string& out) {
+        Order& o = orders.back();
+        // Right after the item, before the blanks that follow it.
+        std::size_t end = out.size();
+        while (end > 0 && std::isspace(static_cast<unsigned char>(out[end - 1]))) --end;
+        if (!o.nulls) out.insert(end, o.desc ? " NULLS LAST" : " NULLS FIRST");
+        o.desc = o.nulls = false;
+    };
+    std::string out;
+    out.reserve(sql.size() + 48);
+    std::string limit;
+    std::vector<std::pair<std::size_t, std::string>> after;  // text to add after a token
+    const Token* prev = nullptr;
+    bool first = true;
+    for (std::size_t i = 0; i < toks.size(); ++i) {
+        const Token& t = toks[i];
+        if (!significant(t)) {
+            out += t.text;
+            continue;
+        }
+        const bool in_order = !orders.empty() && orders.back().depth == depth;
+        const std::size_t ni = next_sig_index(i);
+        const Token* next = ni < toks.size() ? &toks[ni] : nullptr;
+        std::string text(t.text);
+        if (t.kind == Tok::Punct) {
+            if (t.text == "(") ++depth;
+            if (t.text == ")") {
+                if (in_order) {
+                    end_item(out);
+                    orders.pop_back();
+                }
+                --depth;
+            }
+            if (t.text == "," && in_order) end_item(out);
+            if (t.text == ";" && in_order) {
+                end_item(out);
+                orders.pop_back();
+            }
+        } else if (t.kind == Tok::Param) {
+            text = "$" + std::string(t.text.substr(2));
+        } else if (t.kind == Tok::Quoted) {
+            std::string_view body = t.text.substr(1, t.text.size() - (t.closed ? 2 : 1));
+            if (t.text[0] == '"') {
+                text = single_quoted(body);
+            } else {
+                text = "\"";
+                for (char c : lower(body)) text += c == '"' ? std::string("\"\"") : std::string(1, c);
+                text += "\"";
+            }
+        } else if (t.kind == Tok::Date) {
+            text = single_quoted(t.text.substr(1, t.text.size() - (t.closed ? 2 : 1)));
+        } else if (t.kind == Tok::Ident) {
+            const bool after_dot = prev && prev->kind == Tok::Punct && prev->text == ".";
+            const bool call = next && next->kind == Tok::Punct && next->text == "(";
+            if (in_order && (iequals(t.text, "limit") || iequals(t.text, "offset") || iequals(t.text, "union") ||
+                             iequals(t.text, "except") || iequals(t.text, "intersect") || iequals(t.text, "for"))) {
+                end_item(out);
+                orders.pop_back();
+            }
+            if (first && iequals(t.text, "select")) {
+                std::size_t k = ni;
+                if (k < toks.size() && toks[k].kind == Tok::Ident && iequals(toks[k].text, "top")) {
+                    std::size_t m = next_sig_index(k);
+                    if (m < toks.size() && (toks[m].kind == Tok::Number || toks[m].kind == Tok::Param)) {
+                        limit = toks[m].kind == Tok::Param ? "$" + std::string(toks[m].text.substr(2))
+                                                           : std::string(toks[m].text);
+                        out += text;
+                        i = m;
+                        prev = &toks[m];
+                        first = false;
+                        continue;
+                    }
+                }
+            } else if (iequals(t.text, "order") && next && next->kind == Tok::Ident && iequals(next->text, "by")) {
+                out += text;  // then the blanks and "by"; the items follow
+                for (std::size_t k = i + 1; k <= ni; ++k) out += toks[k].text;
+                orders.push_back({depth});
+                i = ni;
+                prev = &toks[ni];
+                first = false;
+                continue;
+            } else if (in_order && (iequals(t.text, "desc") || iequals(t.text, "asc"))) {
+                orders.back().desc = iequals(t.text, "desc");
+            } else if (in_order && iequals(t.text, "nulls")) {
+                orders.back().nulls = true;
+            } else if (iequals(t.text, "limit") && next && next->kind == Tok::Punct && next->text == "-") {
+                std::size_t m = next_sig_index(ni);
+                if (m < toks.size() && toks[m].kind == Tok::Number && toks[m].text == "1") {
+                    out += text + " ALL";
+                    i = m;
+                    prev = &toks[m];
+                    first = false;
+                    continue;
+                }
+            } else if (iequals(t.text, "like") && !after_dot) {
+                text = "ILIKE";
+                std::size_t end = pattern_end(toks, i + 1);
+                if (end > i) after.emplace_back(end, " ESCAPE ''");
+            } else if (!after_dot && iequals(t.text, "user")) {
+                text = "\"user\"";  // also before "(": insert into user(...)
+            } else if (!after_dot && call) {
+                if (const char* to = mapped_function_postgresql(t.text)) text = to;
+                // instr(...) alone as a condition is true when not 0; the
+                // server wants a boolean there.
+                const bool condition_place =
+                    prev && ((prev->kind == Tok::Ident &&
+                              (iequals(prev->text, "where") || iequals(prev->text, "and") || iequals(prev->text, "or") ||
+                               iequals(prev->text, "not") || iequals(prev->text, "on") || iequals(prev->text, "when") ||
+                               iequals(prev->text, "having"))));
+                if (condition_place && iequals(t.text, "instr")) {
+                    std::size_t close = ni;
+                    for (int d = 0; close < toks.size(); ++close) {
+                        if (toks[close].kind != Tok::Punct) continue;
+                        if (toks[close].text == "(") ++d;
+                        if (toks[close].text == ")" && --d == 0) break;
+                    }
+                    const std::size_t k = close < toks.size() ? next_sig_index(close) : toks.size();
+                    const Token* follow = k < toks.size() ? &toks[k] : nullptr;
+                    const bool compared =
+                        follow && ((follow->kind == Tok::Punct && follow->text != ")" && follow->text != "," &&
+                                    follow->text != ";") ||
+                                   (follow->kind == Tok::Ident &&
+                                    (iequals(follow->text, "like") || iequals(follow->text, "is") ||
+                                     iequals(follow->text, "in") || iequals(follow->text, "between"))));
+                    if (close < toks.size() && !compared) {
+                        text = "(" + text;
+                        after.emplace_back(close, " <> 0)");
+                    }
+                }
+            } else if (!after_dot && iequals(t.text, "now")) {
+                text = "tav_now()";
+            } else if (iequals(t.text, "true")) {
+                text = "1";
+            } else if (iequals(t.text, "false")) {
+                text = "0";
+            }
+        }
+        out += text;
+        for (const auto& [at, add] : after)
+            if (at == i) out += add;
+        prev = &t;
+        first = false;
+    }
+    while (!orders.empty()) {
+        end_item(out);
+        orders.pop_back();
+    }
+    if (!limit.empty()) {
+        std::size_t end = out.size();
+        while (end > 0 && (std::isspace(static_cast<unsigned char>(out[end - 1])) || out[end - 1] == ';')) --end;
+        out.insert(end, " limit " + limit);
+    }
+    return out;
+}
+
 namespace store_detail {
 
 namespace {

@@ -48,7 +48,14 @@ static std::string template_sql(const fs::path& file) {
     return ss.str();
 }
 
-void init_site(const std::string& dir, const std::string& template_dir) {
+void use_postgresql_site(const std::string& dir, const std::string& template_dir, const std::string& url) {
+    const fs::path tpl_db = fs::path(template_dir) / layout::kDatabaseFolder;
+    const std::string db = layout::database_path(dir);
+    use_postgresql(db, url);
+    build_postgresql_database(url, template_sql(tpl_db / "schema.postgresql.sql"), template_sql(tpl_db / "seed.sql"));
+}
+
+void init_site(const std::string& dir, const std::string& template_dir, const std::string& database_url) {
     fs::create_directories(dir);
     fs::path tpl(template_dir), dst(dir);
     // The template's database folder holds the SQL the database is built from.
@@ -68,6 +75,18 @@ void init_site(const std::string& dir, const std::string& template_dir) {
         if (!out) throw std::runtime_error("cannot write " + (dst / "tavdialog.js").string());
     }
     fs::path db = layout::database_path(dst.string());
+    if (!database_url.empty()) {
+        use_postgresql_site(dst.string(), template_dir, database_url);
+        // Read by the site's connections in a later process; it may hold a
+        // password, so only the owner reads it.
+        const std::string file = postgresql_url_file(db.string());
+        std::ofstream out(file, std::ios::binary | std::ios::trunc);
+        out << database_url << "\n";
+        if (!out) throw std::runtime_error("cannot write " + file);
+        out.close();
+        fs::permissions(file, fs::perms::owner_read | fs::perms::owner_write, fs::perm_options::replace);
+        return;
+    }
     if (fs::exists(db)) return;
     build_database(db.string(), read_schema(template_dir) + "\n" + template_sql(tpl_db / "seed.sql"));
 }

@@ -7,8 +7,15 @@ namespace tav {
 
 // Makes a site instance in dir from the template: the static files, the
 // empty folders the pages write into, and the database (an existing one is
-// left alone).
-void init_site(const std::string& dir, const std::string& template_dir);
+// left alone). With a postgresql:// database_url the rows live on that
+// server instead: the URL is kept in datebase/postgresql.url and an empty
+// database gets the template's tables (schema.postgresql.sql) and seed rows.
+void init_site(const std::string& dir, const std::string& template_dir, const std::string& database_url = {});
+
+// Serving a site on the PostgreSQL server at url (serve --database): its
+// pages' connections open that server, and an empty database is filled as
+// init does.
+void use_postgresql_site(const std::string& dir, const std::string& template_dir, const std::string& url);
 
 // The template's schema: what a new database is built from and what an
 // older one is brought up to at start.

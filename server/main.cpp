@@ -5,6 +5,7 @@
 #include <cstdio>
 #include <cstdlib>
 #include <filesystem>
+#include <fstream>
 #include <iostream>
 #include <string>
 
@@ -23,11 +24,11 @@ namespace {
 
 int usage() {
     std::cerr << "usage:\n"
-                 "  tavelor init DIR [--template DIR]\n"
+                 "  tavelor init DIR [--template DIR] [--database postgresql://...]\n"
                  "  tavelor access-table            (prints docs/access.md)\n"
                  "  tavelor serve DIR [--port 8080] [--bind 127.0.0.1] [--workers N] [--log FILE|-]\n"
                  "                    [--body-limit BYTES] [--file-limit BYTES] [--part-limit N]\n"
-                 "                    [--template DIR] [--trusted-proxy ADDR]...\n"
+                 "                    [--template DIR] [--trusted-proxy ADDR]... [--database postgresql://...]\n"
                  "  tavelor import OLD_SITE NEW_DIR [--code-page GBK] [--name-code-page GBK] [--template DIR]\n"
                  "  tavelor backup DIR OUT.tar      (while the site is served)\n"
                  "  tavelor restore OUT.tar DIR     (DIR new or empty)\n"
@@ -115,7 +116,7 @@ int main(int argc, char** argv) {
     tav::ServerOptions opts;
     opts.bind = "127.0.0.1";
     opts.port = 8080;
-    std::string log_path;
+    std::string log_path, database_url;
     for (int i = 3; i < argc; ++i) {
         std::string a = argv[i];
         auto next = [&]() -> std::string {
@@ -127,6 +128,7 @@ int main(int argc, char** argv) {
         };
         try {
             if (a == "--template") tpl = next();
+            else if (a == "--database") database_url = next();
             else if (a == "--port") opts.port = static_cast<unsigned short>(std::stoul(next()));
             else if (a == "--bind") opts.bind = next();
             else if (a == "--workers") opts.workers = static_cast<unsigned>(std::stoul(next()));
@@ -145,7 +147,7 @@ int main(int argc, char** argv) {
     tav::UploadGroup::limits.request_bytes = static_cast<std::int64_t>(opts.body_limit);
     try {
         if (cmd == "init") {
-            tav::init_site(dir, tpl);
+            tav::init_site(dir, tpl, database_url);
             std::cout << "site instance ready in " << std::filesystem::weakly_canonical(dir).string() << "\n";
             return 0;
         }
@@ -154,7 +156,16 @@ int main(int argc, char** argv) {
                 std::cerr << "warning: " << dir << " has no " << tav::layout::kDatabaseFolder
                           << " folder; run 'tavelor init' first\n";
             log_path = tav::pick_log_path(log_path, tav::default_log_path(dir));
-            if (std::string db = tav::layout::database_path(dir); std::filesystem::exists(db))
+            if (database_url.empty()) {
+                const std::string file = tav::postgresql_url_file(tav::layout::database_path(dir));
+                if (!std::filesystem::exists(tav::layout::database_path(dir)) && std::filesystem::exists(file)) {
+                    std::ifstream in(file);
+                    std::getline(in, database_url);
+                }
+            }
+            if (!database_url.empty())
+                tav::use_postgresql_site(dir, tpl, database_url);
+            else if (std::string db = tav::layout::database_path(dir); std::filesystem::exists(db))
                 tav::upgrade_database(db, tav::read_schema(tpl), [tty = ::isatty(2) != 0](std::string_view table, long long done,
                                                                    long long total) {
                     // A database from before the text index: built once, here.

@@ -8,7 +8,7 @@ mode="${1:-test}"
 need=(g++ cmake make libboost-dev libsqlite3-dev libsodium-dev sqlite3)
 if [ "$mode" = test ]; then
   need+=(libgtest-dev googletest clang-16 libclang-rt-16-dev chromium firefox-esr nodejs npm
-         fonts-wqy-zenhei curl nginx systemd)
+         fonts-wqy-zenhei curl nginx systemd postgresql postgresql-contrib libpq-dev)
 fi
 
 missing=()

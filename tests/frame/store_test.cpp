@@ -784,3 +784,28 @@ TEST_F(StoreTest, ABurstMissingOneAnswerReadsItOnce) {
     for (std::thread& t : threads) t.join();
     EXPECT_EQ(std::set<std::string>(seen.begin(), seen.end()).size(), 1u);
 }
+
+// The pages' dialect as PostgreSQL reads it: each difference met, the text it
+// becomes. Literals stay as they are; names and values around them change.
+TEST(StoreDialectPostgresql, EachDifferenceIsRewritten) {
+    const std::pair<const char*, const char*> cases[] = {
+        {"select top 5 id from Datas order by id desc", "select id from Datas order by id desc NULLS LAST limit 5"},
+        {"select top :n1 * from Book order by a, b desc;", "select * from Book order by a NULLS FIRST, b desc NULLS LAST limit $1;"},
+        {"select * from Email where to_user_id=:n1 and Email_title like :t2 order by ID DESC limit 10",
+         "select * from Email where to_user_id=$1 and Email_title ILIKE $2 ESCAPE '' order by ID DESC NULLS LAST limit 10"},
+        {"select id from user where truename like '%'||:t1||'%'",
+         "select id from \"user\" where truename ILIKE '%'||$1||'%' ESCAPE ''"},
+        {"select count(*) as n from (select id from Book order by id) x", "select count(*) as n from (select id from Book order by id NULLS FIRST) x"},
+        {"select * from Book limit -1 offset 2", "select * from Book limit ALL offset 2"},
+        {"select [Name], `Work` from Address where Name=\"it's\"", "select \"name\", \"work\" from Address where Name='it''s'"},
+        {"update user set online=true where x=false and d<#2024-01-02#",
+         "update \"user\" set online=1 where x=0 and d<'2024-01-02'"},
+        {"select now, now() as t, left(a,2), mid(a,2,1), len(a), datediff('d',a,now()) from menu",
+         "select tav_now(), tav_now() as t, tav_left(a,2), tav_mid(a,2,1), tav_len(a), tav_datediff('d',a,tav_now()) from menu"},
+        {"select * from menu where instr(menu_text,'x') and not instr(2,a,'|') order by 1",
+         "select * from menu where (tav_instr(menu_text,'x') <> 0) and not (tav_instr(2,a,'|') <> 0) order by 1 NULLS FIRST"},
+        {"select * from menu where instr(a,'x')>0 and u.user='a'", "select * from menu where tav_instr(a,'x')>0 and u.user='a'"},
+        {"select 'top 5 now like user' from menu", "select 'top 5 now like user' from menu"},
+    };
+    for (const auto& [in, out] : cases) EXPECT_EQ(translate_sql_postgresql(in), out) << in;
+}

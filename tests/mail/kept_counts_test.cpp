@@ -44,13 +44,13 @@ TEST(KeptCounts, FollowEveryChangeOfTheirRows) {
     };
     const std::vector<std::pair<const char*, std::vector<std::string>>> steps = {
         {"after inserts",
-         {"insert into Datas(User_id,D_title,Sub_menu) select 1,'t','3102' from user, user limit 10",
+         {"insert into Datas(User_id,D_title,Sub_menu) select 1,'t','3102' from user a, user b limit 10",
           "insert into Email(send_user_id,to_user_id,Email_title) select 1,id,'t' from user where id<>1",
           "insert into Email(send_user_id,to_user_id,Email_title) select 1,id,'t' from user where id<>1",
           "insert into Email(send_user_id,to_user_id,Email_title) values (" + a + ",1,'back')",
           "insert into Book(user_id,Book_title,Reply_id) values (1,'one',0),(1,'two',0)",
           "insert into Book(user_id,Book_title,Reply_id) select 1,'re',min(id) from Book",
-          "insert into Address(User_id,Name) select " + a + ",'n' from user, user, user limit 12",
+          "insert into Address(User_id,Name) select " + a + ",'n' from user a, user b, user c limit 12",
           "insert into Address(User_id,Name) values (" + b + ",'n'),(" + b + ",'m')",
           "insert into user(username) values ('carl'),('dora')"}},
         {"after reading and each step of deleting",

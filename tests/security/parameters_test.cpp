@@ -114,8 +114,8 @@ TEST(HostileParameters, EveryPageTakesEachPayloadAsAValueOrRefusesIt) {
     auto rows = [&] {
         site.exec("delete from monitor where work_text<>'victim line'");
         std::string all = snapshot(site);
-        const std::size_t from = all.find("#sqlite_sequence\n");
-        return all.erase(from, all.find('#', from + 1) - from);
+        const std::size_t from = all.find("#sqlite_sequence\n");  // SQLite only
+        return from == std::string::npos ? all : all.erase(from, all.find('#', from + 1) - from);
     };
     const std::string before = rows();
     int cases = 0;

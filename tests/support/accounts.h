@@ -46,8 +46,33 @@ inline std::string rows_of(TestSite& site, const std::string& table, const std::
 inline std::string snapshot(const TestSite& site, bool with_files = true) {
     namespace fs = std::filesystem;
     std::string out;
+    if (!test_postgresql_server().empty()) {
+        // The same listing through the store: every table by name, its rows
+        // in the order of their first column (the heap keeps no order).
+        auto& s = const_cast<TestSite&>(site);  // reads only
+        std::vector<std::string> names;
+        for (Recordset t = s.query("select table_name as name from information_schema.tables where table_schema = "
+                                   "current_schema() order by 1");
+             !t.eof(); t.movenext())
+            names.push_back(t("name").str());
+        for (const auto& t : names) {
+            out += "#" + t + "\n";
+            std::vector<std::string> cols;
+            for (Recordset c = s.query("select column_name as c from information_schema.columns where table_name = '" +
+                                       t + "' order by ordinal_position");
+                 !c.eof(); c.movenext())
+                cols.push_back(c("c").str());
+            for (Recordset r = s.query("select * from [" + t + "] order by 1"); !r.eof(); r.movenext()) {
+                for (const auto& c : cols) {
+                    Value v = r(c);
+                    out += (v.is_null() ? std::string("NULL") : v.str()) + "|";
+                }
+                out += "\n";
+            }
+        }
+    }
     sqlite3* db = nullptr;
-    sqlite3_open_v2((site.root() + "/datebase/office.mdb").c_str(), &db, SQLITE_OPEN_READONLY, nullptr);
+    if (out.empty()) sqlite3_open_v2((site.root() + "/datebase/office.mdb").c_str(), &db, SQLITE_OPEN_READONLY, nullptr);
     std::vector<std::string> tables;
     sqlite3_exec(
         db, "select name from sqlite_master where type='table' order by name",

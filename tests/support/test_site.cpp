@@ -1,12 +1,20 @@
 #include "tests/support/test_site.h"
 
+#include <unistd.h>
+
+#include <atomic>
 #include <cstdlib>
 #include <filesystem>
 #include <stdexcept>
 
+#if TAVELOR_POSTGRESQL
+#include <libpq-fe.h>
+#endif
+
 #include "frame/encoding.h"
 #include "frame/password.h"
 #include "frame/paths.h"
+#include "frame/site_layout.h"
 #include "server/instance.h"
 #include "tests/support/files.h"
 
@@ -40,6 +48,42 @@ std::string form_encode(const std::string& utf8) {
     return out;
 }
 
+std::string test_postgresql_server() {
+    const char* engine = std::getenv("TAVELOR_TEST_ENGINE");
+    if (!engine || std::string(engine) != "postgresql") return {};
+    const char* server = std::getenv("TAVELOR_TEST_POSTGRES");
+    if (!server || !*server) throw std::runtime_error("TAVELOR_TEST_ENGINE=postgresql needs TAVELOR_TEST_POSTGRES");
+    return server;
+}
+
+std::string postgresql_url_with_database(const std::string& server, const std::string& database) {
+    // postgresql://[authority]/[database][?query]
+    std::size_t scheme = server.find("://");
+    std::size_t path = server.find('/', scheme == std::string::npos ? 0 : scheme + 3);
+    std::size_t query = server.find('?');
+    std::string head = path == std::string::npos ? server.substr(0, query) : server.substr(0, path);
+    std::string tail = query == std::string::npos ? "" : server.substr(query);
+    return head + "/" + database + tail;
+}
+
+void postgresql_admin(const std::string& server, const std::string& statement) {
+#if TAVELOR_POSTGRESQL
+    PGconn* c = PQconnectdb(server.c_str());
+    std::string error;
+    if (PQstatus(c) != CONNECTION_OK) {
+        error = PQerrorMessage(c);
+    } else {
+        PGresult* r = PQexec(c, statement.c_str());
+        if (PQresultStatus(r) != PGRES_COMMAND_OK) error = PQresultErrorMessage(r);
+        PQclear(r);
+    }
+    PQfinish(c);
+    if (!error.empty()) throw std::runtime_error(statement + ": " + error);
+#else
+    throw std::runtime_error("built without libpq: " + statement);
+#endif
+}
+
 TestSite::TestSite() {
     password::use_least_cost();
     char tmpl[] = "/tmp/tavelor-test-XXXXXX";
@@ -47,7 +91,18 @@ TestSite::TestSite() {
     dir_ = tmpl;
     root_ = dir_ + "/site";
     log_ = dir_ + "/app.log";
-    init_site(root_, TAVELOR_TEMPLATE_DIR);
+    std::string database_url;
+    if (std::string server = test_postgresql_server(); !server.empty()) {
+        static std::atomic<unsigned> count{0};
+        pg_database_ = "tavelor_test_" + std::to_string(::getpid()) + "_" + std::to_string(++count);
+        // A copy of a database made once by init (tools/test.sh) is much
+        // quicker than building the schema again for every site.
+        const char* tpl = std::getenv("TAVELOR_TEST_POSTGRES_TEMPLATE");
+        postgresql_admin(server, "CREATE DATABASE " + pg_database_ +
+                                     (tpl && *tpl ? std::string(" TEMPLATE ") + tpl : std::string()));
+        database_url = postgresql_url_with_database(server, pg_database_);
+    }
+    init_site(root_, TAVELOR_TEMPLATE_DIR, database_url);
     site_ = std::make_unique<Site>(root_, log_);
     root_ = site_->root();
     db_.Open("driver={Microsoft Access Driver (*.mdb)};UID=sa;PWD=;dbq=" + root_ + "/datebase/office.mdb");
@@ -56,6 +111,14 @@ TestSite::TestSite() {
 TestSite::~TestSite() {
     db_.close();
     site_.reset();
+    if (!pg_database_.empty()) {
+        forget_postgresql(layout::database_path(root_));
+        try {
+            postgresql_admin(test_postgresql_server(), "DROP DATABASE IF EXISTS " + pg_database_ + " WITH (FORCE)");
+        } catch (const std::exception&) {
+            // Left for the cluster's removal at the end of the run.
+        }
+    }
     std::error_code ec;
     fs::remove_all(dir_, ec);
 }

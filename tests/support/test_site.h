@@ -29,6 +29,15 @@ struct Reply {
 // non-ASCII and reserved ones percent-escaped.
 std::string form_encode(const std::string& utf8);
 
+// The server the fixture makes each site's database on, from
+// TAVELOR_TEST_POSTGRES (a postgresql:// URL of a database the role may
+// create databases from) when TAVELOR_TEST_ENGINE=postgresql; "" for SQLite.
+std::string test_postgresql_server();
+// `server` with its database name replaced.
+std::string postgresql_url_with_database(const std::string& server, const std::string& database);
+// Runs one administrative statement on the server (create/drop database).
+void postgresql_admin(const std::string& server, const std::string& statement);
+
 class TestSite {
 public:
     TestSite();
@@ -63,6 +72,7 @@ private:
     std::string dir_;
     std::string root_;
     std::string log_;
+    std::string pg_database_;  // the site's own database when the suite runs on PostgreSQL
     std::unique_ptr<Site> site_;
     std::string cookie_;
     Connection db_;
