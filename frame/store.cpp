@@ -69,17 +69,6 @@ std::string dbq_of(const std::string& cs) {
     return "";
 }
 
-// The first word of a statement: the dialect knows only these four.
-bool allowed_verb(std::string_view sql) {
-    std::size_t i = 0;
-    while (i < sql.size() && (std::isspace(static_cast<unsigned char>(sql[i])) || sql[i] == '(')) ++i;
-    std::size_t j = i;
-    while (j < sql.size() && std::isalpha(static_cast<unsigned char>(sql[j]))) ++j;
-    std::string_view verb = sql.substr(i, j - i);
-    return iequals(verb, "select") || iequals(verb, "insert") || iequals(verb, "update") ||
-           iequals(verb, "delete");
-}
-
 Value column_value(sqlite3_stmt* st, int i) {
     switch (sqlite3_column_type(st, i)) {
     case SQLITE_NULL: return Value::null();
@@ -772,7 +761,7 @@ static sqlite3_stmt* prepare_engine(sqlite3* db, const std::string& text);
 static sqlite3_stmt* prepare_checked(sqlite3* db, const std::string& placeholders, std::size_t window_rows,
                                      long long window_offset) {
     std::string text = translate_sql(placeholders);
-    if (!allowed_verb(text)) raise_error(err::sql_failure, invalid_statement);
+    if (!store_detail::allowed_verb(text)) raise_error(err::sql_failure, invalid_statement);
     if (window_rows) {
         // One screen of a list: the statement as written, cut by the engine.
         std::size_t end = text.size();

@@ -51,6 +51,20 @@ bool is_comparison(const Token& t) {
 
 }  // namespace
 
+namespace store_detail {
+
+bool allowed_verb(std::string_view sql) {
+    std::size_t i = 0;
+    while (i < sql.size() && (std::isspace(static_cast<unsigned char>(sql[i])) || sql[i] == '(')) ++i;
+    std::size_t j = i;
+    while (j < sql.size() && std::isalpha(static_cast<unsigned char>(sql[j]))) ++j;
+    std::string_view verb = sql.substr(i, j - i);
+    return iequals(verb, "select") || iequals(verb, "insert") || iequals(verb, "update") ||
+           iequals(verb, "delete");
+}
+
+}  // namespace store_detail
+
 std::string translate_sql(std::string_view sql) {
     std::vector<Token> toks = tokenize(sql);
     auto next_sig = [&](std::size_t i) -> const Token* {

@@ -19,6 +19,7 @@
 
 #include "frame/errors.h"
 #include "frame/paths.h"
+#include "frame/store_dialect.h"
 #include "frame/sql_tokens.h"
 
 #if TAVELOR_POSTGRESQL
@@ -286,7 +287,9 @@ private:
     // The server's text of a statement, checked to be one of the four verbs.
     static std::string checked_text(const BoundSql& bound, std::size_t window_rows) {
         std::string text = translate_sql_postgresql(bound.text);
-        if (!allowed(text))
+        // One statement of the four verbs: the server refuses a second one in
+        // a prepared statement itself.
+        if (!store_detail::allowed_verb(text))
             raise_error(err::sql_failure,
                         "Invalid SQL statement; expected 'DELETE', 'INSERT', 'PROCEDURE', 'SELECT', or 'UPDATE'.");
         const int n = static_cast<int>(bound.params.size());
@@ -332,18 +335,6 @@ private:
         Result d{PQexec(conn_, ("DEALLOCATE " + it->second->second).c_str())};
         lru_.erase(it->second);
         by_key_.erase(it);
-    }
-
-    // One statement of the four verbs: the server refuses a second one in a
-    // prepared statement itself.
-    static bool allowed(std::string_view sql) {
-        std::size_t i = 0;
-        while (i < sql.size() && (std::isspace(static_cast<unsigned char>(sql[i])) || sql[i] == '(')) ++i;
-        std::size_t j = i;
-        while (j < sql.size() && std::isalpha(static_cast<unsigned char>(sql[j]))) ++j;
-        std::string_view verb = sql.substr(i, j - i);
-        return iequals(verb, "select") || iequals(verb, "insert") || iequals(verb, "update") ||
-               iequals(verb, "delete");
     }
 
     std::string url_;
