@@ -87,6 +87,13 @@ std::string postgresql_url_file(const std::string& db_path) {
     return std::filesystem::path(db_path).parent_path().string() + "/" + url_file;
 }
 
+bool on_postgresql(const std::string& db_path) {
+    if (Registry::instance().get(db_path)) return true;
+    std::string found;
+    if (physical_path(db_path, found)) return false;
+    return store_detail::postgresql_url_for(db_path, true).has_value();
+}
+
 namespace store_detail {
 
 std::optional<std::string> postgresql_url_for(const std::string& db_path, bool on_disk) {
@@ -474,7 +481,24 @@ void build_postgresql_database(const std::string& url, const std::string& schema
         // A database that has the tables already is left as it is.
         Result r{PQexec(c, "select 1 from information_schema.tables where table_schema = current_schema() "
                            "and table_name = 'software'")};
-        if (PQresultStatus(r.r) == PGRES_TUPLES_OK && PQntuples(r.r) > 0) return;
+        if (PQresultStatus(r.r) == PGRES_TUPLES_OK && PQntuples(r.r) > 0) {
+            // Built before: only what the schema makes IF NOT EXISTS, the
+            // tables added since, is made now, without a notice for each
+            // one there already.
+            Result quiet{PQexec(c, "SET client_min_messages = warning")};
+            for (const std::string& s : statements_of(schema_sql)) {
+                std::size_t b = s.find_first_not_of(" \t\r\n");
+                if (b == std::string::npos) continue;
+                std::string head = lower(s.substr(b, 40));
+                if (head.rfind("create table if not exists", 0) != 0 && head.rfind("create index if not exists", 0) != 0)
+                    continue;
+                Result u{PQexec(c, s.c_str())};
+                if (PQresultStatus(u.r) != PGRES_COMMAND_OK)
+                    throw std::runtime_error("upgrading the database at " + url + ": " +
+                                             trimmed_error(PQresultErrorMessage(u.r)));
+            }
+            return;
+        }
     }
     // One transaction: a half-built database would pass for a good one.
     std::vector<std::string> all{"BEGIN"};

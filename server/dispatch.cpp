@@ -12,9 +12,12 @@
 #include "frame/page.h"
 #include "frame/paths.h"
 #include "frame/request_scope.h"
+#include "frame/site_layout.h"
+#include "frame/store.h"
 #include "server/cross_site.h"
 #include "server/error_answers.h"
 #include "server/page_table.h"
+#include "server/session_table.h"
 
 namespace tav {
 
@@ -59,7 +62,12 @@ Site::Site(const std::string& root, const std::string& log_path)
     : root_(std::filesystem::weakly_canonical(root).string()),
       log_(log_path),
       static_files_(root_),
-      private_files_(root_) {}
+      private_files_(root_) {
+    // A site on a database server may have other servers beside this one:
+    // its sessions live in the database, so any of them can take a request.
+    const std::string db = layout::database_path(root_);
+    if (on_postgresql(db)) sessions_.share_through(session_table(db, log_));
+}
 
 std::string Site::account_of(const HttpRequest& req) {
     auto data = session_of(sessions_, req);

@@ -52,7 +52,11 @@ std::string settle_session(SessionStore& store, SessionStore::Lease& lease, cons
                          "signed-in ones)");
         return {};
     }
-    if (lease && session.renew_requested()) return std::string(kSessionCookie) + "=" + store.renew(lease) + attrs;
+    if (lease && session.renew_requested()) {
+        std::string id = store.renew(lease);
+        // A store that could not renew it ended the session.
+        return std::string(kSessionCookie) + "=" + (id.empty() ? std::string("; Max-Age=0") : id) + attrs;
+    }
     return {};
 }
 

@@ -1,9 +1,15 @@
 #include "server/sessions.h"
 
+#include <sodium.h>
 #include <sys/random.h>
 
+#include <algorithm>
 #include <cerrno>
+#include <cstdio>
+#include <cstdlib>
 #include <stdexcept>
+
+#include "frame/encoding.h"
 
 namespace tav {
 
@@ -48,6 +54,139 @@ std::string SessionStore::new_id() {
         id += hex[b & 15];
     }
     return id;
+}
+
+bool SessionStore::plausible_id(const std::string& id) {
+    if (id.size() != 32) return false;
+    for (char c : id)
+        if (!((c >= '0' && c <= '9') || (c >= 'a' && c <= 'f'))) return false;
+    return true;
+}
+
+std::string SessionStore::key_of(const std::string& id) {
+    unsigned char out[32];
+    crypto_generichash(out, sizeof out, reinterpret_cast<const unsigned char*>(id.data()), id.size(), nullptr, 0);
+    static const char hex[] = "0123456789abcdef";
+    std::string key;
+    for (unsigned char b : out) {
+        key += hex[b >> 4];
+        key += hex[b & 15];
+    }
+    return key;
+}
+
+namespace {
+
+// One field of the session text: bytes that could end a field or a line,
+// stop the store (NUL, apostrophe) or break the server's UTF-8 go as %XX.
+void put_field(std::string& out, const std::string& text) {
+    const bool utf8 = is_valid_utf8(text);
+    static const char hex[] = "0123456789ABCDEF";
+    for (unsigned char c : text) {
+        if (c < 0x20 || c == 0x7f || c == '%' || c == '\'' || (c >= 0x80 && !utf8)) {
+            out += '%';
+            out += hex[c >> 4];
+            out += hex[c & 15];
+        } else {
+            out += static_cast<char>(c);
+        }
+    }
+}
+
+int hex_digit(char c) {
+    if (c >= '0' && c <= '9') return c - '0';
+    if (c >= 'A' && c <= 'F') return c - 'A' + 10;
+    return -1;
+}
+
+bool get_field(std::string_view in, std::string& out) {
+    out.clear();
+    for (std::size_t i = 0; i < in.size(); ++i) {
+        if (in[i] != '%') {
+            out += in[i];
+            continue;
+        }
+        if (i + 2 >= in.size()) return false;
+        int hi = hex_digit(in[i + 1]), lo = hex_digit(in[i + 2]);
+        if (hi < 0 || lo < 0) return false;
+        out += static_cast<char>(hi * 16 + lo);
+        i += 2;
+    }
+    return true;
+}
+
+}  // namespace
+
+// A line a value: the key, a tab, its kind (e empty, n null, d number,
+// t text) and what it holds.
+std::string SessionStore::serialise(const SessionData& data) {
+    std::lock_guard lock(data.mu);
+    std::vector<const std::pair<const std::string, Value>*> sorted;
+    for (const auto& kv : data.values) sorted.push_back(&kv);
+    // The same values give the same text: an unchanged session is not written.
+    std::sort(sorted.begin(), sorted.end(), [](auto* a, auto* b) { return a->first < b->first; });
+    std::string out;
+    for (const auto* kv : sorted) {
+        put_field(out, kv->first);
+        out += '\t';
+        const Value& v = kv->second;
+        switch (v.kind()) {
+        case Value::Kind::Empty: out += 'e'; break;
+        case Value::Kind::Null: out += 'n'; break;
+        case Value::Kind::Number: {
+            char buf[40];
+            std::snprintf(buf, sizeof buf, "d%.17g", v.num());
+            out += buf;
+            break;
+        }
+        case Value::Kind::Text:
+            out += 't';
+            put_field(out, v.str());
+            break;
+        }
+        out += '\n';
+    }
+    return out;
+}
+
+std::optional<std::unordered_map<std::string, Value>> SessionStore::parse(const std::string& text) {
+    std::unordered_map<std::string, Value> values;
+    std::string_view rest = text;
+    std::string key, field;
+    while (!rest.empty()) {
+        std::size_t nl = rest.find('\n');
+        if (nl == std::string_view::npos) return std::nullopt;
+        std::string_view line = rest.substr(0, nl);
+        rest.remove_prefix(nl + 1);
+        std::size_t tab = line.find('\t');
+        if (tab == std::string_view::npos || tab + 1 >= line.size() || !get_field(line.substr(0, tab), key))
+            return std::nullopt;
+        std::string_view body = line.substr(tab + 2);
+        switch (line[tab + 1]) {
+        case 'e':
+            if (!body.empty()) return std::nullopt;
+            values[key] = Value();
+            break;
+        case 'n':
+            if (!body.empty()) return std::nullopt;
+            values[key] = Value::null();
+            break;
+        case 'd': {
+            std::string number(body);
+            char* end = nullptr;
+            double d = std::strtod(number.c_str(), &end);
+            if (number.empty() || end != number.c_str() + number.size()) return std::nullopt;
+            values[key] = Value(d);
+            break;
+        }
+        case 't':
+            if (!get_field(body, field)) return std::nullopt;
+            values[key] = Value(field);
+            break;
+        default: return std::nullopt;
+        }
+    }
+    return values;
 }
 
 bool SessionStore::live_locked(const Entry& e, Clock::time_point now) const {
@@ -119,6 +258,7 @@ std::string SessionStore::insert_locked(std::shared_ptr<Entry> e, Clock::time_po
 SessionStore::Lease SessionStore::acquire(const std::string& id, unsigned max_users) {
     Lease lease;
     if (id.empty()) return lease;
+    if (backing_) return acquire_shared(id, max_users);
     std::shared_ptr<Entry> e;
     {
         auto now = Clock::now();
@@ -150,6 +290,7 @@ SessionStore::Lease SessionStore::acquire(const std::string& id, unsigned max_us
 
 std::shared_ptr<SessionData> SessionStore::peek(const std::string& id) {
     if (id.empty()) return nullptr;
+    if (backing_) return load_shared(id, nullptr, nullptr);
     std::lock_guard lock(mu_);
     auto it = sessions_.find(id);
     if (it == sessions_.end() || !live_locked(*it->second, Clock::now())) return nullptr;
@@ -160,12 +301,41 @@ std::string SessionStore::add(std::shared_ptr<SessionData> data, const std::stri
     auto e = std::make_shared<Entry>();
     e->data = std::move(data);
     auto now = Clock::now();
-    std::lock_guard lock(mu_);
+    std::unique_lock lock(mu_);
     if (!address_allows_locked(addr, now)) return {};
-    return insert_locked(std::move(e), now);
+    if (!backing_) return insert_locked(std::move(e), now);
+    const bool sweep = added_++ % 256 == 0;
+    lock.unlock();
+    const long long wall = wall_seconds();
+    if (sweep) guarded("sweep", [&] { backing_->sweep(wall, cap_); });
+    SessionBacking::Row row{serialise(*e->data), has_account(*e->data), wall + idle_.count()};
+    if (row.values.size() > kMaxSharedBytes) return {};
+    std::string id = new_id();
+    if (!guarded("insert", [&] { backing_->insert(key_of(id), row); })) return {};
+    return id;
 }
 
 std::string SessionStore::renew(Lease& lease) {
+    if (backing_) {
+        std::string id = new_id();
+        // Every server reads the row by its key: under the new one it is
+        // this request's, under the old one nobody's.
+        const bool renamed = guarded("renew", [&] { backing_->rename(key_of(lease.id_), key_of(id)); });
+        std::lock_guard lock(mu_);
+        if (!renamed) {
+            // Never the new values under the old id: the request ends without a session.
+            lease.entry_->gone = true;
+            return {};
+        }
+        auto& e = lease.entry_;
+        if (auto it = held_.find(e->held_as); it != held_.end() && it->second == e) held_.erase(it);
+        // Requests still waiting under the old id find no row; later ones
+        // under the new id wait for this one here.
+        e->held_as = id;
+        held_[id] = e;
+        lease.id_ = id;
+        return id;
+    }
     std::lock_guard lock(mu_);
     auto it = sessions_.find(lease.id_);
     if (it != sessions_.end() && it->second == lease.entry_) {
@@ -188,18 +358,31 @@ std::string SessionStore::renew(Lease& lease) {
 }
 
 void SessionStore::remove(const std::string& id) {
+    if (backing_) {
+        if (!plausible_id(id)) return;
+        guarded("remove", [&] { backing_->remove(key_of(id)); });
+        std::lock_guard lock(mu_);
+        if (auto it = held_.find(id); it != held_.end()) it->second->gone = true;
+        return;
+    }
     std::lock_guard lock(mu_);
     auto it = sessions_.find(id);
     if (it != sessions_.end()) erase_locked(it);
 }
 
 std::size_t SessionStore::size() {
+    if (backing_) {
+        std::size_t n = 0;
+        guarded("count", [&] { n = backing_->count(wall_seconds()); });
+        return n;
+    }
     std::lock_guard lock(mu_);
     return sessions_.size();
 }
 
 SessionStore::Lease::Lease(Lease&& o) noexcept
-    : store_(o.store_), entry_(std::move(o.entry_)), data_(std::move(o.data_)), id_(std::move(o.id_)) {
+    : store_(o.store_), entry_(std::move(o.entry_)), data_(std::move(o.data_)), id_(std::move(o.id_)),
+      busy_(o.busy_), stored_(std::move(o.stored_)), expires_(o.expires_) {
     o.store_ = nullptr;
 }
 
@@ -210,6 +393,9 @@ SessionStore::Lease& SessionStore::Lease::operator=(Lease&& o) noexcept {
         entry_ = std::move(o.entry_);
         data_ = std::move(o.data_);
         id_ = std::move(o.id_);
+        busy_ = o.busy_;
+        stored_ = std::move(o.stored_);
+        expires_ = o.expires_;
         o.store_ = nullptr;
     }
     return *this;
@@ -219,6 +405,20 @@ SessionStore::Lease::~Lease() { release(); }
 
 void SessionStore::Lease::release() {
     if (!store_ || !entry_) return;
+    if (store_->backing_) {
+        // Written before the next request of the session runs here and
+        // before the answer leaves, so the next one finds it on any server.
+        if (data_ && !entry_->gone) store_->write_back(*this);
+        entry_->run.unlock();
+        {
+            std::lock_guard lock(store_->mu_);
+            store_->let_go_locked(*entry_);
+        }
+        store_ = nullptr;
+        entry_.reset();
+        data_.reset();
+        return;
+    }
     // The page may have logged the session in or out.
     bool account = has_account(*entry_->data);
     entry_->run.unlock();
@@ -231,6 +431,97 @@ void SessionStore::Lease::release() {
     store_ = nullptr;
     entry_.reset();
     data_.reset();
+}
+
+// ---- Shared sessions
+
+void SessionStore::share_through(std::unique_ptr<SessionBacking> backing) { backing_ = std::move(backing); }
+
+template <class F>
+bool SessionStore::guarded(const char* what, F&& f) {
+    try {
+        f();
+        return true;
+    } catch (const std::exception& e) {
+        backing_->failed(std::string("session ") + what + ": " + e.what());
+    } catch (...) {
+        // The request's time ran out in the store: the session stays as it was.
+        backing_->failed(std::string("session ") + what + ": interrupted");
+    }
+    return false;
+}
+
+std::shared_ptr<SessionData> SessionStore::load_shared(const std::string& id, std::string* stored, long long* expires) {
+    if (!plausible_id(id)) return nullptr;
+    std::optional<SessionBacking::Row> row;
+    if (!guarded("read", [&] { row = backing_->load(key_of(id)); }) || !row) return nullptr;
+    if (row->expires < wall_seconds()) return nullptr;  // the sweep removes it
+    auto values = parse(row->values);
+    if (!values) {
+        backing_->failed("session read: a row that is no session's text, taken for none");
+        return nullptr;
+    }
+    auto data = std::make_shared<SessionData>();
+    data->values = std::move(*values);
+    if (stored) *stored = std::move(row->values);
+    if (expires) *expires = row->expires;
+    return data;
+}
+
+SessionStore::Lease SessionStore::acquire_shared(const std::string& id, unsigned max_users) {
+    Lease lease;
+    if (!plausible_id(id)) return lease;
+    std::shared_ptr<Entry> e;
+    {
+        std::lock_guard lock(mu_);
+        auto& slot = held_[id];
+        if (!slot) {
+            slot = std::make_shared<Entry>();
+            slot->held_as = id;
+        }
+        e = slot;
+        if (max_users && e->users >= max_users) {
+            lease.busy_ = true;
+            return lease;
+        }
+        ++e->users;
+    }
+    e->run.lock();
+    lease.store_ = this;
+    lease.entry_ = e;
+    lease.id_ = id;
+    // Read only now: the request before, here, has written its values.
+    lease.data_ = load_shared(id, &lease.stored_, &lease.expires_);
+    return lease;
+}
+
+void SessionStore::write_back(Lease& lease) {
+    const long long now = wall_seconds();
+    SessionBacking::Row row{serialise(*lease.data_), has_account(*lease.data_), now + idle_.count()};
+    const std::string key = key_of(lease.id_);
+    if (row.values != lease.stored_) {
+        if (row.values.size() > kMaxSharedBytes) {
+            backing_->failed("session write: " + std::to_string(row.values.size()) +
+                             " bytes of values, over the limit; the session keeps its values before the request");
+            return;
+        }
+        guarded("write", [&] { backing_->save(key, row); });
+        return;
+    }
+    // Unchanged values: the expiry moves on at most once a minute (or a
+    // quarter of the idle time), not once a page.
+    const long long step = std::min<long long>(60, idle_.count() / 4);
+    if (lease.expires_ < row.expires - step) guarded("touch", [&] { backing_->touch(key, row.expires); });
+}
+
+void SessionStore::let_go_locked(Entry& e) {
+    if (--e.users > 0) return;
+    if (auto it = held_.find(e.held_as); it != held_.end() && it->second.get() == &e) held_.erase(it);
+}
+
+long long SessionStore::wall_seconds() {
+    return std::chrono::duration_cast<std::chrono::seconds>(std::chrono::system_clock::now().time_since_epoch())
+        .count();
 }
 
 }  // namespace tav

@@ -7,6 +7,7 @@
 #include <list>
 #include <memory>
 #include <mutex>
+#include <optional>
 #include <string>
 #include <unordered_map>
 
@@ -23,6 +24,34 @@ namespace tav {
 struct SessionAddressCap {
     unsigned sessions = 600;
     std::chrono::seconds window = std::chrono::minutes(10);
+};
+
+// Where the sessions live when several servers serve one site: a table of
+// the site's database. Rows are keyed by a hash of the session id, never
+// the id; the values are the store's text (SessionStore::serialise). The
+// store catches what these throw: a session the table cannot give is no
+// session, a write it refuses leaves the row as it was.
+class SessionBacking {
+public:
+    struct Row {
+        std::string values;
+        bool account = false;
+        long long expires = 0;  // seconds since the epoch
+    };
+    virtual ~SessionBacking() = default;
+    virtual std::optional<Row> load(const std::string& key) = 0;
+    virtual void insert(const std::string& key, const Row& row) = 0;
+    // Changes a row that is there; never makes one.
+    virtual void save(const std::string& key, const Row& row) = 0;
+    virtual void touch(const std::string& key, long long expires) = 0;
+    virtual void rename(const std::string& from, const std::string& to) = 0;
+    virtual void remove(const std::string& key) = 0;
+    // Drops the rows expired by now, then anonymous ones idle longest while
+    // more than cap remain.
+    virtual void sweep(long long now, std::size_t cap) = 0;
+    virtual std::size_t count(long long now) = 0;
+    // What failed, for the log.
+    virtual void failed(const std::string& what) = 0;
 };
 
 class SessionStore {
@@ -61,6 +90,8 @@ public:
         std::shared_ptr<SessionData> data_;
         std::string id_;
         bool busy_ = false;
+        std::string stored_;        // shared: the values as read
+        long long expires_ = 0;     // shared: the row's expiry as read
     };
 
     // Waits until no other request holds the session, then holds it. With
@@ -78,12 +109,30 @@ public:
     // longest; a signed-in one goes only for another signed-in one.
     std::string add(std::shared_ptr<SessionData> data, const std::string& addr = {});
     // Gives the leased session a new id; the old one no longer reaches it.
+    // "" when the shared table refused: the session then ends with the request.
     std::string renew(Lease& lease);
     void remove(const std::string& id);
     std::size_t size();
 
+    // From now on the sessions live in `backing`, shared with other servers
+    // of the site; this store only lets one request of a session run at a
+    // time here and counts the new sessions of each address. Call before
+    // the first request.
+    void share_through(std::unique_ptr<SessionBacking> backing);
+
     // 128 random bits from the kernel, as 32 hex digits.
     static std::string new_id();
+    // Only an id of that form reaches the shared table.
+    static bool plausible_id(const std::string& id);
+    // The table's key of an id: its BLAKE2b hash, so that whoever reads the
+    // table cannot take over a session.
+    static std::string key_of(const std::string& id);
+    // The values as one text without NULs, apostrophes or invalid UTF-8, and
+    // back; nullopt for a text that is not one (read as no session).
+    static std::string serialise(const SessionData& data);
+    static std::optional<std::unordered_map<std::string, Value>> parse(const std::string& text);
+    // The most a session's text may take in the table; a bigger one is not written.
+    static constexpr std::size_t kMaxSharedBytes = 8u << 20;
 
 private:
     using Lru = std::list<std::string>;
@@ -95,6 +144,7 @@ private:
         Lru::iterator lru;        // position in its list of lru_, front = most recent
         bool account = false;     // logged in: in lru_[1], else lru_[0]
         bool gone = false;        // removed while a request waited for it
+        std::string held_as;      // shared: its key in held_
     };
 
     void erase_locked(std::unordered_map<std::string, std::shared_ptr<Entry>>::iterator it);
@@ -121,6 +171,19 @@ private:
     std::unordered_map<std::string, Window> opened_;  // new sessions by address
     bool address_allows_locked(const std::string& addr, Clock::time_point now);
     unsigned counter_ = 0;
+
+    // Shared sessions: the entries of requests running or waiting here.
+    std::unique_ptr<SessionBacking> backing_;
+    std::unordered_map<std::string, std::shared_ptr<Entry>> held_;
+    unsigned added_ = 0;
+    Lease acquire_shared(const std::string& id, unsigned max_users);
+    std::shared_ptr<SessionData> load_shared(const std::string& id, std::string* stored, long long* expires);
+    void write_back(Lease& lease);
+    void let_go_locked(Entry& e);
+    // Shared expiry is wall-clock time: the servers' clocks must agree (NTP).
+    static long long wall_seconds();
+    template <class F>
+    bool guarded(const char* what, F&& f);
 };
 
 }  // namespace tav

@@ -393,3 +393,15 @@ BEGIN
                    t || '_follow_id', t, pg_get_serial_sequence(quote_ident(t), 'id'));
   END LOOP;
 END $$;
+
+-- The sessions of the servers that share this database, keyed by a hash of
+-- the session id (never the id itself): the values as the program's text,
+-- whether an account is signed in, the expiry in seconds since the epoch.
+-- IF NOT EXISTS: a database built before the table gets it at the next serve.
+CREATE TABLE IF NOT EXISTS tav_session (
+  id_hash text PRIMARY KEY,
+  vals text NOT NULL,
+  account integer NOT NULL DEFAULT 0,
+  expires bigint NOT NULL
+);
+CREATE INDEX IF NOT EXISTS tav_session_idle ON tav_session (account, expires);
