@@ -41,9 +41,16 @@ public:
         const long long over = rs.eof() ? 0 : rs("n").lng() - static_cast<long long>(cap);
         // Signed-in sessions are never dropped for room: only a login makes
         // one, and the login is throttled.
-        if (over > 0)
-            c.execute("delete from tav_session where id_hash in (select top "_sql + over +
-                      " id_hash from tav_session where account=0 order by expires)");
+        if (over <= 0) return;
+        // The expiry of the last one to go, then all up to it (ties go
+        // too). top takes a number written in the statement, not a bound
+        // value; this one is the program's own count.
+        Recordset idle = c.execute(Sql::trusted("select top " + std::to_string(over) +
+                                                " expires from tav_session where account=0 order by expires"));
+        long long cutoff = 0;
+        bool any = false;
+        for (; !idle.eof(); idle.movenext(), any = true) cutoff = idle("expires").lng();
+        if (any) c.execute("delete from tav_session where account=0 and expires<="_sql + cutoff);
     }
     std::size_t count(long long now) override {
         Recordset rs = open().execute("select count(*) as n from tav_session where expires>="_sql + now);
