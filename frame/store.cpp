@@ -542,6 +542,7 @@ struct Connection::Impl {
 void Connection::hold_reads(bool on) {
     if (!is_open()) return;
     impl_->hold_reads = on;
+    if (impl_->pg) impl_->pg->hold_reads(on);
     if (!on && impl_->h) impl_->h->end_reads();
 }
 

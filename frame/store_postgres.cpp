@@ -190,11 +190,30 @@ public:
     ~PgServerSession() override { PQfinish(conn_); }
     const std::string& url() const { return url_; }
     bool healthy() const override {
-        return PQstatus(conn_) == CONNECTION_OK && PQtransactionStatus(conn_) == PQTRANS_IDLE;
+        const PGTransactionStatusType t = PQtransactionStatus(conn_);
+        return PQstatus(conn_) == CONNECTION_OK &&
+               (t == PQTRANS_IDLE || (in_snapshot_ && t == PQTRANS_INTRANS));
+    }
+
+    void hold_reads(bool on) override {
+        hold_ = on;
+        if (!on) end_snapshot();
     }
 
     std::shared_ptr<Recordset::Data> run(const BoundSql& bound, std::size_t window_rows,
                                          long long window_offset) override {
+        // A page's reads share a snapshot; a write ends it first, runs on its
+        // own and commits at once, and the page's next read sees it.
+        if (is_read(bound.text)) {
+            if (hold_ && !in_snapshot_) {
+                Result b{PQexec(conn_, "BEGIN ISOLATION LEVEL REPEATABLE READ READ ONLY")};
+                if (PQresultStatus(b.r) != PGRES_COMMAND_OK)
+                    raise_error(err::db_failure, "[PostgreSQL] " + trimmed_error(PQresultErrorMessage(b.r)));
+                in_snapshot_ = true;
+            }
+        } else {
+            end_snapshot();
+        }
         std::string key = bound.text;
         if (window_rows) key += "\n-- window";
         // A statement without values is mostly one of a kind (set-up, tools):
@@ -239,6 +258,8 @@ public:
                                          lengths.data(), nullptr, 0)};
         ExecStatusType status = PQresultStatus(res.r);
         if (status != PGRES_TUPLES_OK && status != PGRES_COMMAND_OK) {
+            // A failed statement aborts the snapshot: the next read begins another.
+            end_snapshot();
             // A statement the server no longer knows (a reset) is prepared anew next time.
             forget(key);
             raise_error(err::sql_failure, trimmed_error(PQresultErrorMessage(res.r)));
@@ -329,6 +350,19 @@ private:
         return lru_.front().second;
     }
 
+    static bool is_read(const std::string& text) {
+        std::size_t i = 0;
+        while (i < text.size() && (std::isspace(static_cast<unsigned char>(text[i])) || text[i] == '(')) ++i;
+        return text.size() - i >= 6 && iequals(std::string_view(text).substr(i, 6), "select");
+    }
+
+    void end_snapshot() {
+        if (!in_snapshot_) return;
+        in_snapshot_ = false;
+        // Read only: nothing to keep, and a failed one ends the same way.
+        Result r{PQexec(conn_, "ROLLBACK")};
+    }
+
     void forget(const std::string& key) {
         auto it = by_key_.find(key);
         if (it == by_key_.end()) return;
@@ -343,6 +377,7 @@ private:
     std::list<std::pair<std::string, std::string>> lru_;  // key, statement name; most recent first
     std::unordered_map<std::string, std::list<std::pair<std::string, std::string>>::iterator> by_key_;
     std::unordered_set<std::string> names_;
+    bool hold_ = false, in_snapshot_ = false;
 };
 
 std::unique_ptr<PgServerSession> PgPool::take(const std::string& url) {
@@ -367,12 +402,16 @@ void PgPool::give(std::unique_ptr<PgServerSession> s) {
 class PooledSession final : public store_detail::PgSession {
 public:
     explicit PooledSession(std::unique_ptr<PgServerSession> s) : s_(std::move(s)) {}
-    ~PooledSession() override { PgPool::instance().give(std::move(s_)); }
+    ~PooledSession() override {
+        s_->hold_reads(false);  // no snapshot outlives its page
+        PgPool::instance().give(std::move(s_));
+    }
     std::shared_ptr<Recordset::Data> run(const BoundSql& b, std::size_t rows, long long offset) override {
         return s_->run(b, rows, offset);
     }
     bool schema_name(const std::string& name) override { return s_->schema_name(name); }
     bool healthy() const override { return s_->healthy(); }
+    void hold_reads(bool on) override { s_->hold_reads(on); }
 
 private:
     std::unique_ptr<PgServerSession> s_;
