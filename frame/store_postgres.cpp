@@ -5,6 +5,7 @@
 // on its own, as on SQLite, so an error never leaves a transaction aborted.
 #include "frame/store_postgres.h"
 
+#include <algorithm>
 #include <cctype>
 #include <cstdlib>
 #include <filesystem>
@@ -117,7 +118,10 @@ constexpr std::size_t max_value_bytes = 16 * 1024 * 1024;
 constexpr std::size_t max_result_rows = 200000;
 constexpr std::size_t max_result_bytes = 64 * 1024 * 1024;
 constexpr std::size_t statement_cache_size = 128;
-constexpr std::size_t max_idle = 16;
+// Idle server connections kept: as many as were ever busy at once (a
+// server's workers find theirs again after a burst; a new one costs the
+// server a process and the statements prepared again), within these.
+constexpr std::size_t min_idle = 16, max_idle = 128;
 
 // Type oids of the results the pages read as numbers.
 constexpr Oid bool_oid = 16, int8_oid = 20, int2_oid = 21, int4_oid = 23, oid_oid = 26, float4_oid = 700,
@@ -182,6 +186,7 @@ public:
 private:
     std::mutex mutex_;
     std::map<std::string, std::vector<std::unique_ptr<PgServerSession>>> idle_;
+    std::size_t busy_ = 0, peak_ = 0;  // taken and not given back; the most at once
 };
 
 class PgServerSession final : public store_detail::PgSession {
@@ -382,6 +387,7 @@ private:
 
 std::unique_ptr<PgServerSession> PgPool::take(const std::string& url) {
     std::lock_guard lock(mutex_);
+    peak_ = std::max(peak_, ++busy_);
     auto it = idle_.find(url);
     while (it != idle_.end() && !it->second.empty()) {
         auto s = std::move(it->second.back());
@@ -392,10 +398,11 @@ std::unique_ptr<PgServerSession> PgPool::take(const std::string& url) {
 }
 
 void PgPool::give(std::unique_ptr<PgServerSession> s) {
-    if (!s->healthy()) return;
     std::lock_guard lock(mutex_);
+    --busy_;
+    if (!s || !s->healthy()) return;
     auto& list = idle_[s->url()];
-    if (list.size() < max_idle) list.push_back(std::move(s));
+    if (list.size() < std::clamp(peak_, min_idle, max_idle)) list.push_back(std::move(s));
 }
 
 // Returns its server connection to the pool when the page's connection closes.
@@ -449,7 +456,10 @@ std::unique_ptr<PgSession> PgSession::open(const std::string& url) {
     if (!s) {
         std::string error;
         PGconn* c = connect(url, error);
-        if (!c) raise_error(err::db_failure, "[PostgreSQL] " + error);
+        if (!c) {
+            PgPool::instance().give(nullptr);  // counted as taken
+            raise_error(err::db_failure, "[PostgreSQL] " + error);
+        }
         s = std::make_unique<PgServerSession>(url, c);
     }
     return std::make_unique<PooledSession>(std::move(s));
