@@ -117,7 +117,10 @@ int admin_command(int argc, char** argv) {
         for (const std::string& line : r.integrity) std::cout << "integrity: " << line << "\n";
         for (const std::string& line : r.missing) std::cout << "missing: " << line << "\n";
         for (const std::string& line : r.stray) std::cout << "stray: " << line << "\n";
-        std::cout << (r.integrity.empty() ? "database ok" : "database damaged") << "; " << r.missing.size()
+        std::cout << (r.on_postgresql ? "database on PostgreSQL (not checked here)"
+                      : r.integrity.empty() ? "database ok"
+                                            : "database damaged")
+                  << "; " << r.missing.size()
                   << " missing files, " << r.stray.size() << " stray files\n";
         return r.clean() ? 0 : 1;
     } catch (const std::exception& e) {

@@ -237,6 +237,21 @@ TEST(SiteMigration, PagesShowTheSameRowsOnPostgreSQLAndNewRowsTakeIdsPastTheOld)
     EXPECT_EQ(status, 200);
     EXPECT_FALSE(fs::exists(site.root() + "/datebase/office.mdb")) << "serve made a new SQLite file";
 
+    // check reads the rows from the server; backup leaves them to pg_dump.
+    const std::string tavelor = std::string(TAVELOR_BINARY) + " ";
+    out = tav::test::run_command(tavelor + "check '" + site.root() + "'");
+    EXPECT_EQ(out.status, 0) << out.out;
+    EXPECT_TRUE(has(out.out, "database on PostgreSQL")) << out.out;
+    const std::string doc = site.scalar("select Email_doc from Email where Email_title='季度报告'", "Email_doc");
+    ASSERT_TRUE(fs::remove(site.root() + "/Email/" + doc)) << doc;
+    out = tav::test::run_command(tavelor + "check '" + site.root() + "'");
+    EXPECT_EQ(out.status, 1) << out.out;
+    EXPECT_TRUE(has(out.out, "names Email/" + doc + ", which is missing")) << out.out;
+    out = tav::test::run_command(tavelor + "backup '" + site.root() + "' '" + site.root() + ".tar'");
+    EXPECT_EQ(out.status, 1);
+    EXPECT_TRUE(has(out.out, "pg_dump")) << out.out;
+    EXPECT_FALSE(fs::exists(site.root() + ".tar"));
+
     // Again: the site has no SQLite database left; another site into the
     // same database is refused, and replaces it only when told to.
     out = migrate(site, target.url);
