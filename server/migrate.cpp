@@ -73,6 +73,8 @@ std::string format_summary(const Summary& s) {
     for (const std::string& line : s.changed) out << "changed: " << line << "\n";
     if (s.changed_over) out << "changed: " << s.changed_over << " more values\n";
     for (const std::string& line : s.left) out << "not copied: " << line << "\n";
+    if (!s.triggers_off)
+        out << "the role does not own the tables: copied with their triggers and indexes at work (slower)\n";
     if (!s.kept_as.empty()) out << "the SQLite database is kept as " << s.kept_as << "\n";
     return out.str();
 }
@@ -499,7 +501,7 @@ Summary copy_rows(const Options& opt, sqlite3* db) {
         std::string all;
         for (const Table& t : tables) all += (all.empty() ? "" : ", ") + quoted(t.name);
         for (const std::string& t : tallies) all += ", " + quoted(t);
-        pg.exec("TRUNCATE " + all + " RESTART IDENTITY");
+        pg.exec("TRUNCATE " + all);  // the sequences are set below
     }
 
     // Match the SQLite tables and columns with the server's.
