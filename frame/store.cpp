@@ -176,10 +176,6 @@ struct StoreHandle {
     std::size_t text_bytes = 0;
     unsigned text_version = 0;
     sqlite3_stmt* version_st = nullptr;
-    // The database version this handle last read in, for the reads other
-    // handles share (execute_remembered, list screens);
-    // none before its first read.
-    std::optional<unsigned> remembered_version;
     ListMemo& list_memo(const std::string& placeholders) {
         auto it = lists.find(placeholders);
         if (it != lists.end()) return it->second;
@@ -240,29 +236,37 @@ struct StoreHandle {
 namespace {
 
 // Answers of execute_remembered, shared by the process's handles: a count
-// one handle read serves the others while nobody has seen the file change.
-// A handle that sees a change (its data version moved since its last read,
-// or its first read) moves the generation on, which forgets every answer.
-// An answer is kept under the generation read before its snapshot began,
-// and only by a handle that saw no change then: an answer read in a
-// snapshot older than a change is never found after it.
+// one handle read serves the others while the file has not changed. A
+// watcher per file tells, as each shared read's snapshot begins, whether
+// the file changed since its last look (see begin_read); a change moves
+// the generation on once, which forgets every answer. An answer is kept
+// under the generation of the snapshot it was read in, and only when that
+// snapshot is known to be the generation's version.
 class SharedAnswers {
 public:
     static SharedAnswers& instance() {
         static SharedAnswers* answers = new SharedAnswers();  // never destroyed: handles may read at exit
         return *answers;
     }
-    unsigned long long generation() {
+    // Begins a handle's snapshot (`begin`) and then asks the file's watcher,
+    // under one lock, whether the file changed since the watcher last
+    // looked: the snapshots begun in between saw that version, so each
+    // change moves the generation on once, however many handles there are.
+    // Returns the snapshot's generation, or none when a change came in
+    // before the look (the snapshot may hold it or not: it reads alone).
+    std::optional<unsigned long long> begin_read(const std::string& path, const std::string& file_key,
+                                                 const std::function<void()>& begin) {
         std::lock_guard lock(mutex_);
-        return generation_;
-    }
-    void changed() {
-        std::lock_guard lock(mutex_);
-        ++generation_;
-        answers_.clear();
-        too_big_.clear();
-        marks_.clear();
-        reading_done_.notify_all();
+        begin();
+        Watcher& w = watcher_locked(path, file_key);
+        std::optional<long long> version;
+        if (w.st && sqlite3_step(w.st) == SQLITE_ROW) version = sqlite3_column_int64(w.st, 0);
+        if (w.st) sqlite3_reset(w.st);
+        const bool same = version && w.version == version;
+        w.version = version;
+        if (same) return generation_;
+        changed_locked();
+        return std::nullopt;
     }
     // List boundaries (see read_list), shared and forgotten the same way,
     // under a key of the file, the statement and its values: the one at or
@@ -332,6 +336,43 @@ public:
     }
 
 private:
+    void changed_locked() {
+        ++generation_;
+        answers_.clear();
+        too_big_.clear();
+        marks_.clear();
+        reading_done_.notify_all();
+    }
+    // A connection of its own per database file, that only asks its version.
+    struct Watcher {
+        sqlite3* db = nullptr;
+        sqlite3_stmt* st = nullptr;
+        std::optional<long long> version;
+        unsigned long long used = 0;
+    };
+    Watcher& watcher_locked(const std::string& path, const std::string& file_key) {
+        auto it = watchers_.find(file_key);
+        if (it == watchers_.end()) {
+            // Few: one per file a process serves; a replaced file's goes.
+            if (watchers_.size() >= 16) {
+                auto oldest = watchers_.begin();
+                for (auto w = watchers_.begin(); w != watchers_.end(); ++w)
+                    if (w->second.used < oldest->second.used) oldest = w;
+                sqlite3_finalize(oldest->second.st);
+                sqlite3_close_v2(oldest->second.db);
+                watchers_.erase(oldest);
+            }
+            Watcher w;
+            if (sqlite3_open_v2(path.c_str(), &w.db, SQLITE_OPEN_READWRITE | SQLITE_OPEN_NOMUTEX, nullptr) == SQLITE_OK)
+                sqlite3_prepare_v2(w.db, "pragma data_version", -1, &w.st, nullptr);
+            it = watchers_.emplace(file_key, w).first;
+        }
+        it->second.used = ++uses_;
+        return it->second;
+    }
+    std::unordered_map<std::string, Watcher> watchers_;
+    unsigned long long uses_ = 0;
+
     std::mutex mutex_;
     unsigned long long generation_ = 0;
     std::unordered_map<std::string, std::shared_ptr<Recordset::Data>> answers_;
@@ -542,6 +583,7 @@ struct Connection::Impl {
 void Connection::hold_reads(bool on) {
     if (!is_open()) return;
     impl_->hold_reads = on;
+    if (impl_->pg) impl_->pg->hold_reads(on);
     if (!on && impl_->h) impl_->h->end_reads();
 }
 
@@ -623,6 +665,11 @@ std::unique_ptr<StoreHandle> open_handle(const std::string& path, const FileId& 
     sqlite3_busy_timeout(db, busy_timeout_ms);
     sqlite3_db_config(db, SQLITE_DBCONFIG_ENABLE_LOAD_EXTENSION, 0, nullptr);
     sqlite3_db_config(db, SQLITE_DBCONFIG_DEFENSIVE, 1, nullptr);
+    // Plans that do not look at bound values: otherwise a statement with
+    // `like ?` is compiled again on every run (the engine would weigh the
+    // pattern's prefix), which cost a search page more than its rows. Every
+    // pattern the pages bind starts with %, which no index serves anyway.
+    sqlite3_db_config(db, SQLITE_DBCONFIG_ENABLE_QPSG, 1, nullptr);
     // The text indexes' triggers write FTS5 tables, which the engine lets a
     // trigger do only in a trusted schema. The schema is this program's own
     // (init and the upgrade at start make it; the authorizer below keeps page
@@ -909,14 +956,12 @@ std::string params_key(const std::vector<BoundSql::Param>& params) {
 // snapshot begins with this read, the cheapest there is, and its version
 // tells whether the file changed since this handle last read. A change
 // moves the shared generation on. True when there was none.
-bool begin_shared_read(StoreHandle& h, SharedAnswers& shared, const Deadline& deadline) {
-    step_rows(h.db, cached_statement(h, "\n-- data version", "pragma data_version", false), {}, deadline);
-    unsigned version = 0;
-    sqlite3_file_control(h.db, "main", SQLITE_FCNTL_DATA_VERSION, &version);
-    const bool same = h.remembered_version == version;
-    h.remembered_version = version;
-    if (!same) shared.changed();
-    return same;
+// Begins the handle's snapshot for a read other handles share; its
+// generation when the snapshot is the version the process knows.
+std::optional<unsigned long long> begin_shared_read(StoreHandle& h, SharedAnswers& shared, const Deadline& deadline) {
+    return shared.begin_read(h.path, std::to_string(h.file.dev) + ':' + std::to_string(h.file.ino) + ':' + h.path, [&] {
+        step_rows(h.db, cached_statement(h, "\n-- data version", "pragma data_version", false), {}, deadline);
+    });
 }
 
 // One screen of a list the store knows the shape of (see ListShape): read
@@ -925,6 +970,9 @@ bool begin_shared_read(StoreHandle& h, SharedAnswers& shared, const Deadline& de
 // the next, the previous and the same screen read from there, on any
 // handle. A boundary is only used within the database version it was read
 // in (see SharedAnswers). The caller begins no snapshot before this.
+// Rows a screen may lie past its nearest boundary before its readers take turns.
+constexpr long long far_rows = 2000;
+
 std::shared_ptr<Recordset::Data> read_list(StoreHandle& h, const BoundSql& bound, ListMemo& memo, std::size_t rows,
                                            long long offset, const Deadline& deadline) {
     const ListShape& shape = *memo.shape;
@@ -935,10 +983,31 @@ std::shared_ptr<Recordset::Data> read_list(StoreHandle& h, const BoundSql& bound
     const std::string order = " order by " + (by_rowid ? std::string("rowid") + dir : shape.column + dir + ", rowid" + dir);
 
     SharedAnswers& shared = SharedAnswers::instance();
-    const unsigned long long generation = shared.generation();
-    const bool same = begin_shared_read(h, shared, deadline);
+    const auto known = begin_shared_read(h, shared, deadline);
+    const bool same = known.has_value();
+    const unsigned long long generation = known.value_or(0);
     const std::string marks_key = h.path + '\0' + bound.text + '\0' + params_key(bound.params);
     auto mark = same ? shared.nearest_mark(marks_key, offset, generation) : std::nullopt;
+    // A screen far from every boundary is reached by reading the rows before
+    // it. When many ask for it at once (a deep page nobody has read since the
+    // last change), one reads and the others wait for the boundary it leaves.
+    auto far = [&] { return offset - (mark ? mark->first : 0) > far_rows; };
+    const std::string walk_key = "walk\n" + marks_key;
+    bool walking = false;
+    if (same && far() && shared.claim(walk_key, generation, deadline.at) == SharedAnswers::Claim::Read) {
+        mark = shared.nearest_mark(marks_key, offset, generation);
+        walking = far();
+        if (!walking) shared.read_done(walk_key, generation, true);
+    }
+    struct WalkDone {
+        SharedAnswers& shared;
+        const std::string& key;
+        unsigned long long generation;
+        bool on;
+        ~WalkDone() {
+            if (on) shared.read_done(key, generation, true);
+        }
+    } walk_done{shared, walk_key, generation, walking};
 
     for (;;) {
         const long long from = mark ? mark->first : 0;
@@ -1074,8 +1143,9 @@ Recordset Connection::run(const Sql& sql, std::size_t window_rows, long long win
     if (!remember) return Recordset(step_rows(db, st, bound.params, deadline));
 
     SharedAnswers& shared = SharedAnswers::instance();
-    const unsigned long long generation = shared.generation();
-    const bool same = begin_shared_read(h, shared, deadline);
+    const auto known = begin_shared_read(h, shared, deadline);
+    const bool same = known.has_value();
+    const unsigned long long generation = known.value_or(0);
     const std::string key = h.path + '\0' + bound.text + '\0' + params_key(bound.params);
     // Only small answers to short statements are kept.
     const bool keep = same && key.size() <= 4096;

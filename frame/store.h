@@ -115,7 +115,7 @@ void forget_postgresql(const std::string& db_path);
 std::string postgresql_url_file(const std::string& db_path);
 // Whether a connection string naming db_path opens a PostgreSQL server, as
 // Connection::Open decides it.
-bool on_postgresql(const std::string& db_path);
+bool database_on_postgresql(const std::string& db_path);
 // False when this build has no PostgreSQL engine (libpq-dev was missing).
 bool postgresql_built();
 // Makes the tables, functions and seed rows on an empty PostgreSQL database

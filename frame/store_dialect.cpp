@@ -30,13 +30,16 @@ using sql_tokens::tokenize;
 
 bool significant(const Token& t) { return t.kind != Tok::Space && t.kind != Tok::Comment; }
 
-// Access names of functions the engine lacks or means otherwise.
-const char* mapped_function(std::string_view name) {
+// Access names of functions the engine lacks or means otherwise. Both
+// engines get the tav_ functions from the store; only `now` differs, since
+// PostgreSQL's own now() answers a timestamp with a zone, not Access's text.
+const char* mapped_function(std::string_view name, bool postgresql) {
     static const std::pair<const char*, const char*> table[] = {
         {"left", "tav_left"},   {"right", "tav_right"}, {"mid", "tav_mid"},
         {"instr", "tav_instr"}, {"len", "tav_len"},     {"ucase", "upper"},
-        {"lcase", "lower"},     {"datediff", "tav_datediff"}, {"now", "now"},
+        {"lcase", "lower"},     {"datediff", "tav_datediff"},
     };
+    if (iequals(name, "now")) return postgresql ? "tav_now" : "now";
     for (auto& [from, to] : table)
         if (iequals(name, from)) return to;
     return nullptr;
@@ -112,7 +115,7 @@ std::string translate_sql(std::string_view sql) {
             bool after_dot = prev && prev->kind == Tok::Punct && prev->text == ".";
             bool call = next && next->kind == Tok::Punct && next->text == "(";
             if (!after_dot && call) {
-                if (const char* to = mapped_function(t.text)) {
+                if (const char* to = mapped_function(t.text, false)) {
                     out += to;
                     prev = &t;
                     first = false;
@@ -146,19 +149,6 @@ std::string translate_sql(std::string_view sql) {
 }
 
 namespace {
-
-// Access names of functions PostgreSQL lacks or means otherwise; made by
-// the PostgreSQL schema.
-const char* mapped_function_postgresql(std::string_view name) {
-    static const std::pair<const char*, const char*> table[] = {
-        {"left", "tav_left"},   {"right", "tav_right"}, {"mid", "tav_mid"},
-        {"instr", "tav_instr"}, {"len", "tav_len"},     {"ucase", "upper"},
-        {"lcase", "lower"},     {"datediff", "tav_datediff"}, {"now", "tav_now"},
-    };
-    for (auto& [from, to] : table)
-        if (iequals(name, from)) return to;
-    return nullptr;
-}
 
 std::string single_quoted(std::string_view body) {
     std::string out = "'";
@@ -340,7 +330,7 @@ std::string translate_sql_postgresql(std::string_view sql) {
             } else if (!after_dot && iequals(t.text, "user")) {
                 text = "\"user\"";  // also before "(": insert into user(...)
             } else if (!after_dot && call) {
-                if (const char* to = mapped_function_postgresql(t.text)) text = to;
+                if (const char* to = mapped_function(t.text, true)) text = to;
                 // instr(...) alone as a condition is true when not 0; the
                 // server wants a boolean there.
                 const bool condition_place =

@@ -5,6 +5,7 @@
 // on its own, as on SQLite, so an error never leaves a transaction aborted.
 #include "frame/store_postgres.h"
 
+#include <algorithm>
 #include <cctype>
 #include <cstdlib>
 #include <filesystem>
@@ -87,7 +88,7 @@ std::string postgresql_url_file(const std::string& db_path) {
     return std::filesystem::path(db_path).parent_path().string() + "/" + url_file;
 }
 
-bool on_postgresql(const std::string& db_path) {
+bool database_on_postgresql(const std::string& db_path) {
     if (Registry::instance().get(db_path)) return true;
     std::string found;
     if (physical_path(db_path, found)) return false;
@@ -124,7 +125,10 @@ constexpr std::size_t max_value_bytes = 16 * 1024 * 1024;
 constexpr std::size_t max_result_rows = 200000;
 constexpr std::size_t max_result_bytes = 64 * 1024 * 1024;
 constexpr std::size_t statement_cache_size = 128;
-constexpr std::size_t max_idle = 16;
+// Idle server connections kept: as many as were ever busy at once (a
+// server's workers find theirs again after a burst; a new one costs the
+// server a process and the statements prepared again), within these.
+constexpr std::size_t min_idle = 16, max_idle = 128;
 
 // Type oids of the results the pages read as numbers.
 constexpr Oid bool_oid = 16, int8_oid = 20, int2_oid = 21, int4_oid = 23, oid_oid = 26, float4_oid = 700,
@@ -189,6 +193,7 @@ public:
 private:
     std::mutex mutex_;
     std::map<std::string, std::vector<std::unique_ptr<PgServerSession>>> idle_;
+    std::size_t busy_ = 0, peak_ = 0;  // taken and not given back; the most at once
 };
 
 class PgServerSession final : public store_detail::PgSession {
@@ -197,11 +202,30 @@ public:
     ~PgServerSession() override { PQfinish(conn_); }
     const std::string& url() const { return url_; }
     bool healthy() const override {
-        return PQstatus(conn_) == CONNECTION_OK && PQtransactionStatus(conn_) == PQTRANS_IDLE;
+        const PGTransactionStatusType t = PQtransactionStatus(conn_);
+        return PQstatus(conn_) == CONNECTION_OK &&
+               (t == PQTRANS_IDLE || (in_snapshot_ && t == PQTRANS_INTRANS));
+    }
+
+    void hold_reads(bool on) override {
+        hold_ = on;
+        if (!on) end_snapshot();
     }
 
     std::shared_ptr<Recordset::Data> run(const BoundSql& bound, std::size_t window_rows,
                                          long long window_offset) override {
+        // A page's reads share a snapshot; a write ends it first, runs on its
+        // own and commits at once, and the page's next read sees it.
+        if (is_read(bound.text)) {
+            if (hold_ && !in_snapshot_) {
+                Result b{PQexec(conn_, "BEGIN ISOLATION LEVEL REPEATABLE READ READ ONLY")};
+                if (PQresultStatus(b.r) != PGRES_COMMAND_OK)
+                    raise_error(err::db_failure, "[PostgreSQL] " + trimmed_error(PQresultErrorMessage(b.r)));
+                in_snapshot_ = true;
+            }
+        } else {
+            end_snapshot();
+        }
         std::string key = bound.text;
         if (window_rows) key += "\n-- window";
         // A statement without values is mostly one of a kind (set-up, tools):
@@ -246,6 +270,8 @@ public:
                                          lengths.data(), nullptr, 0)};
         ExecStatusType status = PQresultStatus(res.r);
         if (status != PGRES_TUPLES_OK && status != PGRES_COMMAND_OK) {
+            // A failed statement aborts the snapshot: the next read begins another.
+            end_snapshot();
             // A statement the server no longer knows (a reset) is prepared anew next time.
             forget(key);
             raise_error(err::sql_failure, trimmed_error(PQresultErrorMessage(res.r)));
@@ -336,6 +362,19 @@ private:
         return lru_.front().second;
     }
 
+    static bool is_read(const std::string& text) {
+        std::size_t i = 0;
+        while (i < text.size() && (std::isspace(static_cast<unsigned char>(text[i])) || text[i] == '(')) ++i;
+        return text.size() - i >= 6 && iequals(std::string_view(text).substr(i, 6), "select");
+    }
+
+    void end_snapshot() {
+        if (!in_snapshot_) return;
+        in_snapshot_ = false;
+        // Read only: nothing to keep, and a failed one ends the same way.
+        Result r{PQexec(conn_, "ROLLBACK")};
+    }
+
     void forget(const std::string& key) {
         auto it = by_key_.find(key);
         if (it == by_key_.end()) return;
@@ -350,10 +389,12 @@ private:
     std::list<std::pair<std::string, std::string>> lru_;  // key, statement name; most recent first
     std::unordered_map<std::string, std::list<std::pair<std::string, std::string>>::iterator> by_key_;
     std::unordered_set<std::string> names_;
+    bool hold_ = false, in_snapshot_ = false;
 };
 
 std::unique_ptr<PgServerSession> PgPool::take(const std::string& url) {
     std::lock_guard lock(mutex_);
+    peak_ = std::max(peak_, ++busy_);
     auto it = idle_.find(url);
     while (it != idle_.end() && !it->second.empty()) {
         auto s = std::move(it->second.back());
@@ -364,22 +405,27 @@ std::unique_ptr<PgServerSession> PgPool::take(const std::string& url) {
 }
 
 void PgPool::give(std::unique_ptr<PgServerSession> s) {
-    if (!s->healthy()) return;
     std::lock_guard lock(mutex_);
+    --busy_;
+    if (!s || !s->healthy()) return;
     auto& list = idle_[s->url()];
-    if (list.size() < max_idle) list.push_back(std::move(s));
+    if (list.size() < std::clamp(peak_, min_idle, max_idle)) list.push_back(std::move(s));
 }
 
 // Returns its server connection to the pool when the page's connection closes.
 class PooledSession final : public store_detail::PgSession {
 public:
     explicit PooledSession(std::unique_ptr<PgServerSession> s) : s_(std::move(s)) {}
-    ~PooledSession() override { PgPool::instance().give(std::move(s_)); }
+    ~PooledSession() override {
+        s_->hold_reads(false);  // no snapshot outlives its page
+        PgPool::instance().give(std::move(s_));
+    }
     std::shared_ptr<Recordset::Data> run(const BoundSql& b, std::size_t rows, long long offset) override {
         return s_->run(b, rows, offset);
     }
     bool schema_name(const std::string& name) override { return s_->schema_name(name); }
     bool healthy() const override { return s_->healthy(); }
+    void hold_reads(bool on) override { s_->hold_reads(on); }
 
 private:
     std::unique_ptr<PgServerSession> s_;
@@ -417,7 +463,10 @@ std::unique_ptr<PgSession> PgSession::open(const std::string& url) {
     if (!s) {
         std::string error;
         PGconn* c = connect(url, error);
-        if (!c) raise_error(err::db_failure, "[PostgreSQL] " + error);
+        if (!c) {
+            PgPool::instance().give(nullptr);  // counted as taken
+            raise_error(err::db_failure, "[PostgreSQL] " + error);
+        }
         s = std::make_unique<PgServerSession>(url, c);
     }
     return std::make_unique<PooledSession>(std::move(s));

@@ -28,6 +28,9 @@ public:
     // Whether a name from a request is one of the schema's tables or columns.
     virtual bool schema_name(const std::string& name) = 0;
     virtual bool healthy() const = 0;
+    // With reads held, the reads up to the next write (or until reads are
+    // let go) share one snapshot, as on SQLite; see Connection::hold_reads.
+    virtual void hold_reads(bool on) = 0;
 };
 
 }  // namespace tav::store_detail

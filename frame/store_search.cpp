@@ -120,6 +120,15 @@ namespace {
 // 40 ms for 200,000 titles here), the ids' read grows with the rows.
 constexpr long long few_rows = 2000;
 
+// The engine's comma-joined rowids as program text: digits and commas only,
+// whatever the engine handed back; "" (no row) becomes an id no row has.
+std::string id_list(const std::string& ids) {
+    std::string out;
+    for (char c : ids)
+        if (std::isdigit(static_cast<unsigned char>(c)) || c == ',' || c == '-') out += c;
+    return out.empty() ? "null" : out;
+}
+
 Sql contains(std::string_view table, std::initializer_list<std::string_view> columns, const std::string& term,
              const Sql& or_also, Connection* conn) {
     check_name(table);
@@ -145,19 +154,31 @@ Sql contains(std::string_view table, std::initializer_list<std::string_view> col
         if (indexed && !covers(*ix, c)) indexed = false;
     if (!indexed) return exact;
     const Sql query = Sql::trusted(index_name(*ix)) + " match '" + match_query(columns, runs) + "'";
+    Sql few;
     if (conn) {
-        Recordset n = conn->execute_remembered("select count(*) as n from (select rowid from "_sql +
+        // The ids the index gives for the term, remembered with the version:
+        // a search is asked again page after page and by many users, and the
+        // index's look-up of a few common runs costs more than the rows it
+        // narrows to.
+        Recordset n = conn->execute_remembered("select count(*) as n, group_concat(rowid) as ids from (select rowid from "_sql +
                                     Sql::trusted(index_name(*ix)) + " where " + query + " limit " +
                                     (few_rows + 1) + ")");
         if (n("n").num() > static_cast<double>(few_rows)) return exact;
+        few = "("_sql + Sql::trusted(ix->key) + " in (" + Sql::trusted(id_list(n("ids").str())) + ")";
+        if (!or_also.empty())
+            few += " or "_sql + Sql::trusted(ix->key) + " in (select " + Sql::trusted(ix->key) + " from " +
+                   Sql::trusted(table) + " where " + or_also + ")";
+        few += ")";
+    } else {
+        // The index narrows the rows to a few (with those of the other
+        // condition, found by its own index, not by reading the part searched);
+        // the exact condition then reads only those.
+        few = Sql::trusted(ix->key) + " in (select rowid from " + Sql::trusted(index_name(*ix)) + " where " + query;
+        if (!or_also.empty())
+            few += " union all select "_sql + Sql::trusted(ix->key) + " from " + Sql::trusted(table) + " where " +
+                   or_also;
+        few += ")";
     }
-    // The index narrows the rows to a few (with those of the other
-    // condition, found by its own index, not by reading the part searched);
-    // the exact condition then reads only those.
-    Sql few = Sql::trusted(ix->key) + " in (select rowid from " + Sql::trusted(index_name(*ix)) + " where " + query;
-    if (!or_also.empty())
-        few += " union all select "_sql + Sql::trusted(ix->key) + " from " + Sql::trusted(table) + " where " + or_also;
-    few += ")";
     return "("_sql + few + " and " + exact + ")";
 }
 

@@ -416,6 +416,9 @@ std::string BackupSummary::line() const {
 BackupSummary backup_site(const std::string& dir, const std::string& out_tar) {
     fs::path root = fs::canonical(dir);
     std::string db = database_of(root);
+    if (on_postgresql(root.string()))
+        fail(dir + " keeps its rows on PostgreSQL (datebase/postgresql.url): back the database up with pg_dump, "
+                   "and this folder's files with tar; backup archives sites on SQLite only");
     if (!fs::is_regular_file(db)) fail(dir + " holds no datebase/office.mdb");
     std::string tmp = out_tar + ".tmp", copy = out_tar + ".mdb.tmp";
     // The archive may be written inside the instance: it never archives itself.

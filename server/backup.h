@@ -78,8 +78,13 @@ FileNames file_names_of(const std::string& database);
 
 struct CheckReport {
     std::vector<std::string> integrity, missing, stray;
+    bool on_postgresql = false;  // rows read from the server; its storage is not checked here
     bool clean() const { return integrity.empty() && missing.empty() && stray.empty(); }
 };
 CheckReport check_site(const std::string& dir);
+
+// Whether the site's rows live on PostgreSQL: no SQLite file, and
+// datebase/postgresql.url naming the server (what serve DIR follows).
+bool on_postgresql(const std::string& dir);
 
 }  // namespace tav

@@ -66,7 +66,7 @@ Site::Site(const std::string& root, const std::string& log_path)
     // A site on a database server may have other servers beside this one:
     // its sessions live in the database, so any of them can take a request.
     const std::string db = layout::database_path(root_);
-    if (on_postgresql(db)) sessions_.share_through(session_table(db, log_));
+    if (database_on_postgresql(db)) sessions_.share_through(session_table(db, log_));
 }
 
 std::string Site::account_of(const HttpRequest& req) {

@@ -55,6 +55,22 @@ void use_postgresql_site(const std::string& dir, const std::string& template_dir
     build_postgresql_database(url, template_sql(tpl_db / "schema.postgresql.sql"), template_sql(tpl_db / "seed.sql"));
 }
 
+void write_postgresql_url(const std::string& dir, const std::string& url) {
+    // Read by the site's connections in a later process; it may hold a
+    // password, so only the owner reads it, from the first byte on.
+    const std::string file = postgresql_url_file(layout::database_path(dir));
+    const std::string part = file + ".tmp";
+    {
+        std::ofstream out(part, std::ios::binary | std::ios::trunc);
+        if (!out) throw std::runtime_error("cannot write " + part);
+        fs::permissions(part, fs::perms::owner_read | fs::perms::owner_write, fs::perm_options::replace);
+        out << url << "\n";
+        out.close();
+        if (!out) throw std::runtime_error("cannot write " + part);
+    }
+    fs::rename(part, file);
+}
+
 void init_site(const std::string& dir, const std::string& template_dir, const std::string& database_url) {
     fs::create_directories(dir);
     fs::path tpl(template_dir), dst(dir);
@@ -77,14 +93,7 @@ void init_site(const std::string& dir, const std::string& template_dir, const st
     fs::path db = layout::database_path(dst.string());
     if (!database_url.empty()) {
         use_postgresql_site(dst.string(), template_dir, database_url);
-        // Read by the site's connections in a later process; it may hold a
-        // password, so only the owner reads it.
-        const std::string file = postgresql_url_file(db.string());
-        std::ofstream out(file, std::ios::binary | std::ios::trunc);
-        out << database_url << "\n";
-        if (!out) throw std::runtime_error("cannot write " + file);
-        out.close();
-        fs::permissions(file, fs::perms::owner_read | fs::perms::owner_write, fs::perm_options::replace);
+        write_postgresql_url(dst.string(), database_url);
         return;
     }
     if (fs::exists(db)) return;

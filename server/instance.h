@@ -17,6 +17,10 @@ void init_site(const std::string& dir, const std::string& template_dir, const st
 // init does.
 void use_postgresql_site(const std::string& dir, const std::string& template_dir, const std::string& url);
 
+// Writes the server's URL where serve and the store look for it
+// (datebase/postgresql.url), readable by its owner only.
+void write_postgresql_url(const std::string& dir, const std::string& url);
+
 // The template's schema: what a new database is built from and what an
 // older one is brought up to at start.
 std::string read_schema(const std::string& template_dir);

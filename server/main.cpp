@@ -16,6 +16,7 @@
 #include "server/backup.h"
 #include "server/http_server.h"
 #include "server/import.h"
+#include "server/migrate.h"
 #include "server/page_table.h"
 #include "server/instance.h"
 #include "server/site.h"
@@ -32,7 +33,8 @@ int usage() {
                  "  tavelor import OLD_SITE NEW_DIR [--code-page GBK] [--name-code-page GBK] [--template DIR]\n"
                  "  tavelor backup DIR OUT.tar      (while the site is served)\n"
                  "  tavelor restore OUT.tar DIR     (DIR new or empty)\n"
-                 "  tavelor check DIR               (exit 1 when rows and files disagree)\n";
+                 "  tavelor check DIR               (exit 1 when rows and files disagree)\n"
+                 "  tavelor migrate DIR postgresql://... [--replace] [--template DIR]\n";
     return 2;
 }
 
@@ -65,6 +67,37 @@ int import_command(int argc, char** argv) {
     }
 }
 
+// tavelor migrate DIR URL [--replace] [--template DIR]: the summary on
+// stdout, a progress line per table on stderr.
+int migrate_command(int argc, char** argv) {
+    if (argc < 4) return usage();
+    tav::migrate::Options opt;
+    opt.dir = argv[2];
+    opt.url = argv[3];
+    opt.template_dir = TAVELOR_TEMPLATE_DIR;
+    for (int i = 4; i < argc; ++i) {
+        std::string a = argv[i];
+        if (a == "--replace") opt.replace = true;
+        else if (a == "--template" && i + 1 < argc) opt.template_dir = argv[++i];
+        else return usage();
+    }
+    // As the text index build at serve: one line rewritten on a terminal,
+    // a line per table otherwise.
+    opt.progress = [tty = ::isatty(2) != 0](std::string_view table, long long done, long long total) {
+        if (!tty && done < total) return;
+        std::cerr << (tty ? "\r" : "") << "copying " << table << ": " << done << " of " << total << " rows"
+                  << (done >= total ? "\n" : "") << std::flush;
+    };
+    try {
+        tav::migrate::Summary s = tav::migrate::run(opt);
+        std::cout << "migrated " << opt.dir << " to PostgreSQL\n" << tav::migrate::format_summary(s);
+        return 0;
+    } catch (const std::exception& e) {
+        std::cerr << "tavelor migrate: " << e.what() << "\n";
+        return 1;
+    }
+}
+
 // backup, restore and check: 0 done (check: clean), 1 failed or found faults.
 int admin_command(int argc, char** argv) {
     std::string verb = argv[1];
@@ -84,7 +117,10 @@ int admin_command(int argc, char** argv) {
         for (const std::string& line : r.integrity) std::cout << "integrity: " << line << "\n";
         for (const std::string& line : r.missing) std::cout << "missing: " << line << "\n";
         for (const std::string& line : r.stray) std::cout << "stray: " << line << "\n";
-        std::cout << (r.integrity.empty() ? "database ok" : "database damaged") << "; " << r.missing.size()
+        std::cout << (r.on_postgresql ? "database on PostgreSQL (not checked here)"
+                      : r.integrity.empty() ? "database ok"
+                                            : "database damaged")
+                  << "; " << r.missing.size()
                   << " missing files, " << r.stray.size() << " stray files\n";
         return r.clean() ? 0 : 1;
     } catch (const std::exception& e) {
@@ -103,6 +139,7 @@ int main(int argc, char** argv) {
     if (argc < 3) return usage();
     std::string verb = argv[1];
     if (verb == "import") return import_command(argc, argv);
+    if (verb == "migrate") return migrate_command(argc, argv);
     if (verb == "backup" || verb == "restore" || verb == "check") return admin_command(argc, argv);
     // Every request builds and frees answers of tens of kilobytes. With the
     // allocator's defaults the heap grew and was given back on each one, and

@@ -7,8 +7,11 @@
 #include <sqlite3.h>
 
 #include <filesystem>
+#include <functional>
 #include <stdexcept>
 
+#include "frame/site_layout.h"
+#include "frame/store.h"
 #include "server/backup.h"
 
 namespace fs = std::filesystem;
@@ -65,7 +68,16 @@ void pictures_in(const std::string& text, std::set<std::string>& out) {
     }
 }
 
-struct Reader {
+// The rows file_names_of reads: a table's columns, with a condition.
+class Rows {
+public:
+    using Each = std::function<void(const std::vector<std::string>&)>;
+    virtual ~Rows() = default;
+    virtual void each(const std::string& table, const std::string& columns, const std::string& where,
+                      const Each& f) = 0;
+};
+
+struct Reader : Rows {
     sqlite3* db = nullptr;
     explicit Reader(const std::string& path) {
         if (sqlite3_open_v2(path.c_str(), &db, SQLITE_OPEN_READWRITE, nullptr) != SQLITE_OK) {
@@ -75,9 +87,14 @@ struct Reader {
         }
         sqlite3_busy_timeout(db, 10000);
     }
-    ~Reader() { sqlite3_close_v2(db); }
+    ~Reader() override { sqlite3_close_v2(db); }
     Reader(const Reader&) = delete;
     Reader& operator=(const Reader&) = delete;
+
+    void each(const std::string& table, const std::string& columns, const std::string& where,
+              const Each& f) override {
+        each(("select " + columns + " from " + table + (where.empty() ? "" : " where " + where)).c_str(), f);
+    }
 
     // Calls f with each row's columns as texts; a table or column the
     // database lacks (an older schema) reads as no rows.
@@ -104,45 +121,103 @@ struct Reader {
     }
 };
 
-}  // namespace
+// A site whose rows live on PostgreSQL: read through the store, which
+// finds the server from the path, a window of rows at a time in id order
+// (the store refuses results over 200,000 rows or 64 MB).
+struct StoreRows : Rows {
+    Connection c;
+    explicit StoreRows(const std::string& database) {
+        c.Open("driver={Microsoft Access Driver (*.mdb)};dbq=" + database);
+    }
+    void each(const std::string& table, const std::string& columns, const std::string& where,
+              const Each& f) override {
+        constexpr int window = 2000;
+        std::vector<std::string> row;
+        std::vector<std::string> names;
+        for (std::size_t at = 0; at <= columns.size();) {
+            std::size_t comma = columns.find(',', at);
+            if (comma == std::string::npos) comma = columns.size();
+            std::string n = columns.substr(at, comma - at);
+            while (!n.empty() && n.front() == ' ') n.erase(0, 1);
+            names.push_back(n);
+            at = comma + 1;
+        }
+        for (long long last = -1;;) {
+            Recordset rs = c.execute(Sql::trusted("select top " + std::to_string(window) + " id as tav_key, " +
+                                                  columns + " from " + table + " where id > " +
+                                                  std::to_string(last) + (where.empty() ? "" : " and " + where) +
+                                                  " order by id"));
+            int n = 0;
+            for (; !rs.eof(); rs.movenext(), ++n) {
+                row.clear();
+                for (const std::string& name : names) {
+                    Value v = rs(name);
+                    row.push_back(v.is_null() ? std::string() : v.str());
+                }
+                last = std::stoll(rs("tav_key").str());
+                f(row);
+            }
+            if (n < window) return;
+        }
+    }
+};
 
-FileNames file_names_of(const std::string& database) {
-    Reader r(database);
+FileNames file_names_from(Rows& r) {
     FileNames out;
     auto name = [&](const std::string& path, const std::string& row) {
         out.named.emplace(normal(path), row + " names " + path);
     };
-    r.each("select id, Email_doc, Email_text from Email", [&](const std::vector<std::string>& row) {
+    r.each("Email", "id, Email_doc, Email_text", "", [&](const std::vector<std::string>& row) {
         for (const std::string& n : split_names(row[1])) name("Email/" + n, "Email " + row[0]);
         pictures_in(row[2], out.shown);
     });
-    r.each("select id, Sub_menu, D_afile, D_text from Datas", [&](const std::vector<std::string>& row) {
+    r.each("Datas", "id, Sub_menu, D_afile, D_text", "", [&](const std::vector<std::string>& row) {
         for (const std::string& n : split_names(row[2])) name("Datas/" + row[1] + "/" + n, "Datas " + row[0]);
         pictures_in(row[3], out.shown);
     });
-    r.each("select Book_text from Book", [&](const std::vector<std::string>& row) { pictures_in(row[0], out.shown); });
-    r.each("select id, Path, filename from Medium", [&](const std::vector<std::string>& row) {
+    r.each("Book", "Book_text", "", [&](const std::vector<std::string>& row) { pictures_in(row[0], out.shown); });
+    r.each("Medium", "id, Path, filename", "", [&](const std::vector<std::string>& row) {
         std::string folder = row[1].empty() || row[1].back() == '/' ? row[1] : row[1] + "/";
         if (!row[2].empty()) name(folder + row[2], "Medium " + row[0]);
     });
-    r.each("select Hardserial from software where softname='music'", [&](const std::vector<std::string>& row) {
+    r.each("software", "Hardserial", "softname='music'", [&](const std::vector<std::string>& row) {
         if (!row[0].empty()) name("Medium/" + row[0], "software music");
     });
     return out;
 }
 
+}  // namespace
+
+FileNames file_names_of(const std::string& database) {
+    Reader r(database);
+    return file_names_from(r);
+}
+
+bool on_postgresql(const std::string& dir) {
+    const std::string db = layout::database_path(dir);
+    return !fs::exists(db) && fs::exists(postgresql_url_file(db));
+}
+
 CheckReport check_site(const std::string& dir) {
     fs::path root = fs::canonical(dir);
     fs::path db = root / "datebase" / "office.mdb";
-    if (!fs::is_regular_file(db)) throw std::runtime_error(dir + " holds no datebase/office.mdb");
     CheckReport report;
-    {
-        Reader r(db.string());
-        r.each("PRAGMA integrity_check", [&](const std::vector<std::string>& row) {
-            if (row[0] != "ok") report.integrity.push_back(row[0]);
-        });
+    FileNames names;
+    if (on_postgresql(root.string())) {
+        // The server keeps its own pages consistent; here only rows and files.
+        report.on_postgresql = true;
+        StoreRows r(db.string());
+        names = file_names_from(r);
+    } else {
+        if (!fs::is_regular_file(db)) throw std::runtime_error(dir + " holds no datebase/office.mdb");
+        {
+            Reader r(db.string());
+            r.each("PRAGMA integrity_check", [&](const std::vector<std::string>& row) {
+                if (row[0] != "ok") report.integrity.push_back(row[0]);
+            });
+        }
+        names = file_names_of(db.string());
     }
-    FileNames names = file_names_of(db.string());
 
     // The files of the three folders, by the name the pages would find them under.
     std::map<std::string, std::string> files;

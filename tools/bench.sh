@@ -44,13 +44,18 @@ tmp="$(mktemp -d /tmp/tavelor-bench-XXXXXX)"
 chmod 755 "$tmp"
 pid=""
 ngx=""
+# A suite may start more processes (extra_pids) and leave a command to run
+# at the end (on_exit).
+extra_pids=""
+on_exit=""
 cleanup() {
-  for p in $pid $ngx; do
+  for p in $pid $ngx $extra_pids; do
     if kill -0 "$p" 2>/dev/null; then
       kill -TERM "$p"
       wait "$p" || true
     fi
   done
+  eval "$on_exit"
   rm -rf "$tmp"
 }
 trap cleanup EXIT

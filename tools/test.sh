@@ -14,28 +14,15 @@ cmake --build --preset release -j"$jobs"
 ctest --preset release -j"$jobs"
 
 echo "== the site suites again on PostgreSQL (a throwaway cluster)"
-# initdb refuses root: the cluster belongs to an unprivileged user, in a
-# temporary folder with its own socket and port; stopped and removed on
-# any exit.
-pg_bin="$(ls -d /usr/lib/postgresql/*/bin | sort -V | tail -1)"
-pg_dir="$(mktemp -d /tmp/tavelor-pg-XXXXXX)"
-pg_port=55432
-pg_run() { if [ "$(id -u)" -eq 0 ]; then runuser -u nobody -- "$@"; else "$@"; fi; }
-stop_pg() { pg_run "$pg_bin/pg_ctl" -D "$pg_dir/data" -m immediate stop >/dev/null 2>&1 || true; rm -rf "$pg_dir"; }
-trap stop_pg EXIT
-[ "$(id -u)" -ne 0 ] || chown nobody:nogroup "$pg_dir"
-pg_run "$pg_bin/initdb" -D "$pg_dir/data" -U tavelor --auth=trust -E UTF8 --locale=C.UTF-8 >/dev/null
-# Nothing here must survive a crash: no syncs.
-pg_run "$pg_bin/pg_ctl" -D "$pg_dir/data" -l "$pg_dir/log" -w -o \
-  "-k $pg_dir -p $pg_port -c listen_addresses='' -c fsync=off -c synchronous_commit=off -c full_page_writes=off -c max_connections=200" \
-  start >/dev/null
-pg_url="postgresql:///postgres?host=$pg_dir&port=$pg_port&user=tavelor"
+# shellcheck source=tools/pg_throwaway.sh
+source tools/pg_throwaway.sh
+trap pg_stop EXIT
+pg_start 55432
 # One database made by init; every test site is a copy of it.
 psql -q "$pg_url" -c "CREATE DATABASE tavelor_template"
-build/release/tavelor init "$pg_dir/template-site" \
-  --database "postgresql:///tavelor_template?host=$pg_dir&port=$pg_port&user=tavelor" >/dev/null
+build/release/tavelor init "$pg_dir/template-site" --database "$(pg_url_of tavelor_template)" >/dev/null
 TAVELOR_TEST_POSTGRES="$pg_url" TAVELOR_TEST_POSTGRES_TEMPLATE=tavelor_template ctest --preset postgresql -j"$jobs"
-stop_pg
+pg_stop
 trap - EXIT
 
 echo "== sanitizer build and suite (AddressSanitizer, UndefinedBehaviorSanitizer)"

@@ -252,7 +252,8 @@ CREATE INDEX email_send_user_id ON Email(send_user_id);
 CREATE INDEX email_inbox_list ON Email(to_user_id, To_del, id);
 CREATE INDEX email_sent_list ON Email(send_user_id, Send_del, id);
 CREATE INDEX email_doc ON Email(Email_doc);
-CREATE INDEX datas_sub_menu ON Datas(Sub_menu);
+-- With the id: a category's newest items are read from the index.
+CREATE INDEX datas_sub_menu ON Datas(Sub_menu, id);
 CREATE INDEX datas_list ON Datas(Sub_menu, D_date, id);
 CREATE INDEX book_reply_id ON Book(Reply_id);
 CREATE INDEX book_user_id ON Book(user_id);

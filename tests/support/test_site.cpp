@@ -123,6 +123,14 @@ TestSite::~TestSite() {
     fs::remove_all(dir_, ec);
 }
 
+void TestSite::reopen() {
+    db_.close();
+    site_.reset();
+    cookie_.clear();
+    site_ = std::make_unique<Site>(root_, log_);
+    db_.Open("driver={Microsoft Access Driver (*.mdb)};UID=sa;PWD=;dbq=" + root_ + "/datebase/office.mdb");
+}
+
 Reply TestSite::run(const std::string& cls, const std::string& target) {
     HttpRequest req;
     req.method = "GET";

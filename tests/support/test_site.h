@@ -63,6 +63,10 @@ public:
     // The named field of the first row, "" when there is none.
     std::string scalar(const std::string& sql, const std::string& field);
 
+    // Opens the instance again as a new server process would (its
+    // database found anew, no session kept): after a command changed it.
+    void reopen();
+
     std::string log_text() const;
     const std::string& root() const { return root_; }
     Site& site() { return *site_; }
