@@ -587,6 +587,8 @@ Summary copy_rows(const Options& opt, sqlite3* db) {
         sqlite3_finalize(st);
     }
     for (const Table& t : tables) {
+        // Tables of the servers' own (the sessions) have no id.
+        if (std::find(t.pg_columns.begin(), t.pg_columns.end(), "id") == t.pg_columns.end()) continue;
         auto seq = pg.exec("SELECT pg_get_serial_sequence($1, 'id')", {quoted(t.name)});
         if (seq->rows() == 0 || PQgetisnull(seq->r, 0, 0)) continue;
         const std::string name = seq->at(0, 0);
