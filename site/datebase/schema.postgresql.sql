@@ -241,31 +241,33 @@ CREATE TABLE Files (
 );
 
 -- The lookups the pages repeat on every poll and list (see schema.sql).
-CREATE INDEX user_username ON "user"(username);
-CREATE INDEX menu_xm ON menu(xm);
-CREATE INDEX menu_menu_id ON menu(menu_id);
-CREATE INDEX menu_menu_text ON menu(menu_text);
-CREATE INDEX software_softname ON software(softname);
-CREATE INDEX monitor_user_id ON monitor(user_id);
-CREATE INDEX email_to_user_id ON Email(to_user_id);
-CREATE INDEX email_send_user_id ON Email(send_user_id);
-CREATE INDEX email_inbox_list ON Email(to_user_id, To_del, id);
-CREATE INDEX email_sent_list ON Email(send_user_id, Send_del, id);
-CREATE INDEX email_doc ON Email(Email_doc);
+-- Every column NULLS FIRST, as the other engine orders: the pages' "order
+-- by x desc" reads NULLS LAST, a backward scan of these.
+CREATE INDEX user_username ON "user"(username NULLS FIRST);
+CREATE INDEX menu_xm ON menu(xm NULLS FIRST);
+CREATE INDEX menu_menu_id ON menu(menu_id NULLS FIRST);
+CREATE INDEX menu_menu_text ON menu(menu_text NULLS FIRST);
+CREATE INDEX software_softname ON software(softname NULLS FIRST);
+CREATE INDEX monitor_user_id ON monitor(user_id NULLS FIRST);
+CREATE INDEX email_to_user_id ON Email(to_user_id NULLS FIRST);
+CREATE INDEX email_send_user_id ON Email(send_user_id NULLS FIRST);
+CREATE INDEX email_inbox_list ON Email(to_user_id NULLS FIRST, To_del NULLS FIRST, id NULLS FIRST);
+CREATE INDEX email_sent_list ON Email(send_user_id NULLS FIRST, Send_del NULLS FIRST, id NULLS FIRST);
+CREATE INDEX email_doc ON Email(Email_doc NULLS FIRST);
 -- With the id: a category's newest items are read from the index.
-CREATE INDEX datas_sub_menu ON Datas(Sub_menu, id);
-CREATE INDEX datas_list ON Datas(Sub_menu, D_date, id);
-CREATE INDEX book_reply_id ON Book(Reply_id);
-CREATE INDEX book_user_id ON Book(user_id);
-CREATE INDEX book_reply_date ON Book(Reply_id, Book_date);
-CREATE INDEX book_unread ON Book(reply_read, Reply_id);
-CREATE INDEX address_user_id ON Address(User_id);
-CREATE INDEX record_user_id ON Record(user_id);
-CREATE INDEX record_user_id_date ON Record(user_id, Rec_date);
-CREATE INDEX medium_file_type ON Medium(file_type);
-CREATE INDEX medium_file_type_py ON Medium(file_type, PY);
-CREATE INDEX user_online ON "user"(id) WHERE online<>0;
-CREATE INDEX user_password_lose ON "user"(id) WHERE password_lose<>0;
+CREATE INDEX datas_sub_menu ON Datas(Sub_menu NULLS FIRST, id NULLS FIRST);
+CREATE INDEX datas_list ON Datas(Sub_menu NULLS FIRST, D_date NULLS FIRST, id NULLS FIRST);
+CREATE INDEX book_reply_id ON Book(Reply_id NULLS FIRST);
+CREATE INDEX book_user_id ON Book(user_id NULLS FIRST);
+CREATE INDEX book_reply_date ON Book(Reply_id NULLS FIRST, Book_date NULLS FIRST);
+CREATE INDEX book_unread ON Book(reply_read NULLS FIRST, Reply_id NULLS FIRST);
+CREATE INDEX address_user_id ON Address(User_id NULLS FIRST);
+CREATE INDEX record_user_id ON Record(user_id NULLS FIRST);
+CREATE INDEX record_user_id_date ON Record(user_id NULLS FIRST, Rec_date NULLS FIRST);
+CREATE INDEX medium_file_type ON Medium(file_type NULLS FIRST);
+CREATE INDEX medium_file_type_py ON Medium(file_type NULLS FIRST, PY NULLS FIRST);
+CREATE INDEX user_online ON "user"(id NULLS FIRST) WHERE online<>0;
+CREATE INDEX user_password_lose ON "user"(id NULLS FIRST) WHERE password_lose<>0;
 
 -- The counts the lists read instead of counting rows, kept by triggers on
 -- every change as on SQLite.
