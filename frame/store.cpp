@@ -122,17 +122,8 @@ std::optional<FileId> file_id(const std::string& path) {
 
 }  // namespace
 
-// A list statement the store can read from a remembered boundary: one
-// table, all its columns, an optional condition and at most one order
-// column ("rowid" when the statement names none: the rows then come in the
-// order of their row ids). Equal values of the order column come in row id
-// order, the direction of the order, as the engine's index walk gives them.
-struct ListShape {
-    std::string table;
-    std::string where;
-    std::string column;
-    bool desc = false;
-};
+using store_detail::ListShape;
+using store_detail::list_shape;
 
 // What a handle remembers of one list statement: its shape. Where its
 // screens start is shared by all handles (SharedAnswers::nearest_mark).
@@ -144,8 +135,6 @@ struct ListMemo {
         long long rowid = 0;
     };
 };
-
-std::optional<ListShape> list_shape(const std::string& engine_text);
 
 // An engine handle with what it keeps between requests: its prepared
 // statements and the identity of the file it was opened on.
@@ -745,7 +734,7 @@ void Connection::Open(const std::string& connection_string, std::source_location
     HandlePool::instance().taken();
     impl_ = std::move(impl);
 }
-std::optional<ListShape> list_shape(const std::string& text) {
+std::optional<ListShape> store_detail::list_shape(const std::string& text) {
     static const std::regex form(
         R"(^\s*select\s+\*\s+from\s+([A-Za-z_][A-Za-z0-9_]*)(?:\s+where\s+([\s\S]*?))?)"
         R"((?:\s+order\s+by\s+([A-Za-z_][A-Za-z0-9_]*)(?:\s+(asc|desc))?)?\s*;?\s*$)",

@@ -2,6 +2,8 @@
 // call once translated, registered on every engine handle.
 #pragma once
 
+#include <optional>
+#include <string>
 #include <string_view>
 
 struct sqlite3;
@@ -16,5 +18,21 @@ int register_dialect_functions(sqlite3* db);
 // insert, update, delete), after blanks and opening brackets. Every engine
 // runs only those.
 bool allowed_verb(std::string_view sql);
+
+// A list statement an engine can read by its order rather than by counting
+// rows off: one table, all its columns, an optional condition and at most
+// one order column ("rowid" when the statement names none: the rows then
+// come in the order of their row ids). Equal values of the order column
+// come in row id order, the direction of the order, as an index walk gives
+// them.
+struct ListShape {
+    std::string table;
+    std::string where;
+    std::string column;
+    bool desc = false;
+};
+// The shape of a statement, or none when it has another form or a condition
+// that may change which rows come or their order.
+std::optional<ListShape> list_shape(const std::string& text);
 
 }  // namespace tav::store_detail

@@ -318,21 +318,52 @@ private:
     }
 
     // The server's text of a statement, checked to be one of the four verbs.
-    static std::string checked_text(const BoundSql& bound, std::size_t window_rows) {
+    std::string checked_text(const BoundSql& bound, std::size_t window_rows) {
         std::string text = translate_sql_postgresql(bound.text);
         // One statement of the four verbs: the server refuses a second one in
         // a prepared statement itself.
         if (!store_detail::allowed_verb(text))
             raise_error(err::sql_failure,
                         "Invalid SQL statement; expected 'DELETE', 'INSERT', 'PROCEDURE', 'SELECT', or 'UPDATE'.");
-        const int n = static_cast<int>(bound.params.size());
-        if (window_rows) {
-            std::size_t end = text.size();
-            while (end > 0 && (std::isspace(static_cast<unsigned char>(text[end - 1])) || text[end - 1] == ';')) --end;
-            text = "select * from (" + text.substr(0, end) + ") as tav_window limit $" + std::to_string(n + 1) +
-                   " offset $" + std::to_string(n + 2);
+        if (!window_rows) return text;
+        const std::string limit = " limit $" + std::to_string(bound.params.size() + 1) + " offset $" +
+                                  std::to_string(bound.params.size() + 2);
+        if (std::string by_order = window_by_order(bound.text, limit); !by_order.empty()) return by_order;
+        std::size_t end = text.size();
+        while (end > 0 && (std::isspace(static_cast<unsigned char>(text[end - 1])) || text[end - 1] == ';')) --end;
+        return "select * from (" + text.substr(0, end) + ") as tav_window" + limit;
+    }
+
+    // A screen of a list of one table, read as the other engine reads it:
+    // equal values of the order column in id order, the direction of the
+    // order (without it the server gives them as it finds them, and a row
+    // could show on two screens and another on none). The rows before the
+    // screen are skipped in the index alone, and only the screen's rows are
+    // read from the table: a deep page costs a walk of the index, not of
+    // the rows. Empty when the statement is not such a list.
+    std::string window_by_order(const std::string& dialect, const std::string& limit) {
+        auto shape = store_detail::list_shape(dialect);
+        if (!shape || !has_id(shape->table)) return {};
+        const std::string dir = shape->desc ? " desc" : "";
+        const bool by_id = iequals(shape->column, "rowid") || iequals(shape->column, "id");
+        const std::string order = " order by " + (by_id ? "id" + dir : shape->column + dir + ", id" + dir);
+        const std::string where = shape->where.empty() ? "" : " where (" + shape->where + ")";
+        std::string ids = translate_sql_postgresql("select id from " + shape->table + where + order);
+        std::string rows = translate_sql_postgresql("select * from " + shape->table + order);
+        const std::size_t o = rows.rfind(" order by ");
+        if (o == std::string::npos) return {};
+        return rows.substr(0, o) + " where id in (" + ids + limit + ")" + rows.substr(o);
+    }
+
+    bool has_id(const std::string& table) {
+        if (with_id_.empty()) {
+            Result r{PQexec(conn_,
+                            "select lower(table_name) from information_schema.columns where table_schema = "
+                            "current_schema() and lower(column_name) = 'id'")};
+            if (PQresultStatus(r.r) != PGRES_TUPLES_OK) return false;
+            for (int i = 0; i < PQntuples(r.r); ++i) with_id_.insert(PQgetvalue(r.r, i, 0));
         }
-        return text;
+        return with_id_.count(lower(table)) > 0;
     }
 
     const std::string& prepared(const std::string& key, const BoundSql& bound, std::size_t window_rows) {
@@ -389,6 +420,7 @@ private:
     std::list<std::pair<std::string, std::string>> lru_;  // key, statement name; most recent first
     std::unordered_map<std::string, std::list<std::pair<std::string, std::string>>::iterator> by_key_;
     std::unordered_set<std::string> names_;
+    std::unordered_set<std::string> with_id_;  // tables with an id column
     bool hold_ = false, in_snapshot_ = false;
 };
 
@@ -531,15 +563,16 @@ void build_postgresql_database(const std::string& url, const std::string& schema
         Result r{PQexec(c, "select 1 from information_schema.tables where table_schema = current_schema() "
                            "and table_name = 'software'")};
         if (PQresultStatus(r.r) == PGRES_TUPLES_OK && PQntuples(r.r) > 0) {
-            // Built before: only what the schema makes IF NOT EXISTS, the
-            // tables added since, is made now, without a notice for each
-            // one there already.
+            // Built before: only what the schema makes IF NOT EXISTS (the
+            // tables and indexes added since) and the indexes it drops as
+            // replaced are done now, without a notice for each one.
             Result quiet{PQexec(c, "SET client_min_messages = warning")};
             for (const std::string& s : statements_of(schema_sql)) {
                 std::size_t b = s.find_first_not_of(" \t\r\n");
                 if (b == std::string::npos) continue;
                 std::string head = lower(s.substr(b, 40));
-                if (head.rfind("create table if not exists", 0) != 0 && head.rfind("create index if not exists", 0) != 0)
+                if (head.rfind("create table if not exists", 0) != 0 && head.rfind("create index if not exists", 0) != 0 &&
+                    head.rfind("drop index if exists", 0) != 0)
                     continue;
                 Result u{PQexec(c, s.c_str())};
                 if (PQresultStatus(u.r) != PGRES_COMMAND_OK)

@@ -103,10 +103,20 @@ signed_in_script() {
   done
   cat >>"$out" <<'LUA'
 }
+-- Each of wrk's two threads turns over its own half of the sessions. With
+-- one list for both, their rotations ran in step, and one slow answer let
+-- both pile up to the per-session cap (12) behind it: a refusal no user
+-- sees, since a browser waits for its answers.
+threads = 0
+setup = function(thread)
+  thread:set("part", threads)
+  threads = threads + 1
+end
 n = 0
 request = function()
   n = n + 1
-  return wrk.format(nil, nil, { ["Cookie"] = cookies[n % #cookies + 1] })
+  local i = (n * 2 + (part or 0)) % #cookies + 1
+  return wrk.format(nil, nil, { ["Cookie"] = cookies[i] })
 end
 LUA
 }

@@ -242,7 +242,10 @@ CREATE TABLE Files (
 
 -- The lookups the pages repeat on every poll and list (see schema.sql).
 -- Every column NULLS FIRST, as the other engine orders: the pages' "order
--- by x desc" reads NULLS LAST, a backward scan of these.
+-- by x desc" reads NULLS LAST, a backward scan of these. A list's index
+-- ends with the id, as the other engine's end with the row id: a screen is
+-- read in (order, id) order, and the rows before it are skipped in the
+-- index alone.
 CREATE INDEX user_username ON "user"(username NULLS FIRST);
 CREATE INDEX menu_xm ON menu(xm NULLS FIRST);
 CREATE INDEX menu_menu_id ON menu(menu_id NULLS FIRST);
@@ -251,21 +254,31 @@ CREATE INDEX software_softname ON software(softname NULLS FIRST);
 CREATE INDEX monitor_user_id ON monitor(user_id NULLS FIRST);
 CREATE INDEX email_to_user_id ON Email(to_user_id NULLS FIRST);
 CREATE INDEX email_send_user_id ON Email(send_user_id NULLS FIRST);
-CREATE INDEX email_inbox_list ON Email(to_user_id NULLS FIRST, To_del NULLS FIRST, id NULLS FIRST);
-CREATE INDEX email_sent_list ON Email(send_user_id NULLS FIRST, Send_del NULLS FIRST, id NULLS FIRST);
 CREATE INDEX email_doc ON Email(Email_doc NULLS FIRST);
 -- With the id: a category's newest items are read from the index.
 CREATE INDEX datas_sub_menu ON Datas(Sub_menu NULLS FIRST, id NULLS FIRST);
-CREATE INDEX datas_list ON Datas(Sub_menu NULLS FIRST, D_date NULLS FIRST, id NULLS FIRST);
 CREATE INDEX book_reply_id ON Book(Reply_id NULLS FIRST);
 CREATE INDEX book_user_id ON Book(user_id NULLS FIRST);
-CREATE INDEX book_reply_date ON Book(Reply_id NULLS FIRST, Book_date NULLS FIRST);
 CREATE INDEX book_unread ON Book(reply_read NULLS FIRST, Reply_id NULLS FIRST);
-CREATE INDEX address_user_id ON Address(User_id NULLS FIRST);
 CREATE INDEX record_user_id ON Record(user_id NULLS FIRST);
-CREATE INDEX record_user_id_date ON Record(user_id NULLS FIRST, Rec_date NULLS FIRST);
 CREATE INDEX medium_file_type ON Medium(file_type NULLS FIRST);
-CREATE INDEX medium_file_type_py ON Medium(file_type NULLS FIRST, PY NULLS FIRST);
+-- The lists. Databases built before these had them under other names,
+-- without NULLS FIRST or the id; those go.
+DROP INDEX IF EXISTS email_inbox_list;
+DROP INDEX IF EXISTS email_sent_list;
+DROP INDEX IF EXISTS datas_list;
+DROP INDEX IF EXISTS book_reply_date;
+DROP INDEX IF EXISTS address_user_id;
+DROP INDEX IF EXISTS record_user_id_date;
+DROP INDEX IF EXISTS medium_file_type_py;
+CREATE INDEX IF NOT EXISTS user_list ON "user"(username NULLS FIRST, id NULLS FIRST);
+CREATE INDEX IF NOT EXISTS email_inbox_by_id ON Email(to_user_id NULLS FIRST, To_del NULLS FIRST, id NULLS FIRST);
+CREATE INDEX IF NOT EXISTS email_sent_by_id ON Email(send_user_id NULLS FIRST, Send_del NULLS FIRST, id NULLS FIRST);
+CREATE INDEX IF NOT EXISTS datas_list_by_date ON Datas(Sub_menu NULLS FIRST, D_date NULLS FIRST, id NULLS FIRST);
+CREATE INDEX IF NOT EXISTS book_threads ON Book(Reply_id NULLS FIRST, Book_date NULLS FIRST, id NULLS FIRST);
+CREATE INDEX IF NOT EXISTS address_list ON Address(User_id NULLS FIRST, id NULLS FIRST);
+CREATE INDEX IF NOT EXISTS record_list ON Record(user_id NULLS FIRST, Rec_date NULLS FIRST, id NULLS FIRST);
+CREATE INDEX IF NOT EXISTS medium_list ON Medium(file_type NULLS FIRST, PY NULLS FIRST, id NULLS FIRST);
 CREATE INDEX user_online ON "user"(id NULLS FIRST) WHERE online<>0;
 CREATE INDEX user_password_lose ON "user"(id NULLS FIRST) WHERE password_lose<>0;
 

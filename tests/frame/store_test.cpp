@@ -367,6 +367,50 @@ TEST(HeldReads, ShareASnapshotUntilTheirWriteOrClose) {
     EXPECT_EQ(users(), before + 3);
 }
 
+// Screens of a list, on either engine: rows with equal order values (and
+// rows without one) come in id order, the direction of the list's order, so
+// consecutive screens give every row once; a list without an order comes in
+// id order.
+TEST(ListScreens, EqualValuesKeepTheirPlaceOnEveryScreen) {
+    test::TestSite site;
+    Connection conn;
+    conn.Open("driver={Microsoft Access Driver (*.mdb)};dbq=" + site.root() + "/datebase/office.mdb");
+    const char* dates[] = {"2021-03-01 08:00:00", "2021-03-02 08:00:00", "2021-03-03 08:00:00"};
+    struct Row {
+        long long id;
+        int date;  // index into dates, -1 for none
+    };
+    std::vector<Row> rows;
+    for (int i = 0; i < 23; ++i) {
+        const int d = i % 4 == 3 ? -1 : (i * 2) % 3;
+        conn.execute(d < 0 ? "insert into Datas(Sub_menu, D_title, D_date) values ('tie', 't', null)"_sql
+                           : "insert into Datas(Sub_menu, D_title, D_date) values ('tie', 't', '"_sql + std::string(dates[d]) + "')");
+        rows.push_back({conn.execute("select max(id) as id from Datas")("id").lng(), d});
+        conn.execute("insert into Address(User_id, Name) values (77, 'a')");
+    }
+    std::vector<Row> want = rows;
+    std::stable_sort(want.begin(), want.end(), [](const Row& a, const Row& b) {
+        return a.date != b.date ? a.date > b.date : a.id > b.id;
+    });
+    auto screens = [&](const Sql& sql, std::size_t size, long long total) {
+        std::vector<long long> ids;
+        for (long long off = 0; off < total; off += static_cast<long long>(size)) {
+            Recordset rs = conn.execute_window(sql, size, off);
+            for (; !rs.eof(); rs.movenext()) ids.push_back(rs("id").lng());
+        }
+        return ids;
+    };
+    std::vector<long long> want_ids;
+    for (const Row& r : want) want_ids.push_back(r.id);
+    for (std::size_t size : {1, 4, 10}) {
+        SCOPED_TRACE(size);
+        EXPECT_EQ(screens("select * from Datas where Sub_menu='tie' order by D_date DESC"_sql, size, 23), want_ids);
+        std::vector<long long> addresses = screens("select * from Address where User_id=77"_sql, size, 23);
+        ASSERT_EQ(addresses.size(), 23u);
+        EXPECT_TRUE(std::is_sorted(addresses.begin(), addresses.end()));
+    }
+}
+
 // A kept text lasts across requests on the handle until the database
 // changes, by another connection or by the page itself; a text made while
 // the page wrote, or without held reads, is not kept.
