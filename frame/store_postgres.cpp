@@ -31,9 +31,14 @@ namespace tav {
 
 namespace {
 
+// The key of a site's database: absolute, so `serve site --database URL`
+// given a relative folder names the file the pages open by its full path.
 std::string normalized(std::string path) {
     for (char& c : path)
         if (c == '\\') c = '/';
+    std::error_code ec;
+    std::filesystem::path full = std::filesystem::absolute(path, ec);
+    if (!ec) path = full.lexically_normal().string();
     return lower(path);
 }
 

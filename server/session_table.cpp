@@ -25,6 +25,15 @@ public:
         open().execute("update tav_session set vals='"_sql + row.values + "', account=" + (row.account ? 1 : 0) +
                        ", expires=" + row.expires + " where id_hash='" + key + "'");
     }
+    bool save_if(const std::string& key, const Row& row, const std::string& was) override {
+        Connection c = open();
+        c.execute("update tav_session set vals='"_sql + row.values + "', account=" + (row.account ? 1 : 0) +
+                  ", expires=" + row.expires + " where id_hash='" + key + "' and vals='" + was + "'");
+        // The store gives no count of changed rows: the row tells. Another
+        // server writing the same values after this one counts as written.
+        Recordset rs = c.execute("select vals from tav_session where id_hash='"_sql + key + "'");
+        return !rs.eof() && rs("vals").str() == row.values;
+    }
     void touch(const std::string& key, long long expires) override {
         open().execute("update tav_session set expires="_sql + expires + " where id_hash='" + key + "'");
     }

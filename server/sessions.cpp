@@ -7,6 +7,7 @@
 #include <cerrno>
 #include <cstdio>
 #include <cstdlib>
+#include <map>
 #include <stdexcept>
 
 #include "frame/encoding.h"
@@ -505,13 +506,60 @@ void SessionStore::write_back(Lease& lease) {
                              " bytes of values, over the limit; the session keeps its values before the request");
             return;
         }
-        guarded("write", [&] { backing_->save(key, row); });
+        guarded("write", [&] { save_merged(key, lease.stored_, row); });
         return;
     }
     // Unchanged values: the expiry moves on at most once a minute (or a
     // quarter of the idle time), not once a page.
     const long long step = std::min<long long>(60, idle_.count() / 4);
     if (lease.expires_ < row.expires - step) guarded("touch", [&] { backing_->touch(key, row.expires); });
+}
+
+namespace {
+
+// A session's text as its lines by key (each line starts with the key and
+// a tab; see SessionStore::serialise).
+std::map<std::string_view, std::string_view> lines_by_key(std::string_view text) {
+    std::map<std::string_view, std::string_view> out;
+    while (!text.empty()) {
+        std::size_t nl = text.find('\n');
+        std::string_view line = text.substr(0, nl == std::string_view::npos ? text.size() : nl + 1);
+        text.remove_prefix(line.size());
+        out[line.substr(0, line.find('\t'))] = line;
+    }
+    return out;
+}
+
+}  // namespace
+
+// Another server may run a request of the same session at the same time
+// (one request at a time holds only within a server): the row is written
+// only while it holds what this request read; else this request's own
+// changes, key by key, are laid onto the row as it is now, and tried again.
+void SessionStore::save_merged(const std::string& key, const std::string& read, SessionBacking::Row row) {
+    const std::string mine = row.values;
+    std::string was = read;
+    for (int attempt = 0; attempt < 8; ++attempt) {
+        if (backing_->save_if(key, row, was)) return;
+        auto now = backing_->load(key);
+        if (!now) return;  // ended elsewhere (logout): nothing to keep
+        auto merged = lines_by_key(now->values);
+        const auto before = lines_by_key(read), after = lines_by_key(mine);
+        for (const auto& [k, line] : after)
+            if (auto b = before.find(k); b == before.end() || b->second != line) merged[k] = line;
+        for (const auto& [k, line] : before)
+            if (!after.count(k)) merged.erase(k);
+        std::string text;
+        for (const auto& [k, line] : merged) text += line;
+        auto values = parse(text);
+        if (!values) return;
+        SessionData data;
+        data.values = std::move(*values);
+        row.values = serialise(data);
+        row.account = has_account(data);
+        was = std::move(now->values);
+    }
+    backing_->failed("session write: the row kept changing under this request; its changes are not kept");
 }
 
 void SessionStore::let_go_locked(Entry& e) {

@@ -43,6 +43,15 @@ public:
     virtual void insert(const std::string& key, const Row& row) = 0;
     // Changes a row that is there; never makes one.
     virtual void save(const std::string& key, const Row& row) = 0;
+    // Saves only while the row still holds the values `was`; false when it
+    // holds others (another server wrote it) or is gone. A table does this
+    // in one statement; this default suits a backing no other process uses.
+    virtual bool save_if(const std::string& key, const Row& row, const std::string& was) {
+        auto now = load(key);
+        if (!now || now->values != was) return false;
+        save(key, row);
+        return true;
+    }
     virtual void touch(const std::string& key, long long expires) = 0;
     virtual void rename(const std::string& from, const std::string& to) = 0;
     virtual void remove(const std::string& key) = 0;
@@ -179,6 +188,7 @@ private:
     Lease acquire_shared(const std::string& id, unsigned max_users);
     std::shared_ptr<SessionData> load_shared(const std::string& id, std::string* stored, long long* expires);
     void write_back(Lease& lease);
+    void save_merged(const std::string& key, const std::string& read, SessionBacking::Row row);
     void let_go_locked(Entry& e);
     // Shared expiry is wall-clock time: the servers' clocks must agree (NTP).
     static long long wall_seconds();

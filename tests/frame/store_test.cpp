@@ -306,6 +306,16 @@ TEST_F(StoreTest, EngineControlIsRefused) {
     EXPECT_EQ(num("select count(*) as num from sqlite_master where type='table' and name='user'"), 1);
 }
 
+// A site served as `serve site --database URL` from its parent folder: the
+// pages name its database by the full path, in any case.
+TEST(StoreOpen, ADatabaseGivenByARelativePathIsTheOneItsFullPathNames) {
+    use_postgresql("rel-site/datebase/office.mdb", "postgresql:///nowhere");
+    const std::string full = (std::filesystem::current_path() / "REL-site/datebase/../datebase/office.mdb").string();
+    EXPECT_TRUE(database_on_postgresql(full));
+    forget_postgresql(full);
+    EXPECT_FALSE(database_on_postgresql("rel-site/datebase/office.mdb"));
+}
+
 TEST(StoreOpen, MissingFileFailsWithoutCreatingIt) {
     fs::path missing = fs::temp_directory_path() / ("tav_missing_" + std::to_string(::getpid())) / "office.mdb";
     Connection c;

@@ -266,3 +266,29 @@ TEST(SharedSessions, RequestsOfOneSessionTakeTurnsOnOneServer) {
     for (auto& t : threads) t.join();
     EXPECT_EQ(value_of(s.b, id, "n").str(), std::to_string(kThreads * kEach));
 }
+
+// Two servers run requests of one session at once: each keeps what it
+// changed, key by key, whichever ends last; a key both change holds the
+// last writer's value; the account flag follows the merged values.
+TEST(SharedSessions, RequestsOnTwoServersAtOnceKeepEachOthersChanges) {
+    Servers s;
+    std::string id = s.start({{"keep", Value("k")}, {"gone", Value(1)}, {"both", Value(0)}});
+    {
+        auto on_a = s.a.acquire(id);
+        auto on_b = s.b.acquire(id);
+        ASSERT_TRUE(on_a && on_b);
+        on_a.data()->values["user_id"] = Value(7);  // a login on a
+        on_a.data()->values["both"] = Value(1);
+        on_b.data()->values["menu"] = Value("x'y");  // a page on b at the same time
+        on_b.data()->values.erase("gone");
+        on_b.data()->values["both"] = Value(2);
+        { auto ends = std::move(on_a); }  // a writes first, b second
+    }
+    EXPECT_EQ(value_of(s.a, id, "user_id").str(), "7");
+    EXPECT_EQ(value_of(s.a, id, "menu").str(), "x'y");
+    EXPECT_EQ(value_of(s.a, id, "keep").str(), "k");
+    EXPECT_TRUE(value_of(s.a, id, "gone").is_empty());
+    EXPECT_EQ(value_of(s.a, id, "both").str(), "2");
+    EXPECT_TRUE(s.table.rows[SessionStore::key_of(id)].account);
+    EXPECT_TRUE(s.table.failures.empty());
+}
