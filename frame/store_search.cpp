@@ -134,25 +134,30 @@ Sql contains(std::string_view table, std::initializer_list<std::string_view> col
     check_name(table);
     for (std::string_view c : columns) check_name(c);
 
-    Sql exact = "("_sql;
-    bool first = true;
-    for (std::string_view c : columns) {
-        if (!first) exact += " or ";
-        first = false;
-        exact += Sql::trusted(c) + " like '%" + term + "%'";
-    }
-    if (!or_also.empty()) exact += (first ? "("_sql : " or ("_sql) + or_also + ")";
-    else if (first) exact += "1=0";
-    exact += ")";
-
-    // An engine without the text indexes reads the rows.
-    if (conn && !conn->has_text_index()) return exact;
     const TextIndex* ix = index_of(table);
     std::vector<std::string> runs = long_runs(term);
     bool indexed = ix && !runs.empty() && columns.size() > 0;
     for (std::string_view c : columns)
         if (indexed && !covers(*ix, c)) indexed = false;
-    if (!indexed) return exact;
+    // The condition as the page wrote it. On PostgreSQL, with a run of
+    // three characters, each column is taken as plain text (tav_text), the
+    // form its trigram index serves (see the schema); shorter terms read
+    // the rows, as a trigram index would read all of itself for them.
+    const bool server = conn && !conn->has_text_index();
+    auto plain = [&](bool as_text) {
+        Sql cond = "("_sql;
+        bool first = true;
+        for (std::string_view c : columns) {
+            if (!first) cond += " or ";
+            first = false;
+            cond += (as_text ? "tav_text("_sql + Sql::trusted(c) + ")" : Sql::trusted(c)) + " like '%" + term + "%'";
+        }
+        if (!or_also.empty()) cond += (first ? "("_sql : " or ("_sql) + or_also + ")";
+        else if (first) cond += "1=0";
+        return cond + ")";
+    };
+    Sql exact = plain(server && indexed);
+    if (server || !indexed) return exact;
     const Sql query = Sql::trusted(index_name(*ix)) + " match '" + match_query(columns, runs) + "'";
     Sql few;
     if (conn) {

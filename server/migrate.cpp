@@ -454,6 +454,7 @@ Summary copy_rows(const Options& opt, sqlite3* db) {
 
     Pg pg(opt.url);
     pg.exec("SET client_encoding = 'UTF8'");
+    pg.exec("SET client_min_messages = warning");  // not a notice for each index the schema drops if there
     if (const char* enc = PQparameterStatus(pg.get(), "server_encoding"); !enc || std::string(enc) != "UTF8")
         throw std::runtime_error("the PostgreSQL database's encoding is " + std::string(enc ? enc : "unknown") +
                                  ", not UTF8: make it with ENCODING 'UTF8'");

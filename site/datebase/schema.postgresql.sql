@@ -3,9 +3,15 @@
 -- texts compare without case as they do under NOCASE; dates stay local time
 -- as text, so they sort, compare and print as on SQLite. The functions the
 -- store translates the pages' date and text functions into are made here.
--- The search reads the rows (a plain scan): no trigram index yet.
+-- Searches of three characters or more read trigram indexes (pg_trgm).
 
 CREATE EXTENSION IF NOT EXISTS citext;
+-- Searches of a run of three characters or more read trigram indexes.
+CREATE EXTENSION IF NOT EXISTS pg_trgm;
+-- A searched column as plain text: the form its trigram index serves
+-- (the case-blind comparison of the column's own type is not served by it).
+CREATE OR REPLACE FUNCTION tav_text(s citext) RETURNS text LANGUAGE sql IMMUTABLE PARALLEL SAFE
+  AS 'select s::text';
 
 CREATE FUNCTION tav_now() RETURNS text LANGUAGE sql STABLE
   AS $$ SELECT to_char(localtimestamp, 'YYYY-MM-DD HH24:MI:SS') $$;
@@ -279,6 +285,10 @@ CREATE INDEX IF NOT EXISTS book_threads ON Book(Reply_id NULLS FIRST, Book_date 
 CREATE INDEX IF NOT EXISTS address_list ON Address(User_id NULLS FIRST, id NULLS FIRST);
 CREATE INDEX IF NOT EXISTS record_list ON Record(user_id NULLS FIRST, Rec_date NULLS FIRST, id NULLS FIRST);
 CREATE INDEX IF NOT EXISTS medium_list ON Medium(file_type NULLS FIRST, PY NULLS FIRST, id NULLS FIRST);
+-- The searched columns (the search's list of them names the same).
+CREATE INDEX IF NOT EXISTS datas_title_words ON Datas USING gin (D_title gin_trgm_ops);
+CREATE INDEX IF NOT EXISTS email_title_words ON Email USING gin (Email_title gin_trgm_ops);
+CREATE INDEX IF NOT EXISTS email_text_words ON Email USING gin (Email_text gin_trgm_ops);
 CREATE INDEX user_online ON "user"(id NULLS FIRST) WHERE online<>0;
 CREATE INDEX user_password_lose ON "user"(id NULLS FIRST) WHERE password_lose<>0;
 
