@@ -4,6 +4,7 @@
 
 #include <charconv>
 #include <chrono>
+#include <thread>
 #include <cmath>
 #include <cstring>
 #include <filesystem>
@@ -602,8 +603,21 @@ Summary copy_rows(const Options& opt, sqlite3* db) {
     // The planner's figures for the copied rows: without them it takes
     // the category of a 200k list for a few hundred rows and sorts them.
     // The vacuum marks the copied pages all visible, so a deep list screen
-    // skips its rows in the index alone from the first request.
+    // skips its rows in the index alone from the first request. It cannot
+    // while the server's own background analysis of the new rows holds an
+    // older snapshot: a table it had to leave is vacuumed again.
     pg.exec("VACUUM ANALYZE");
+    for (int round = 0; round < 5; ++round) {
+        auto left = pg.exec("SELECT c.relname FROM pg_class c JOIN pg_namespace n ON n.oid = c.relnamespace "
+                            "WHERE n.nspname = current_schema() AND c.relkind = 'r' AND c.relallvisible < c.relpages");
+        if (left->rows() == 0) break;
+        std::this_thread::sleep_for(std::chrono::milliseconds(300 << round));
+        for (int i = 0; i < left->rows(); ++i) {
+            std::string vacuum = "VACUUM ";
+            vacuum += quoted(left->at(i, 0));
+            pg.exec(vacuum);
+        }
+    }
     return sum;
 }
 
