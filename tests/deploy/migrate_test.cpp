@@ -27,26 +27,14 @@ using tav::test::TestSite;
 
 namespace {
 
-std::string server() {
+std::string pg_server() {
     const char* s = std::getenv("TAVELOR_TEST_POSTGRES");
     return s ? s : "";
 }
 
-// A database of its own on the test server, dropped with the object.
-struct Database {
-    std::string name, url;
-    explicit Database(const std::string& tag) {
-        static int n = 0;
-        name = "tavelor_migrate_" + std::to_string(::getpid()) + "_" + tag + std::to_string(++n);
-        tav::test::postgresql_admin(server(), "CREATE DATABASE " + name);
-        url = tav::test::postgresql_url_with_database(server(), name);
-    }
-    ~Database() {
-        try {
-            tav::test::postgresql_admin(server(), "DROP DATABASE IF EXISTS " + name + " WITH (FORCE)");
-        } catch (const std::exception&) {
-        }
-    }
+// An empty database of its own: migrate refuses one that holds rows.
+struct Database : tav::test::PostgresqlDatabase {
+    Database() : PostgresqlDatabase(pg_server(), "migrate", false) {}
 };
 
 tav::test::Outcome migrate(const TestSite& site, const std::string& url, const std::string& more = "") {
@@ -115,8 +103,8 @@ void expect_counts_agree(TestSite& site) {
 }  // namespace
 
 TEST(SiteMigration, PagesShowTheSameRowsOnPostgreSQLAndNewRowsTakeIdsPastTheOld) {
-    if (server().empty()) GTEST_SKIP() << "no PostgreSQL server (TAVELOR_TEST_POSTGRES)";
-    Database target("used");
+    if (pg_server().empty()) GTEST_SKIP() << "no PostgreSQL server (TAVELOR_TEST_POSTGRES)";
+    Database target;
     tav::test::mail::MailSite m;
     TestSite& site = m.site;
     ASSERT_TRUE(site.login());
@@ -239,7 +227,7 @@ TEST(SiteMigration, PagesShowTheSameRowsOnPostgreSQLAndNewRowsTakeIdsPastTheOld)
 }
 
 TEST(SiteMigration, ARowPostgreSQLCannotTakeLeavesTheTargetAndTheSiteAsTheyWere) {
-    if (server().empty()) GTEST_SKIP() << "no PostgreSQL server (TAVELOR_TEST_POSTGRES)";
+    if (pg_server().empty()) GTEST_SKIP() << "no PostgreSQL server (TAVELOR_TEST_POSTGRES)";
     struct Case {
         const char* why;
         std::string sql;     // on the SQLite file
@@ -254,7 +242,7 @@ TEST(SiteMigration, ARowPostgreSQLCannotTakeLeavesTheTargetAndTheSiteAsTheyWere)
         {"no such server", "", "postgresql:///nothing?host=/nonexistent&port=1", "connecting to"},
     };
     for (const Case& c : cases) {
-        Database target("refused");
+        Database target;
         TestSite site;
         if (!c.sql.empty()) on_file(site, c.sql);
         auto out = migrate(site, c.url.empty() ? target.url : c.url);

@@ -5,8 +5,6 @@
 // PostgreSQL stage of tools/test.sh only (CTest label postgresql).
 #include <gtest/gtest.h>
 
-#include <unistd.h>
-
 #include <chrono>
 #include <filesystem>
 #include <map>
@@ -33,8 +31,10 @@ namespace {
 const char* kBoundary = "----TavelorTwoServers";
 
 struct TwoServers {
-    fs::path dir;
-    std::string server, database, url;
+    test::TempDir tmp{"tavelor_two"};
+    fs::path dir = tmp.path();
+    std::string server, url;
+    std::unique_ptr<test::PostgresqlDatabase> database;
     unsigned short app[2] = {test::free_port(), test::free_port()}, web = test::free_port();
     pid_t apps[2] = {-1, -1};
     std::unique_ptr<test::Nginx> nginx;
@@ -43,14 +43,8 @@ struct TwoServers {
     explicit TwoServers(const std::string& pg) : server(pg) {
         while (app[1] == app[0]) app[1] = test::free_port();
         while (web == app[0] || web == app[1]) web = test::free_port();
-        dir = fs::temp_directory_path() / ("tavelor_two_" + std::to_string(::getpid()));
-        fs::remove_all(dir);
-        fs::create_directories(dir);
-        database = "tavelor_two_" + std::to_string(::getpid());
-        const char* tpl = std::getenv("TAVELOR_TEST_POSTGRES_TEMPLATE");
-        test::postgresql_admin(server, "CREATE DATABASE " + database +
-                                           (tpl && *tpl ? std::string(" TEMPLATE ") + tpl : std::string()));
-        url = test::postgresql_url_with_database(server, database);
+        database = std::make_unique<test::PostgresqlDatabase>(server, "two");
+        url = database->url;
         const std::string site = (dir / "site").string();
         auto init = test::run_command(std::string(TAVELOR_BINARY) + " init " + site + " --database '" + url + "'");
         if (init.status != 0) throw std::runtime_error("init failed: " + init.out);
@@ -75,12 +69,7 @@ struct TwoServers {
         forget_postgresql((dir / "rows.mdb").string());
         nginx.reset();
         for (pid_t p : apps) test::stop_process(p);
-        try {
-            test::postgresql_admin(server, "DROP DATABASE IF EXISTS " + database + " WITH (FORCE)");
-        } catch (const std::exception&) {
-            // Left for the cluster's removal at the end of the run.
-        }
-        fs::remove_all(dir);
+        database.reset();
     }
     fs::path log_path(int i) const { return dir / ("server" + std::to_string(i) + ".log"); }
     std::string logs() const {
