@@ -62,7 +62,7 @@ TEST(StaticAccess, PrivateFoldersOnlyForTheirSessions) {
             ASSERT_TRUE(site.login());
         }
         for (const auto& c : cases)
-            EXPECT_EQ(site.get(c.path).status, who == std::string("admin") ? c.admin : c.anonymous) << who << c.path;
+            EXPECT_EQ(site.get(c.path).status, who == std::string("admin") ? c.admin : c.anonymous) << who << ": " << c.path;
     }
     // Renamed: the folder of the new name is the account's from the next
     // request on, the old one no longer.
