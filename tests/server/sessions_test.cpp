@@ -4,6 +4,7 @@
 
 #include <atomic>
 #include <chrono>
+#include <future>
 #include <set>
 #include <thread>
 #include <vector>
@@ -195,6 +196,8 @@ TEST(Sessions, RequestsOfOneSessionTakeTurns) {
 
     // Other sessions are not held up by it: a page of a second session
     // runs while the first one's page waits.
+    const std::string second = cookie_id(
+        test::run_body(site, "sessiontest", with_cookie(""), [](BodyPage&) { Session.set("n", 0); }));
     std::atomic<bool> release{false};
     std::thread slow([&] {
         test::run_body(site, "sessiontest", with_cookie(id), [&](BodyPage&) {
@@ -202,8 +205,11 @@ TEST(Sessions, RequestsOfOneSessionTakeTurns) {
         });
     });
     std::this_thread::sleep_for(std::chrono::milliseconds(20));
-    Reply other = test::run_body(site, "sessiontest", with_cookie(""), [](BodyPage&) { Response.write("free"); });
-    EXPECT_EQ(other.body, "free");
+    auto other = std::async(std::launch::async, [&] {
+        return test::run_body(site, "sessiontest", with_cookie(second), [](BodyPage&) { Response.write("free"); });
+    });
+    EXPECT_EQ(other.wait_for(std::chrono::seconds(5)), std::future_status::ready);
     release = true;
+    EXPECT_EQ(other.get().body, "free");
     slow.join();
 }
