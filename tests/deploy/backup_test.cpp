@@ -2,8 +2,6 @@
 #include <gtest/gtest.h>
 
 #include <fcntl.h>
-#include <signal.h>
-#include <sys/wait.h>
 #include <unistd.h>
 
 #include <atomic>
@@ -18,14 +16,13 @@
 #include "server/backup.h"
 #include "server/instance.h"
 #include "tests/support/files.h"
-#include "tests/support/http_client.h"
+#include "tests/support/served_site.h"
 
 using namespace tav;
 namespace fs = std::filesystem;
 
 namespace {
 
-using test::free_port;
 using test::slurp;
 using test::put_file;
 
@@ -60,26 +57,6 @@ Connection open_db(const fs::path& site) {
     Connection c;
     c.Open("driver={Microsoft Access Driver (*.mdb)};dbq=" + (site / "datebase" / "office.mdb").string());
     return c;
-}
-
-// The status of GET /login.asp from `tavelor serve site`, 0 if it never answered.
-int login_status_served(const fs::path& site, const fs::path& log) {
-    unsigned short port = free_port();
-    pid_t pid =
-        test::spawn({TAVELOR_BINARY, "serve", site.string(), "--port", std::to_string(port), "--log", log.string()});
-    int status = 0;
-    for (int i = 0; i < 100 && status == 0; ++i) {
-        try {
-            test::Client c(port);
-            c.send("GET /login.asp HTTP/1.1\r\nHost: 127.0.0.1\r\n\r\n");
-            status = c.read().status;
-        } catch (const std::exception&) {
-            std::this_thread::sleep_for(std::chrono::milliseconds(50));
-        }
-    }
-    ::kill(pid, SIGTERM);
-    ::waitpid(pid, nullptr, 0);
-    return status;
 }
 
 std::vector<TarReader::Entry> entries_of(const fs::path& tar) {
@@ -172,7 +149,7 @@ TEST(Backup, WhileClientsWriteHoldsEveryAcknowledgedWriteAndRestoresToAWorkingSi
     for (const auto& [name, bytes] : kept) EXPECT_EQ(slurp(back / name), bytes) << name;
     EXPECT_TRUE(fs::is_directory(back / "user" / "nobody"));
     EXPECT_TRUE(fs::is_directory(back / "Medium" / "temp"));
-    EXPECT_EQ(login_status_served(back, box.dir / "restored.log"), 200);
+    EXPECT_EQ(test::served_login_status(back.string(), (box.dir / "restored.log").string()), 200);
 }
 
 TEST(Backup, RestoreRefusesHostileArchivesAndWritesNothingOutside) {

@@ -3,7 +3,6 @@
 // tool's own output format (no program on Debian writes an .mdb file).
 #include <gtest/gtest.h>
 
-#include <sqlite3.h>
 #include <stdlib.h>
 
 #include <filesystem>
@@ -13,6 +12,7 @@
 #include "frame/password.h"
 #include "server/import.h"
 #include "tests/support/files.h"
+#include "tests/support/sqlite_file.h"
 
 namespace fs = std::filesystem;
 using tav::utf8_to_gb;
@@ -84,26 +84,11 @@ private:
     fs::path base_ = tmp_.path();
 };
 
-class Db {
-public:
-    explicit Db(const fs::path& p) { sqlite3_open_v2(p.c_str(), &db_, SQLITE_OPEN_READWRITE, nullptr); }
-    ~Db() { sqlite3_close_v2(db_); }
-    // The first column of the first row, "<null>" for NULL, "<none>" for no row.
-    std::string one(const std::string& sql) {
-        sqlite3_stmt* st = nullptr;
-        if (sqlite3_prepare_v2(db_, sql.c_str(), -1, &st, nullptr) != SQLITE_OK) return "<error>";
-        std::string out = "<none>";
-        if (sqlite3_step(st) == SQLITE_ROW) {
-            const unsigned char* t = sqlite3_column_text(st, 0);
-            out = t ? std::string(reinterpret_cast<const char*>(t), sqlite3_column_bytes(st, 0)) : "<null>";
-        }
-        sqlite3_finalize(st);
-        return out;
-    }
-    void exec(const std::string& sql) { sqlite3_exec(db_, sql.c_str(), nullptr, nullptr, nullptr); }
-
-private:
-    sqlite3* db_ = nullptr;
+// The file's value of a statement, read straight from it.
+struct Db {
+    std::string file;
+    std::string one(const std::string& sql) const { return tav::test::sqlite_value(file, sql); }
+    void exec(const std::string& sql) const { tav::test::sqlite_exec(file, sql); }
 };
 
 std::string long_body() {
@@ -186,7 +171,7 @@ TEST(Import, MovesRowsFilesAndPasswordsIn) {
     ASSERT_EQ(site.import(out, err), 0) << out << err;
     EXPECT_EQ(site.made(), std::vector<std::string>{"new"});
     fs::path nd = site.fresh();
-    Db db(nd / "datebase" / "office.mdb");
+    const Db db{(nd / "datebase" / "office.mdb").string()};
 
     // The tool was asked for dates in full and for the code page's text.
     std::string args = slurp(site.base() / "args");

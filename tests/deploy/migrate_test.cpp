@@ -3,15 +3,10 @@
 // PostgreSQL stage only.
 #include <gtest/gtest.h>
 
-#include <signal.h>
-#include <sqlite3.h>
-#include <sys/wait.h>
 #include <unistd.h>
 
-#include <chrono>
 #include <cstdlib>
 #include <filesystem>
-#include <thread>
 
 #include "frame/site_layout.h"
 #include "frame/store.h"
@@ -20,8 +15,9 @@
 #include "tests/datacentre/data_site.h"
 #include "tests/mail/mail_support.h"
 #include "tests/support/files.h"
-#include "tests/support/http_client.h"
+#include "tests/support/served_site.h"
 #include "tests/support/pages.h"
+#include "tests/support/sqlite_file.h"
 #include "tests/support/text.h"
 
 namespace fs = std::filesystem;
@@ -31,26 +27,14 @@ using tav::test::TestSite;
 
 namespace {
 
-std::string server() {
+std::string pg_server() {
     const char* s = std::getenv("TAVELOR_TEST_POSTGRES");
     return s ? s : "";
 }
 
-// A database of its own on the test server, dropped with the object.
-struct Database {
-    std::string name, url;
-    explicit Database(const std::string& tag) {
-        static int n = 0;
-        name = "tavelor_migrate_" + std::to_string(::getpid()) + "_" + tag + std::to_string(++n);
-        tav::test::postgresql_admin(server(), "CREATE DATABASE " + name);
-        url = tav::test::postgresql_url_with_database(server(), name);
-    }
-    ~Database() {
-        try {
-            tav::test::postgresql_admin(server(), "DROP DATABASE IF EXISTS " + name + " WITH (FORCE)");
-        } catch (const std::exception&) {
-        }
-    }
+// An empty database of its own: migrate refuses one that holds rows.
+struct Database : tav::test::PostgresqlDatabase {
+    Database() : PostgresqlDatabase(pg_server(), "migrate", false) {}
 };
 
 tav::test::Outcome migrate(const TestSite& site, const std::string& url, const std::string& more = "") {
@@ -59,13 +43,7 @@ tav::test::Outcome migrate(const TestSite& site, const std::string& url, const s
 
 // A statement straight on the SQLite file: what the pages cannot write.
 void on_file(const TestSite& site, const std::string& sql) {
-    sqlite3* db = nullptr;
-    sqlite3_open((site.root() + "/datebase/office.mdb").c_str(), &db);
-    char* err = nullptr;
-    sqlite3_exec(db, sql.c_str(), nullptr, nullptr, &err);
-    EXPECT_EQ(err, nullptr) << (err ? err : "") << " in " << sql;
-    sqlite3_free(err);
-    sqlite3_close(db);
+    tav::test::sqlite_exec(site.root() + "/datebase/office.mdb", sql);
 }
 
 const char* const kTables[] = {"user", "menu", "software", "monitor", "Email", "Datas", "Book", "Chat",
@@ -81,20 +59,9 @@ std::string all_rows(TestSite& site, const std::map<std::string, std::string>& c
 
 std::map<std::string, std::string> columns_of(const TestSite& site) {
     std::map<std::string, std::string> out;
-    sqlite3* db = nullptr;
-    sqlite3_open_v2((site.root() + "/datebase/office.mdb").c_str(), &db, SQLITE_OPEN_READONLY, nullptr);
-    for (const char* t : kTables) {
-        sqlite3_stmt* st = nullptr;
-        std::string sql = "select name from pragma_table_info('";
-        sql.append(t).append("')");
-        sqlite3_prepare_v2(db, sql.c_str(), -1, &st, nullptr);
-        std::string cols;
-        while (sqlite3_step(st) == SQLITE_ROW)
-            cols.append(cols.empty() ? "" : ",").append(reinterpret_cast<const char*>(sqlite3_column_text(st, 0)));
-        sqlite3_finalize(st);
-        out[t] = cols;
-    }
-    sqlite3_close(db);
+    for (const char* t : kTables)
+        out[t] = tav::test::sqlite_value(site.root() + "/datebase/office.mdb",
+                                         std::string("select group_concat(name) from pragma_table_info('") + t + "')");
     return out;
 }
 
@@ -136,8 +103,8 @@ void expect_counts_agree(TestSite& site) {
 }  // namespace
 
 TEST(SiteMigration, PagesShowTheSameRowsOnPostgreSQLAndNewRowsTakeIdsPastTheOld) {
-    if (server().empty()) GTEST_SKIP() << "no PostgreSQL server (TAVELOR_TEST_POSTGRES)";
-    Database target("used");
+    if (pg_server().empty()) GTEST_SKIP() << "no PostgreSQL server (TAVELOR_TEST_POSTGRES)";
+    Database target;
     tav::test::mail::MailSite m;
     TestSite& site = m.site;
     ASSERT_TRUE(site.login());
@@ -219,22 +186,7 @@ TEST(SiteMigration, PagesShowTheSameRowsOnPostgreSQLAndNewRowsTakeIdsPastTheOld)
     EXPECT_TRUE(has(site.get("Email_list.asp?type=3").body, "迁移之后"));
 
     // Served as a new process would: `serve DIR` alone finds the server.
-    const unsigned short port = tav::test::free_port();
-    pid_t pid = tav::test::spawn({TAVELOR_BINARY, "serve", site.root(), "--port", std::to_string(port), "--log",
-                                  site.root() + ".served.log"});
-    int status = 0;
-    for (int i = 0; i < 100 && status == 0; ++i) {
-        try {
-            tav::test::Client c(port);
-            c.send("GET /login.asp HTTP/1.1\r\nHost: 127.0.0.1\r\n\r\n");
-            status = c.read().status;
-        } catch (const std::exception&) {
-            std::this_thread::sleep_for(std::chrono::milliseconds(50));
-        }
-    }
-    ::kill(pid, SIGTERM);
-    ::waitpid(pid, nullptr, 0);
-    EXPECT_EQ(status, 200);
+    EXPECT_EQ(tav::test::served_login_status(site.root(), site.root() + ".served.log"), 200);
     EXPECT_FALSE(fs::exists(site.root() + "/datebase/office.mdb")) << "serve made a new SQLite file";
 
     // check reads the rows from the server; backup leaves them to pg_dump.
@@ -275,7 +227,7 @@ TEST(SiteMigration, PagesShowTheSameRowsOnPostgreSQLAndNewRowsTakeIdsPastTheOld)
 }
 
 TEST(SiteMigration, ARowPostgreSQLCannotTakeLeavesTheTargetAndTheSiteAsTheyWere) {
-    if (server().empty()) GTEST_SKIP() << "no PostgreSQL server (TAVELOR_TEST_POSTGRES)";
+    if (pg_server().empty()) GTEST_SKIP() << "no PostgreSQL server (TAVELOR_TEST_POSTGRES)";
     struct Case {
         const char* why;
         std::string sql;     // on the SQLite file
@@ -290,7 +242,7 @@ TEST(SiteMigration, ARowPostgreSQLCannotTakeLeavesTheTargetAndTheSiteAsTheyWere)
         {"no such server", "", "postgresql:///nothing?host=/nonexistent&port=1", "connecting to"},
     };
     for (const Case& c : cases) {
-        Database target("refused");
+        Database target;
         TestSite site;
         if (!c.sql.empty()) on_file(site, c.sql);
         auto out = migrate(site, c.url.empty() ? target.url : c.url);

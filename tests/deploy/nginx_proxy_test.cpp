@@ -3,13 +3,9 @@
 // client address in the log, all through the proxy over loopback.
 #include <gtest/gtest.h>
 
-#include <signal.h>
-#include <sys/wait.h>
-#include <unistd.h>
-
 #include <chrono>
 #include <filesystem>
-#include <fstream>
+#include <memory>
 #include <thread>
 
 #include "frame/encoding.h"
@@ -26,67 +22,32 @@ namespace {
 using test::cookie_of;
 using test::free_port;
 using test::slurp;
-using test::spawn;
 
-const char* kNginx = "/usr/sbin/nginx";
 const std::uint64_t kBodyLimit = 300000;  // the program's; nginx gets 400k
 
-bool listening(unsigned short port) {
-    for (int i = 0; i < 100; ++i) {
-        try {
-            Client probe(port);
-            return true;
-        } catch (const std::exception&) {
-            std::this_thread::sleep_for(std::chrono::milliseconds(50));
-        }
-    }
-    return false;
-}
-
-std::string replace(std::string s, const std::string& from, const std::string& to) {
-    auto at = s.find(from);
-    if (at == std::string::npos) throw std::runtime_error("deploy/nginx.conf lacks: " + from);
-    return s.replace(at, from.size(), to);
-}
-
 struct Deployment {
-    fs::path dir;
+    test::TempDir tmp{"tavelor_nginx"};
+    fs::path dir = tmp.path();
     unsigned short app_port = free_port(), web_port = free_port();
-    pid_t app = -1, web = -1;
+    pid_t app = -1;
+    std::unique_ptr<test::Nginx> web;
 
     Deployment() {
         while (web_port == app_port) web_port = free_port();
-        dir = fs::temp_directory_path() / ("tavelor_nginx_" + std::to_string(::getpid()));
-        fs::remove_all(dir);
-        fs::create_directories(dir / "nginx" / "logs");
-        fs::path src = fs::path(TAVELOR_TEMPLATE_DIR).parent_path();
-        int rc = std::system((std::string(TAVELOR_BINARY) + " init " + (dir / "site").string() + " >/dev/null").c_str());
-        if (rc != 0) throw std::runtime_error("init failed");
-        app = spawn({TAVELOR_BINARY, "serve", (dir / "site").string(), "--port", std::to_string(app_port),
-                     "--trusted-proxy", "127.0.0.1", "--body-limit", std::to_string(kBodyLimit), "--log",
-                     (dir / "app.log").string()});
-        // The shipped server block with only the addresses and the size bound changed.
-        std::string block = slurp(src / "deploy" / "nginx.conf");
-        block = replace(block, "listen 80;", "listen 127.0.0.1:" + std::to_string(web_port) + ";");
-        block = replace(block, "listen [::]:80;", "");
-        block = replace(block, "client_max_body_size 1089m;", "client_max_body_size 400k;");
-        block = replace(block, "http://127.0.0.1:8080", "http://127.0.0.1:" + std::to_string(app_port));
-        std::string t = (dir / "nginx").string();
-        std::ofstream(dir / "nginx" / "nginx.conf")
-            << (::geteuid() == 0 ? "user root root;\n" : "") << "daemon off;\nworker_processes 1;\npid " << t
-            << "/nginx.pid;\nerror_log " << t << "/logs/error.log;\nevents {}\nhttp {\naccess_log off;\n"
-            << "client_body_temp_path " << t << "/body;\nproxy_temp_path " << t << "/proxy;\n"
-            << "fastcgi_temp_path " << t << "/fcgi;\nuwsgi_temp_path " << t << "/uwsgi;\nscgi_temp_path " << t
-            << "/scgi;\n" << block << "\n}\n";
-        web = spawn({kNginx, "-p", t + "/", "-c", t + "/nginx.conf", "-e", t + "/logs/error.log"});
+        if (test::run_command(std::string(TAVELOR_BINARY) + " init " + (dir / "site").string()).status != 0)
+            throw std::runtime_error("init failed");
+        app = test::spawn({TAVELOR_BINARY, "serve", (dir / "site").string(), "--port", std::to_string(app_port),
+                           "--trusted-proxy", "127.0.0.1", "--body-limit", std::to_string(kBodyLimit), "--log",
+                           (dir / "app.log").string()});
+        web = std::make_unique<test::Nginx>(dir / "nginx", web_port,
+                                            std::vector<std::pair<std::string, std::string>>{
+                                                {"client_max_body_size 1089m;", "client_max_body_size 400k;"},
+                                                {"http://127.0.0.1:8080", "http://127.0.0.1:" + std::to_string(app_port)}},
+                                            "access_log off;\n");
     }
     ~Deployment() {
-        for (pid_t p : {web, app})
-            if (p > 0) {
-                ::kill(p, SIGTERM);
-                ::waitpid(p, nullptr, 0);
-            }
-        fs::remove_all(dir);
+        web.reset();
+        test::stop_process(app);
     }
 };
 
@@ -103,10 +64,10 @@ std::string post(const std::string& path, const std::string& cookie, const std::
 }  // namespace
 
 TEST(BehindNginx, SignInUploadRangeOversizeAndClientAddress) {
-    if (!fs::exists(kNginx)) GTEST_SKIP() << kNginx << " is not installed (tools/install-deps.sh test installs it)";
+    if (!fs::exists(test::Nginx::kProgram)) GTEST_SKIP() << "nginx is not installed (tools/install-deps.sh test installs it)";
     Deployment d;
-    ASSERT_TRUE(listening(d.app_port)) << "tavelor serve did not start";
-    ASSERT_TRUE(listening(d.web_port)) << slurp(d.dir / "nginx" / "logs" / "error.log");
+    ASSERT_TRUE(test::listening(d.app_port)) << "tavelor serve did not start";
+    ASSERT_TRUE(test::listening(d.web_port)) << d.web->error_log();
 
     Client c(d.web_port);
     c.send("GET /login.asp HTTP/1.1\r\nHost: office.example\r\n\r\n");

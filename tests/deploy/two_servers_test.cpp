@@ -5,17 +5,12 @@
 // PostgreSQL stage of tools/test.sh only (CTest label postgresql).
 #include <gtest/gtest.h>
 
-#include <signal.h>
-#include <sys/wait.h>
-#include <unistd.h>
-
 #include <chrono>
 #include <filesystem>
-#include <fstream>
 #include <map>
+#include <memory>
 #include <set>
 #include <sstream>
-#include <thread>
 
 #include "frame/encoding.h"
 #include "frame/site_layout.h"
@@ -33,45 +28,23 @@ namespace fs = std::filesystem;
 
 namespace {
 
-const char* kNginx = "/usr/sbin/nginx";
 const char* kBoundary = "----TavelorTwoServers";
 
-bool listening(unsigned short port) {
-    for (int i = 0; i < 100; ++i) {
-        try {
-            Client probe(port);
-            return true;
-        } catch (const std::exception&) {
-            std::this_thread::sleep_for(std::chrono::milliseconds(50));
-        }
-    }
-    return false;
-}
-
-std::string replace(std::string s, const std::string& from, const std::string& to) {
-    auto at = s.find(from);
-    if (at == std::string::npos) throw std::runtime_error("deploy/nginx.conf lacks: " + from);
-    return s.replace(at, from.size(), to);
-}
-
 struct TwoServers {
-    fs::path dir;
-    std::string server, database, url;
+    test::TempDir tmp{"tavelor_two"};
+    fs::path dir = tmp.path();
+    std::string server, url;
+    std::unique_ptr<test::PostgresqlDatabase> database;
     unsigned short app[2] = {test::free_port(), test::free_port()}, web = test::free_port();
-    pid_t apps[2] = {-1, -1}, nginx = -1;
+    pid_t apps[2] = {-1, -1};
+    std::unique_ptr<test::Nginx> nginx;
     Connection db;  // the site's rows, read through the store as a page would
 
     explicit TwoServers(const std::string& pg) : server(pg) {
         while (app[1] == app[0]) app[1] = test::free_port();
         while (web == app[0] || web == app[1]) web = test::free_port();
-        dir = fs::temp_directory_path() / ("tavelor_two_" + std::to_string(::getpid()));
-        fs::remove_all(dir);
-        fs::create_directories(dir / "nginx" / "logs");
-        database = "tavelor_two_" + std::to_string(::getpid());
-        const char* tpl = std::getenv("TAVELOR_TEST_POSTGRES_TEMPLATE");
-        test::postgresql_admin(server, "CREATE DATABASE " + database +
-                                           (tpl && *tpl ? std::string(" TEMPLATE ") + tpl : std::string()));
-        url = test::postgresql_url_with_database(server, database);
+        database = std::make_unique<test::PostgresqlDatabase>(server, "two");
+        url = database->url;
         const std::string site = (dir / "site").string();
         auto init = test::run_command(std::string(TAVELOR_BINARY) + " init " + site + " --database '" + url + "'");
         if (init.status != 0) throw std::runtime_error("init failed: " + init.out);
@@ -80,44 +53,28 @@ struct TwoServers {
                                    "127.0.0.1", "--log", log_path(i).string()});
         // The shipped server block, its one backend turned into an upstream
         // of both; nginx's access log names the backend of each request.
-        fs::path src = fs::path(TAVELOR_TEMPLATE_DIR).parent_path();
-        std::string block = test::slurp(src / "deploy" / "nginx.conf");
-        block = replace(block, "listen 80;", "listen 127.0.0.1:" + std::to_string(web) + ";");
-        block = replace(block, "listen [::]:80;", "");
-        block = replace(block, "proxy_pass http://127.0.0.1:8080;", "proxy_pass http://tavelor;");
-        std::string t = (dir / "nginx").string();
-        std::ofstream(dir / "nginx" / "nginx.conf")
-            << (::geteuid() == 0 ? "user root root;\n" : "") << "daemon off;\nworker_processes 1;\npid " << t
-            << "/nginx.pid;\nerror_log " << t << "/logs/error.log;\nevents {}\nhttp {\n"
-            << "log_format backend '$upstream_addr $cookie_TAVSESSION $request_method $uri $status';\n"
-            << "access_log " << t << "/logs/access.log backend;\n"
-            << "client_body_temp_path " << t << "/body;\nproxy_temp_path " << t << "/proxy;\n"
-            << "fastcgi_temp_path " << t << "/fcgi;\nuwsgi_temp_path " << t << "/uwsgi;\nscgi_temp_path " << t
-            << "/scgi;\nupstream tavelor {\n    server 127.0.0.1:" << app[0] << ";\n    server 127.0.0.1:" << app[1]
-            << ";\n}\n" << block << "\n}\n";
-        nginx = test::spawn({kNginx, "-p", t + "/", "-c", t + "/nginx.conf", "-e", t + "/logs/error.log"});
+        const std::string t = (dir / "nginx").string();
+        nginx = std::make_unique<test::Nginx>(
+            dir / "nginx", web,
+            std::vector<std::pair<std::string, std::string>>{
+                {"proxy_pass http://127.0.0.1:8080;", "proxy_pass http://tavelor;"}},
+            "log_format backend '$upstream_addr $cookie_TAVSESSION $request_method $uri $status';\naccess_log " + t +
+                "/logs/access.log backend;\nupstream tavelor {\n    server 127.0.0.1:" + std::to_string(app[0]) +
+                ";\n    server 127.0.0.1:" + std::to_string(app[1]) + ";\n}\n");
         use_postgresql((dir / "rows.mdb").string(), url);
         db.Open("dbq=" + (dir / "rows.mdb").string());
     }
     ~TwoServers() {
         db.close();
         forget_postgresql((dir / "rows.mdb").string());
-        for (pid_t p : {nginx, apps[0], apps[1]})
-            if (p > 0) {
-                ::kill(p, SIGTERM);
-                ::waitpid(p, nullptr, 0);
-            }
-        try {
-            test::postgresql_admin(server, "DROP DATABASE IF EXISTS " + database + " WITH (FORCE)");
-        } catch (const std::exception&) {
-            // Left for the cluster's removal at the end of the run.
-        }
-        fs::remove_all(dir);
+        nginx.reset();
+        for (pid_t p : apps) test::stop_process(p);
+        database.reset();
     }
     fs::path log_path(int i) const { return dir / ("server" + std::to_string(i) + ".log"); }
     std::string logs() const {
         return "server 0:\n" + test::slurp(log_path(0)) + "server 1:\n" + test::slurp(log_path(1)) + "nginx:\n" +
-               test::slurp(dir / "nginx" / "logs" / "error.log");
+               nginx->error_log();
     }
     std::string scalar(const std::string& sql) {
         Recordset rs = db.execute(Sql::trusted(sql));
@@ -170,10 +127,10 @@ bool sent_to_login(const test::Response& r) {
 TEST(TwoServers, OneSessionWalksBothServersAndEndsOnBoth) {
     const std::string pg = test::test_postgresql_server();
     if (pg.empty()) GTEST_SKIP() << "runs on PostgreSQL only (tools/test.sh's PostgreSQL stage)";
-    if (!fs::exists(kNginx)) GTEST_SKIP() << kNginx << " is not installed";
+    if (!fs::exists(test::Nginx::kProgram)) GTEST_SKIP() << "nginx is not installed";
     TwoServers d(pg);
-    for (unsigned short p : {d.app[0], d.app[1]}) ASSERT_TRUE(listening(p)) << d.logs();
-    ASSERT_TRUE(listening(d.web)) << d.logs();
+    for (unsigned short p : {d.app[0], d.app[1]}) ASSERT_TRUE(test::listening(p)) << d.logs();
+    ASSERT_TRUE(test::listening(d.web)) << d.logs();
     d.db.execute(Sql::trusted("insert into user(username,password,TrueName,DepartMentID,menu_idstr,record) "
                               "values ('bob','pw','bob',1,'" +
                               d.scalar("select menu_idstr as v from user where id=1") + "',30)"));

@@ -64,7 +64,7 @@ TEST(PageFrame, FailureWritesTheReportWithLineAndLowerCaseClass) {
     EXPECT_NE(r.body.find("Routine : file.I_init"), std::string::npos) << r.body;
 }
 
-TEST(PageFrame, EndPageLeavesNoLogAndNoTextANestedOneEndsOnlyItsRoutine) {
+TEST(PageFrame, EndPageLeavesNoLogANestedOneEndsOnlyItsRoutineAndAFailingOneReturnsItsDefault) {
     TestSite site;
     auto r = run(site, [](BodyPage& page) {
         Response.write("kept");
@@ -86,18 +86,14 @@ TEST(PageFrame, EndPageLeavesNoLogAndNoTextANestedOneEndsOnlyItsRoutine) {
     });
     EXPECT_EQ(r.body, "kept|nested|caller went on");
     EXPECT_EQ(site.log_text(), "");
-}
-
-TEST(PageFrame, FailingNestedRoutineReturnsItsDefaultAndTheCallerGoesOn) {
-    TestSite site;
-    auto r = run(site, [](BodyPage& page) {
+    // A routine that fails reports, returns its default, and the caller goes on.
+    r = run(site, [](BodyPage& page) {
         page.dbI_init();
         Value v = page.routine("lookup", [&]() -> Value {
             page.records() = page.db().execute("select truename from user where id=");  // broken statement
             return page.records()("truename");
         });
-        Response.write("[" + v + "]");
-        Response.write("|done");
+        Response.write("[" + v + "]|done");
     });
     EXPECT_NE(r.body.find("Routine : framepage.lookup"), std::string::npos) << r.body;
     EXPECT_NE(r.body.find("[]|done"), std::string::npos) << r.body;

@@ -1,7 +1,9 @@
 // The shared page bar, run inside a request as a list page would use it.
 #include <gtest/gtest.h>
 
+#include <initializer_list>
 #include <string>
+#include <utility>
 #include <vector>
 
 #include "frame/page.h"
@@ -105,20 +107,6 @@ std::string nav(const std::string& b) {
     return out;
 }
 
-TEST_F(PageBarTest, FormAroundTheOwnButtonsAndTheScriptThatSubmitsIt) {
-    rows(25);
-    std::string b = list("?p=1", address());
-    std::size_t form = b.find("<form action=\"Address_list.asp\" method=\"get\" name=\"myform\">");
-    ASSERT_NE(form, std::string::npos) << b;
-    EXPECT_LT(form, b.find("新增名片"));
-    EXPECT_LT(b.find("新增名片"), b.find("images/first.gif"));
-    EXPECT_TRUE(has(b, "<select name=\"P\" style=\"font-size:9pt\" Onchange=\"change_sort()\">"));
-    EXPECT_LT(b.find("</form>"), b.find("function change_sort(){"));
-    EXPECT_TRUE(has(b, "document.myform.submit();"));
-    EXPECT_TRUE(b.ends_with("</script>\r\n"));
-    EXPECT_FALSE(has(b, "type=\"hidden\""));  // nothing to carry
-}
-
 TEST_F(PageBarTest, RowsFillersSelectionAndLinksByPage) {
     struct Case {
         int rows;
@@ -160,6 +148,14 @@ TEST_F(PageBarTest, RowsFillersSelectionAndLinksByPage) {
         EXPECT_EQ(count(b, "<tr><td>"), 10 - c.fillers);
         EXPECT_FALSE(has(b, " Error "));
         EXPECT_EQ(count(b, "</a>"), 4);  // written even where no link opened
+        // The form around the page's own buttons and the bar, and the script that submits it.
+        std::size_t form = b.find("<form action=\"Address_list.asp\" method=\"get\" name=\"myform\">");
+        ASSERT_NE(form, std::string::npos) << b;
+        EXPECT_TRUE(form < b.find("新增名片") && b.find("新增名片") < b.find("images/first.gif")) << b;
+        EXPECT_TRUE(has(b, "<select name=\"P\" style=\"font-size:9pt\" Onchange=\"change_sort()\">"));
+        EXPECT_LT(b.find("</form>"), b.find("function change_sort(){"));
+        EXPECT_TRUE(has(b, "document.myform.submit();") && b.ends_with("</script>\r\n"));
+        EXPECT_FALSE(has(b, "type=\"hidden\""));  // nothing to carry
     }
 }
 
@@ -175,21 +171,19 @@ TEST_F(PageBarTest, TheBoxAboveTwoHundredPagesListsAWindow) {
             pages.push_back(std::stoi(body.substr(i + 15)));
         return pages;
     };
-    auto range = [](int from, int to) {
+    // The page numbers of the spans [from, to], in order.
+    auto spans = [](std::initializer_list<std::pair<int, int>> list) {
         std::vector<int> r;
-        for (int i = from; i <= to; ++i) r.push_back(i);
+        for (auto [from, to] : list)
+            for (int i = from; i <= to; ++i) r.push_back(i);
         return r;
     };
-    auto join = [](std::vector<int> a, const std::vector<int>& b) {
-        a.insert(a.end(), b.begin(), b.end());
-        return a;
-    };
     rows(398);  // Int(398 / 2) = 199: 200 pages, all listed
-    EXPECT_EQ(listed(list("?p=120", two_a_page)), range(0, 199));
+    EXPECT_EQ(listed(list("?p=120", two_a_page)), spans({{0, 199}}));
     rows(450);  // 226 pages
-    EXPECT_EQ(listed(list("?p=100", two_a_page)), join(join(range(0, 9), range(50, 149)), range(216, 225)));
-    EXPECT_EQ(listed(list("?p=0", two_a_page)), join(range(0, 49), range(216, 225)));
-    EXPECT_EQ(listed(list("?p=220", two_a_page)), join(range(0, 9), range(170, 225)));
+    EXPECT_EQ(listed(list("?p=100", two_a_page)), spans({{0, 9}, {50, 149}, {216, 225}}));
+    EXPECT_EQ(listed(list("?p=0", two_a_page)), spans({{0, 49}, {216, 225}}));
+    EXPECT_EQ(listed(list("?p=220", two_a_page)), spans({{0, 9}, {170, 225}}));
     std::string b = list("?p=100", two_a_page);
     EXPECT_TRUE(has(b, "<option value=\"100\" selected>101</option>"));
     EXPECT_TRUE(has(b, "页/共226页"));

@@ -6,36 +6,19 @@
 #include <string>
 #include <vector>
 
-#include <sqlite3.h>
-
 #include "frame/store.h"
 #include "frame/store_search.h"
 #include "tests/support/files.h"
+#include "tests/support/sqlite_file.h"
 
 using tav::operator""_sql;
 
 namespace {
 
+using tav::test::sqlite_rows;
+
 std::string schema() {
     return tav::test::slurp(std::filesystem::path(TAVELOR_TEMPLATE_DIR) / "datebase" / "schema.sql");
-}
-
-// Every row of a statement, read straight from the file.
-std::string rows(const std::string& db, const std::string& sql) {
-    sqlite3* h = nullptr;
-    sqlite3_open_v2(db.c_str(), &h, SQLITE_OPEN_READONLY, nullptr);
-    std::string out;
-    sqlite3_stmt* st = nullptr;
-    if (sqlite3_prepare_v2(h, sql.c_str(), -1, &st, nullptr) != SQLITE_OK) out = sqlite3_errmsg(h);
-    while (st && sqlite3_step(st) == SQLITE_ROW) {
-        for (int i = 0; i < sqlite3_column_count(st); ++i) {
-            const unsigned char* v = sqlite3_column_text(st, i);
-            out += (v ? reinterpret_cast<const char*>(v) : "NULL") + std::string(i + 1 < sqlite3_column_count(st) ? "|" : "\n");
-        }
-    }
-    sqlite3_finalize(st);
-    sqlite3_close_v2(h);
-    return out;
 }
 
 // A database of today's schema without the objects `which` names (a
@@ -44,15 +27,12 @@ void build_older(const std::string& db, const std::string& which, const std::str
     tav::build_database(db, schema());
     std::string drops;
     for (const char* kind : {"trigger", "index", "table"}) {
-        std::string names = rows(db, std::string("select name from sqlite_schema where type='") + kind +
+        std::string names = sqlite_rows(db, std::string("select name from sqlite_schema where type='") + kind +
                                          "' and sql is not null and (" + which + ")");
         for (std::size_t at = 0, nl; (nl = names.find('\n', at)) != std::string::npos; at = nl + 1)
             drops += std::string("drop ") + kind + " if exists \"" + names.substr(at, nl - at) + "\";";
     }
-    sqlite3* h = nullptr;
-    ASSERT_EQ(sqlite3_open(db.c_str(), &h), SQLITE_OK);
-    ASSERT_EQ(sqlite3_exec(h, (drops + rows_sql).c_str(), nullptr, nullptr, nullptr), SQLITE_OK) << sqlite3_errmsg(h);
-    sqlite3_close(h);
+    tav::test::sqlite_exec(db, drops + rows_sql);
 }
 
 }  // namespace
@@ -64,13 +44,7 @@ TEST(StoreUpgrade, AddsMissingColumnsOnceAndKeepsRows) {
                             "insert into user(username,password) values ('old','pw');");
     tav::upgrade_database(db, schema());
     tav::upgrade_database(db, schema());  // a second start finds the column and changes nothing
-    tav::Connection conn;
-    conn.Open("driver={Microsoft Access Driver (*.mdb)};dbq=" + db);
-    tav::Recordset rs = conn.execute("select username,must_change from user");
-    ASSERT_FALSE(rs.eof());
-    EXPECT_EQ(rs("username").str(), "old");
-    EXPECT_EQ(rs("must_change").str(), "0");
-    conn.close();
+    EXPECT_EQ(sqlite_rows(db, "select username,must_change from user"), "old|0\n");
 }
 
 // A database of the first schema (its tables only) gets every index, count
@@ -92,13 +66,13 @@ TEST(StoreUpgrade, AddsEveryMissingObjectWithCountsFilledFromTheRows) {
                 "create index email_inbox on Email(to_user_id, To_del, id);"
                 "create index email_sent on Email(send_user_id, Send_del, id);"
                 "delete from sqlite_stat1;");
-    ASSERT_EQ(rows(old_db, "select count(*) from sqlite_schema where name like '%tally%'"), "0\n");
+    ASSERT_EQ(sqlite_rows(old_db, "select count(*) from sqlite_schema where name like '%tally%'"), "0\n");
 
     tav::upgrade_database(old_db, schema());
     tav::upgrade_database(old_db, schema());
     const std::string objects = "select type, name, sql from sqlite_schema order by name";
-    EXPECT_EQ(rows(old_db, objects), rows(new_db, objects));
-    EXPECT_EQ(rows(old_db, "select * from sqlite_stat1 order by idx"), rows(new_db, "select * from sqlite_stat1 order by idx"));
+    EXPECT_EQ(sqlite_rows(old_db, objects), sqlite_rows(new_db, objects));
+    EXPECT_EQ(sqlite_rows(old_db, "select * from sqlite_stat1 order by idx"), sqlite_rows(new_db, "select * from sqlite_stat1 order by idx"));
 
     // Each kept count against the count of its rows; both ways, so a missing
     // row and a wrong one both show.
@@ -120,12 +94,12 @@ TEST(StoreUpgrade, AddsEveryMissingObjectWithCountsFilledFromTheRows) {
     auto same = [&](const char* when) {
         for (const auto& [kept, counted] : pairs) {
             const std::string a = std::string("select * from (") + kept + ")", b = std::string("select * from (") + counted + ")";
-            EXPECT_EQ(rows(old_db, a + " except " + b), "") << when << ": " << kept;
-            EXPECT_EQ(rows(old_db, b + " except " + a), "") << when << ": " << kept;
+            EXPECT_EQ(sqlite_rows(old_db, a + " except " + b), "") << when << ": " << kept;
+            EXPECT_EQ(sqlite_rows(old_db, b + " except " + a), "") << when << ": " << kept;
         }
     };
     same("filled");
-    EXPECT_NE(rows(old_db, "select num from datas_tally where Sub_menu = 'a1'"), "");
+    EXPECT_NE(sqlite_rows(old_db, "select num from datas_tally where Sub_menu = 'a1'"), "");
     tav::Connection conn;
     conn.Open("dbq=" + old_db);
     conn.execute("insert into Email(to_user_id, read, To_del) values (3,0,0)");

@@ -4,6 +4,7 @@
 
 #include <atomic>
 #include <chrono>
+#include <future>
 #include <set>
 #include <thread>
 #include <vector>
@@ -50,65 +51,51 @@ TEST(SessionStore, IdsAreRandom128BitHex) {
     EXPECT_EQ(seen.size(), 2000u);
 }
 
-TEST(SessionStore, FullStoreDropsTheLongestIdleButNeverAHeldOne) {
+// A full store drops the anonymous session idle longest, never a held one
+// nor, while an anonymous one is left, a signed-in one; full of signed-in
+// sessions it keeps no new anonymous one. New sessions per address are capped.
+TEST(SessionStore, TheCapDropsTheLongestIdleAnonymousSessionFirstAndNeverAHeldOne) {
+    auto session = [](int account) {
+        auto d = std::make_shared<SessionData>();
+        if (account) d->values["user_id"] = Value(account);
+        return d;
+    };
     SessionStore store(3);
     std::vector<std::string> ids;
     for (int i = 0; i < 3; ++i) {
-        ids.push_back(store.add(std::make_shared<SessionData>()));
+        ids.push_back(store.add(session(0)));
         std::this_thread::sleep_for(std::chrono::milliseconds(2));
     }
-    // ids[0] is oldest but a request holds it: ids[1] goes instead.
-    SessionStore::Lease held = store.acquire(ids[0]);
+    SessionStore::Lease held = store.acquire(ids[0]);  // the oldest, but a request holds it
     ASSERT_TRUE(held);
-    std::string fourth = store.add(std::make_shared<SessionData>());
+    std::string fourth = store.add(session(0));
     EXPECT_EQ(store.size(), 3u);
-    EXPECT_TRUE(store.peek(ids[0]));
-    EXPECT_FALSE(store.peek(ids[1]));
-    EXPECT_TRUE(store.peek(ids[2]));
-    EXPECT_TRUE(store.peek(fourth));
+    for (auto [id, kept] : {std::pair{ids[0], true}, {ids[1], false}, {ids[2], true}, {fourth, true}})
+        EXPECT_EQ(static_cast<bool>(store.peek(id)), kept) << id;
     // Unknown and removed ids lease nothing.
     EXPECT_FALSE(store.acquire("nosuch"));
     store.remove(ids[2]);
     EXPECT_FALSE(store.acquire(ids[2]));
-}
 
-TEST(SessionStore, AFloodOfAnonymousSessionsLeavesTheLoggedInOnes) {
-    SessionStore store(4);
-    auto account = [](int id) {
-        auto d = std::make_shared<SessionData>();
-        d->values["user_id"] = Value(id);
-        return d;
-    };
-    std::string oldest = store.add(account(1));
-    std::string other = store.add(account(2));
-    std::string later;  // logs in during a request
-    {
-        later = store.add(std::make_shared<SessionData>());
-        SessionStore::Lease lease = store.acquire(later);
-        lease.data()->values["user_id"] = Value(3);
-    }
-    for (int i = 0; i < 50; ++i) store.add(std::make_shared<SessionData>());
-    EXPECT_EQ(store.size(), 4u);
-    for (const auto& id : {oldest, other, later}) EXPECT_TRUE(store.peek(id)) << id;
-    // The last anonymous one goes first; then, with only logged-in sessions
-    // left, the one idle longest.
-    store.add(account(4));
-    EXPECT_TRUE(store.peek(oldest));
-    store.add(account(5));
-    EXPECT_FALSE(store.peek(oldest));
-    EXPECT_TRUE(store.peek(other));
-    EXPECT_TRUE(store.peek(later));
-    // Full of signed-in sessions: a new anonymous one is not kept.
-    EXPECT_EQ(store.add(std::make_shared<SessionData>()), "");
-    EXPECT_TRUE(store.peek(other));
-}
+    SessionStore four(4);
+    std::string oldest = four.add(session(1)), other = four.add(session(2)), later = four.add(session(0));
+    four.acquire(later).data()->values["user_id"] = Value(3);  // logs in during a request
+    for (int i = 0; i < 50; ++i) four.add(session(0));
+    EXPECT_EQ(four.size(), 4u);
+    for (const auto& id : {oldest, other, later}) EXPECT_TRUE(four.peek(id)) << id;
+    four.add(session(4));  // the last anonymous one goes
+    EXPECT_TRUE(four.peek(oldest));
+    four.add(session(5));  // only signed-in ones left: the one idle longest
+    EXPECT_FALSE(four.peek(oldest));
+    EXPECT_TRUE(four.peek(other) && four.peek(later));
+    EXPECT_EQ(four.add(session(0)), "");
+    EXPECT_TRUE(four.peek(other));
 
-TEST(SessionStore, NewSessionsPerAddressAreCapped) {
-    SessionStore store(100, std::chrono::minutes(20), {3, std::chrono::minutes(10)});
-    for (int i = 0; i < 3; ++i) EXPECT_NE(store.add(std::make_shared<SessionData>(), "10.0.0.1"), "");
-    EXPECT_EQ(store.add(std::make_shared<SessionData>(), "10.0.0.1"), "");
-    EXPECT_NE(store.add(std::make_shared<SessionData>(), "10.0.0.2"), "");
-    EXPECT_EQ(store.size(), 4u);
+    SessionStore capped(100, std::chrono::minutes(20), {3, std::chrono::minutes(10)});
+    for (int i = 0; i < 3; ++i) EXPECT_NE(capped.add(session(0), "10.0.0.1"), "");
+    EXPECT_EQ(capped.add(session(0), "10.0.0.1"), "");
+    EXPECT_NE(capped.add(session(0), "10.0.0.2"), "");
+    EXPECT_EQ(capped.size(), 4u);
 }
 
 TEST(SessionStore, IdleSessionsExpireAndRenewMovesTheValues) {
@@ -209,6 +196,8 @@ TEST(Sessions, RequestsOfOneSessionTakeTurns) {
 
     // Other sessions are not held up by it: a page of a second session
     // runs while the first one's page waits.
+    const std::string second = cookie_id(
+        test::run_body(site, "sessiontest", with_cookie(""), [](BodyPage&) { Session.set("n", 0); }));
     std::atomic<bool> release{false};
     std::thread slow([&] {
         test::run_body(site, "sessiontest", with_cookie(id), [&](BodyPage&) {
@@ -216,8 +205,11 @@ TEST(Sessions, RequestsOfOneSessionTakeTurns) {
         });
     });
     std::this_thread::sleep_for(std::chrono::milliseconds(20));
-    Reply other = test::run_body(site, "sessiontest", with_cookie(""), [](BodyPage&) { Response.write("free"); });
-    EXPECT_EQ(other.body, "free");
+    auto other = std::async(std::launch::async, [&] {
+        return test::run_body(site, "sessiontest", with_cookie(second), [](BodyPage&) { Response.write("free"); });
+    });
+    EXPECT_EQ(other.wait_for(std::chrono::seconds(5)), std::future_status::ready);
     release = true;
+    EXPECT_EQ(other.get().body, "free");
     slow.join();
 }

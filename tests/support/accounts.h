@@ -2,14 +2,13 @@
 // rows (and files) a test must find unchanged.
 #pragma once
 
-#include <sqlite3.h>
-
 #include <algorithm>
 #include <filesystem>
 #include <string>
 #include <vector>
 
 #include "frame/store.h"
+#include "tests/support/sqlite_file.h"
 #include "tests/support/test_site.h"
 
 namespace tav::test {
@@ -72,29 +71,13 @@ inline std::string snapshot(const TestSite& site, bool with_files = true) {
             }
         }
     }
-    sqlite3* db = nullptr;
-    if (out.empty()) sqlite3_open_v2((site.root() + "/datebase/office.mdb").c_str(), &db, SQLITE_OPEN_READONLY, nullptr);
-    std::vector<std::string> tables;
-    sqlite3_exec(
-        db, "select name from sqlite_master where type='table' order by name",
-        [](void* t, int, char** v, char**) {
-            static_cast<std::vector<std::string>*>(t)->push_back(v[0]);
-            return 0;
-        },
-        &tables, nullptr);
-    for (const auto& t : tables) {
-        out += "#" + t + "\n";
-        sqlite3_exec(
-            db, ("select * from \"" + t + "\"").c_str(),
-            [](void* o, int n, char** v, char**) {
-                auto& s = *static_cast<std::string*>(o);
-                for (int i = 0; i < n; ++i) s += (v[i] ? v[i] : "NULL") + std::string("|");
-                s += "\n";
-                return 0;
-            },
-            &out, nullptr);
+    const std::string file = site.root() + "/datebase/office.mdb";
+    const std::string tables =
+        out.empty() ? sqlite_rows(file, "select name from sqlite_master where type='table' order by name") : "";
+    for (std::size_t at = 0, nl; (nl = tables.find('\n', at)) != std::string::npos; at = nl + 1) {
+        const std::string t = tables.substr(at, nl - at);
+        out += "#" + t + "\n" + sqlite_rows(file, "select * from \"" + t + "\"");
     }
-    sqlite3_close(db);
     if (!with_files) return out;
     for (auto it = fs::recursive_directory_iterator(site.root()); it != fs::recursive_directory_iterator(); ++it) {
         std::string rel = fs::relative(it->path(), site.root()).string();

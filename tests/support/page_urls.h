@@ -1,6 +1,5 @@
 // Every URL of the site with the class that serves it, as callers write
-// them (case variants included; they reach one class). Pages not written yet
-// answer 404 until their file registers; this list keeps their URLs.
+// them (case variants included; they reach one class).
 #pragma once
 
 #include <vector>

@@ -1,5 +1,5 @@
 // Checks of page answers that the page tests share: the texts an answer
-// must and must not hold, the ids a list links to, the newest activity line.
+// must and must not hold, the ids a list links to, multipart posts.
 #pragma once
 
 #include <gtest/gtest.h>
@@ -49,16 +49,6 @@ inline Part file(const std::string& name, const std::string& client_name, const 
 inline Reply post_multipart(TestSite& site, const std::string& url, const std::vector<Part>& parts) {
     const std::string b = "---------------------------7d2a1f3c";
     return site.post_raw(url, multipart_type(b), multipart_body(b, parts));
-}
-
-// The newest line of the activity log.
-inline std::string last_activity(TestSite& site) {
-    return site.scalar("select work_text from monitor order by id desc", "work_text");
-}
-
-// Rows of a table, with a condition when given.
-inline int rows_in(TestSite& site, const std::string& table, const std::string& where = "1=1") {
-    return std::stoi(site.scalar("select count(*) as n from " + table + " where " + where, "n"));
 }
 
 }  // namespace tav::test

@@ -84,6 +84,23 @@ void postgresql_admin(const std::string& server, const std::string& statement) {
 #endif
 }
 
+PostgresqlDatabase::PostgresqlDatabase(const std::string& server_url, const std::string& tag, bool from_template)
+    : server(server_url) {
+    static std::atomic<unsigned> count{0};
+    name = "tavelor_" + tag + "_" + std::to_string(::getpid()) + "_" + std::to_string(++count);
+    const char* tpl = from_template ? std::getenv("TAVELOR_TEST_POSTGRES_TEMPLATE") : nullptr;
+    postgresql_admin(server, "CREATE DATABASE " + name + (tpl && *tpl ? std::string(" TEMPLATE ") + tpl : ""));
+    url = postgresql_url_with_database(server, name);
+}
+
+PostgresqlDatabase::~PostgresqlDatabase() {
+    try {
+        postgresql_admin(server, "DROP DATABASE IF EXISTS " + name + " WITH (FORCE)");
+    } catch (const std::exception&) {
+        // Left for the cluster's removal at the end of the run.
+    }
+}
+
 TestSite::TestSite() {
     password::use_least_cost();
     char tmpl[] = "/tmp/tavelor-test-XXXXXX";
@@ -91,18 +108,9 @@ TestSite::TestSite() {
     dir_ = tmpl;
     root_ = dir_ + "/site";
     log_ = dir_ + "/app.log";
-    std::string database_url;
-    if (std::string server = test_postgresql_server(); !server.empty()) {
-        static std::atomic<unsigned> count{0};
-        pg_database_ = "tavelor_test_" + std::to_string(::getpid()) + "_" + std::to_string(++count);
-        // A copy of a database made once by init (tools/test.sh) is much
-        // quicker than building the schema again for every site.
-        const char* tpl = std::getenv("TAVELOR_TEST_POSTGRES_TEMPLATE");
-        postgresql_admin(server, "CREATE DATABASE " + pg_database_ +
-                                     (tpl && *tpl ? std::string(" TEMPLATE ") + tpl : std::string()));
-        database_url = postgresql_url_with_database(server, pg_database_);
-    }
-    init_site(root_, TAVELOR_TEMPLATE_DIR, database_url);
+    if (std::string server = test_postgresql_server(); !server.empty())
+        pg_ = std::make_unique<PostgresqlDatabase>(server, "test");
+    init_site(root_, TAVELOR_TEMPLATE_DIR, pg_ ? pg_->url : "");
     site_ = std::make_unique<Site>(root_, log_);
     root_ = site_->root();
     db_.Open("driver={Microsoft Access Driver (*.mdb)};UID=sa;PWD=;dbq=" + root_ + "/datebase/office.mdb");
@@ -111,13 +119,9 @@ TestSite::TestSite() {
 TestSite::~TestSite() {
     db_.close();
     site_.reset();
-    if (!pg_database_.empty()) {
+    if (pg_) {
         forget_postgresql(layout::database_path(root_));
-        try {
-            postgresql_admin(test_postgresql_server(), "DROP DATABASE IF EXISTS " + pg_database_ + " WITH (FORCE)");
-        } catch (const std::exception&) {
-            // Left for the cluster's removal at the end of the run.
-        }
+        pg_.reset();
     }
     std::error_code ec;
     fs::remove_all(dir_, ec);

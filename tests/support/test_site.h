@@ -38,6 +38,17 @@ std::string postgresql_url_with_database(const std::string& server, const std::s
 // Runs one administrative statement on the server (create/drop database).
 void postgresql_admin(const std::string& server, const std::string& statement);
 
+// A database of its own on the server, named after the process and a count,
+// dropped with the object; a copy of TAVELOR_TEST_POSTGRES_TEMPLATE when
+// that is set (a database init made once: much quicker than the schema).
+struct PostgresqlDatabase {
+    std::string server, name, url;
+    PostgresqlDatabase(const std::string& server, const std::string& tag, bool from_template = true);
+    ~PostgresqlDatabase();
+    PostgresqlDatabase(const PostgresqlDatabase&) = delete;
+    PostgresqlDatabase& operator=(const PostgresqlDatabase&) = delete;
+};
+
 class TestSite {
 public:
     TestSite();
@@ -76,7 +87,7 @@ private:
     std::string dir_;
     std::string root_;
     std::string log_;
-    std::string pg_database_;  // the site's own database when the suite runs on PostgreSQL
+    std::unique_ptr<PostgresqlDatabase> pg_;  // the site's own database when the suite runs on PostgreSQL
     std::unique_ptr<Site> site_;
     std::string cookie_;
     Connection db_;
