@@ -1,21 +1,10 @@
 // Accounts: the list, registration with its defaults, folder and welcome
 // mail, and the save of the profile forms.
-#include <filesystem>
-
-#include <gtest/gtest.h>
+#include "tests/support/page_test.h"
 
 #include "frame/password.h"
-#include "tests/support/accounts.h"
-#include "tests/support/test_site.h"
-#include "tests/support/pages.h"
-#include "tests/support/text.h"
 
-using tav::test::TestSite;
-using tav::test::add_user;
-using tav::test::count;
-using tav::test::has;
-using tav::test::expect_texts;
-using tav::test::rows_of;
+using namespace tav::test;
 
 namespace {
 
@@ -79,11 +68,7 @@ TEST(Registration, ATakenNameStoresNothingAndFieldsAreTrimmed) {
 }
 
 TEST(Registration, BrokenFormsFailWithTheReportAndAPathNameGetsNoFolder) {
-    struct Case {
-        const char* field;
-        const char* value;
-        const char* answer;
-    };
+    struct Case { const char* field; const char* value; const char* answer; };
     const Case cases[] = {
         {"TureName", "O'Brien", "Routine : newregisterdo.I_init"},  // a quote breaks the statement
         {"DepartMentID", "", "Routine : newregisterdo.I_init"},     // the insert needs a department

@@ -1,20 +1,7 @@
 // The activity log views and the settings form with its save.
-#include <filesystem>
-#include <fstream>
+#include "tests/support/page_test.h"
 
-#include <gtest/gtest.h>
-
-#include "tests/support/accounts.h"
-#include "tests/support/test_site.h"
-#include "tests/support/pages.h"
-#include "tests/support/text.h"
-
-using tav::test::AdminSite;
-using tav::test::TestSite;
-using tav::test::add_user;
-using tav::test::count;
-using tav::test::has;
-using tav::test::expect_texts;
+using namespace tav::test;
 
 namespace {
 

@@ -1,20 +1,9 @@
 // Profile forms, the own password and the two signature images.
-#include <filesystem>
-#include <fstream>
-
-#include <gtest/gtest.h>
+#include "tests/support/page_test.h"
 
 #include "frame/password.h"
-#include "tests/support/accounts.h"
-#include "tests/support/test_site.h"
-#include "tests/support/pages.h"
-#include "tests/support/text.h"
 
-using tav::test::AdminSite;
-using tav::test::TestSite;
-using tav::test::add_user;
-using tav::test::has;
-using tav::test::expect_texts;
+using namespace tav::test;
 
 namespace {
 
@@ -66,12 +55,7 @@ TEST(ProfileForms, SavingTheOwnProfileClearsTheMeetingFlagAndKeepsRecord) {
 }
 
 TEST(PasswordChange, ComparesAfterTrimAndTreatsBlanksAsNoChange) {
-    struct Case {
-        const char* old_pw;
-        const char* new_pw;
-        const char* shown;
-        const char* stored;
-    };
+    struct Case { const char* old_pw; const char* new_pw; const char* shown; const char* stored; };
     const Case cases[] = {
         {"  admin ", " new_1 ", "<br><font color=red>密码已经修改！</font>", "new_1"},
         {"wrong", "new_1", "<br><font color=red>原密码错误！</font>", "admin"},

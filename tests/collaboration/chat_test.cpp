@@ -1,20 +1,8 @@
 // The chat room: captions, the hundred newest lines, the purge on entering,
 // what Chat_Save.asp stores, and the input line.
-#include <gtest/gtest.h>
+#include "tests/support/page_test.h"
 
-#include <string>
-#include <vector>
-
-#include "tests/support/accounts.h"
-#include "tests/support/test_site.h"
-#include "tests/support/pages.h"
-#include "tests/support/text.h"
-
-using tav::test::Reply;
-using tav::test::TestSite;
-using tav::test::count;
-using tav::test::has;
-using tav::test::expect_texts;
+using namespace tav::test;
 
 namespace {
 
@@ -38,11 +26,7 @@ struct ChatSite : TestSite {
 }  // namespace
 
 TEST(ChatShow, CaptionsToOneselfToAllAndToOne) {
-    struct Case {
-        const char* speaker;
-        const char* to;
-        const char* shown;
-    };
+    struct Case { const char* speaker; const char* to; const char* shown; };
     for (const Case& c : std::vector<Case>{{"张三", "张三", ">张三</a> 自言自语：hi<BR>"},
                                            {"张三", " 张三 ", ">张三</a> 自言自语：hi<BR>"},
                                            {"张三", " ", ">张三</a> 说：hi<BR>"},
@@ -84,11 +68,7 @@ TEST(ChatMain, EnteringPurgesLinesOlderThanYesterday) {
 }
 
 TEST(ChatSave, StoresTheLineUnderTheAccountsOwnName) {
-    struct Case {
-        const char* says;
-        const char* to;
-        const char* stored_to;
-    };
+    struct Case { const char* says; const char* to; const char* stored_to; };
     for (const Case& c : std::vector<Case>{{"  hello  ", "所有人", " "},
                                            {"x", "", " "},
                                            {"x", " 李四 ", "李四"},

@@ -1,19 +1,8 @@
 // The meeting launcher, the control started at login, and the list of who
 // is online: three read-only pages on user.online and user.ip.
-#include <gtest/gtest.h>
+#include "tests/support/page_test.h"
 
-#include <string>
-
-#include "tests/support/accounts.h"
-#include "tests/support/test_site.h"
-#include "tests/support/pages.h"
-#include "tests/support/text.h"
-
-using tav::test::add_user;
-using tav::test::count;
-using tav::test::has;
-using tav::test::expect_texts;
-using tav::test::TestSite;
+using namespace tav::test;
 
 namespace {
 

@@ -1,23 +1,9 @@
 // The personal ledger: rows added, changed and deleted through one save page
 // by their owner only; a list whose count looks at the wrong column and whose bar
 // belongs to the guest book.
-#include <gtest/gtest.h>
+#include "tests/support/page_test.h"
 
-#include <string>
-#include <vector>
-
-#include "tests/support/accounts.h"
-#include "tests/support/test_site.h"
-#include "tests/support/pages.h"
-#include "tests/support/text.h"
-
-using tav::test::add_user;
-using tav::test::count;
-using tav::test::form_encode;
-using tav::test::has;
-using tav::test::expect_texts;
-using tav::test::Reply;
-using tav::test::TestSite;
+using namespace tav::test;
 
 namespace {
 
@@ -57,11 +43,7 @@ TEST(Ledger, SavingAddsChangesAndDeletesOnlyWithTheExactWordDel) {
         EXPECT_EQ(l.row(id, key), value) << key;
     EXPECT_FALSE(l.row(id, "Rec_date").empty());
 
-    struct Step {
-        const char* title;
-        const char* message;
-        bool kept;
-    };
+    struct Step { const char* title; const char* message; bool kept; };
     for (const Step& s : std::vector<Step>{{"DEL", "此记录已经被你修改！", true},
                                            {"Del", "此记录已经被你修改！", true},
                                            {" del ", "删除记录成功！", false}}) {  // trimmed first
@@ -136,10 +118,7 @@ TEST(Ledger, TheCountLooksAtTheRowNumberAndChangesNothingVisible) {
 
 TEST(Ledger, ANoteOfJustTheWordNoneShowsWithoutALink) {
     Ledger l;
-    struct Case {
-        const char* text;
-        bool linked;
-    };
+    struct Case { const char* text; bool linked; };
     for (const Case& k : std::vector<Case>{{"无", false}, {"无事", true}, {"", true}, {" 无", true}}) {
         l.site.exec("delete from Record");
         l.site.exec(std::string("insert into Record(user_id,Rec_title,Rec_text,Rec_money) values (") + l.me +

@@ -1,20 +1,10 @@
 // The home page, the list with its paging and search, the buttons of the
 // read page, and the lock.
-#include <gtest/gtest.h>
-
-#include <string>
+#include "tests/support/page_test.h"
 
 #include "tests/datacentre/data_site.h"
-#include "tests/support/accounts.h"
-#include "tests/support/pages.h"
-#include "tests/support/text.h"
 
-using tav::test::add_item;
-using tav::test::count;
-using tav::test::has;
-using tav::test::expect_texts;
-using tav::test::AdminSite;
-using tav::test::TestSite;
+using namespace tav::test;
 
 namespace {
 
@@ -136,11 +126,7 @@ TEST(DataRead, ButtonsByRightAuthorshipAndLock) {
     tav::test::add_user(site, "deleter", "del 3102");
     std::string item = add_item(site, "3102", "一条", author, "0");
     std::string locked = add_item(site, "3102", "锁住", author, "0", date(2), "1");
-    struct Case {
-        const char* user;
-        const std::string& id;
-        bool change, lock, unlock;
-    } cases[] = {
+    struct Case { const char* user; const std::string& id; bool change, lock, unlock; } cases[] = {
         {"author", item, true, false, false},    {"author", locked, false, false, false},
         {"reader", item, false, false, false},   {"reader", locked, false, false, false},
         {"deleter", item, true, true, false},    {"deleter", locked, false, false, true},

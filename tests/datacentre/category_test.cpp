@@ -1,16 +1,10 @@
 // Main menus, categories and the generic name list: the codes they get, the
 // rows they write and remove, and the names they refuse.
-#include <gtest/gtest.h>
+#include "tests/support/page_test.h"
 
 #include "tests/datacentre/data_site.h"
-#include "tests/support/accounts.h"
-#include "tests/support/pages.h"
-#include "tests/support/text.h"
 
-using tav::test::has;
-using tav::test::expect_texts;
-using tav::test::AdminSite;
-using tav::test::TestSite;
+using namespace tav::test;
 
 namespace {
 
@@ -62,9 +56,7 @@ TEST(DataCategories, DeletingAMainMenuTakesItsRowsButKeepsItsItems) {
 TEST(DataCategories, RenamesAndDuplicates) {
     AdminSite site;
     std::string m31 = id_of(site, "menu31");
-    struct Case {
-        std::string url, answer;
-    } cases[] = {
+    struct Case { std::string url, answer; } cases[] = {
         {"Menu.asp?id=" + m31 + "&user_text=工作动态", "此主菜单名称已经存在，请更名："},
         {"Menu.asp?id=0&user_text=法规制度", "此主菜单名称已经存在，请更名："},
         {"Menu.asp?id=" + m31, "请输入新的主菜单名称："},

@@ -1,24 +1,10 @@
 // The entry form, saving with attachments, the picture dialog's folder, and
 // deletion.
-#include <gtest/gtest.h>
-
-#include <filesystem>
-#include <fstream>
-#include <string>
+#include "tests/support/page_test.h"
 
 #include "tests/datacentre/data_site.h"
-#include "tests/support/accounts.h"
-#include "tests/support/pages.h"
-#include "tests/support/text.h"
 
-using tav::test::add_item;
-using tav::test::exists;
-using tav::test::has;
-using tav::test::expect_texts;
-using tav::test::post_item;
-using tav::test::slurp;
-using tav::test::AdminSite;
-using tav::test::TestSite;
+using namespace tav::test;
 
 namespace {
 

@@ -2,15 +2,9 @@
 // status cells, the welcome page that marks the account online.
 #include <tuple>
 
-#include <gtest/gtest.h>
+#include "tests/support/page_test.h"
 
-#include "tests/support/test_site.h"
-#include "tests/support/text.h"
-#include "tests/support/pages.h"
-
-using tav::test::AdminSite;
-using tav::test::TestSite;
-using tav::test::has;
+using namespace tav::test;
 
 TEST(DesktopFrames, EightFramesInOrderAndTheMeetingPairAtLogin) {
     TestSite site;
@@ -36,10 +30,7 @@ TEST(DesktopFrames, EightFramesInOrderAndTheMeetingPairAtLogin) {
 }
 
 TEST(DesktopTop, HeadlineSizeFollowsNameAndHeadlineLength) {
-    struct Case {
-        int len;
-        std::string tail, size;
-    };
+    struct Case { int len; std::string tail, size; };
     const Case cases[] = {
         {3, "自动化网络办公系统", "13"}, {4, "自动化网络办公系统", "12.5"}, {5, "网络办公系统", "13.5"},
         {7, "办公系统", "15"},

@@ -1,17 +1,10 @@
 // Leaving the desktop, and the lost-password flag from the user's report to
 // the administrator's list.
-#include <gtest/gtest.h>
+#include "tests/support/page_test.h"
 
 #include "frame/password.h"
-#include "tests/support/accounts.h"
-#include "tests/support/test_site.h"
-#include "tests/support/pages.h"
-#include "tests/support/text.h"
 
-using tav::test::AdminSite;
-using tav::test::TestSite;
-using tav::test::has;
-using tav::test::expect_texts;
+using namespace tav::test;
 
 namespace {
 
@@ -24,35 +17,29 @@ std::string logged(TestSite& site, const std::string& text) {
 
 }  // namespace
 
-TEST(Logout, MarksOfflineLogsAbandonsAndGoesToLogin) {
-    AdminSite site;
-    site.get("/started.asp");
-    auto r = site.get("/logout.asp");
-    EXPECT_EQ(r.location(), "login.asp");
-    EXPECT_EQ(admin_field(site, "online"), "0");
-    EXPECT_EQ(admin_field(site, "ip"), " ");
-    EXPECT_EQ(logged(site, "正常退出本系统"), "1");
-    EXPECT_EQ(site.get("/").location(), "login.asp");  // the session is gone
-    // A second logout finds no session: no update, no log line, same ending.
-    site.exec("update user set online=1 where username='admin'");
-    EXPECT_EQ(site.get("/logout.asp").location(), "login.asp");
-    EXPECT_EQ(admin_field(site, "online"), "1");
-    EXPECT_EQ(logged(site, "正常退出本系统"), "1");
-}
-
-TEST(Logout, AnyOtherSettingClosesTheWindowAMissingOneReportsAfterTheSessionEnded) {
-    for (bool missing : {false, true}) {
+// The setting sends the browser to the login page ("0"), closes the window
+// (anything else), or, when missing, reports after the session ended.
+TEST(Logout, MarksOfflineLogsAndEndsTheSessionAsTheSettingSays) {
+    for (const char* setting : {"0", "1", ""}) {
+        SCOPED_TRACE(setting);
         TestSite site;
-        site.exec(missing ? "delete from software where softname='logout'"
-                          : "update software set Hardserial='1' where softname='logout'");
+        site.exec(*setting ? std::string("update software set Hardserial='") + setting + "' where softname='logout'"
+                           : "delete from software where softname='logout'");
         ASSERT_TRUE(site.login());
         site.get("/started.asp");
         auto r = site.get("/logout.asp");
-        EXPECT_EQ(r.status, 200);
-        EXPECT_EQ(has(r.body, "window.close();"), !missing);
-        EXPECT_EQ(has(r.body, "Routine : logout.I_init"), missing) << r.body;
+        EXPECT_EQ(r.location(), *setting == '0' ? "login.asp" : "");
+        EXPECT_EQ(has(r.body, "window.close();"), *setting == '1');
+        EXPECT_EQ(has(r.body, "Routine : logout.I_init"), !*setting) << r.body;
         EXPECT_EQ(admin_field(site, "online"), "0");
-        EXPECT_EQ(site.get("/").location(), "login.asp");
+        EXPECT_EQ(admin_field(site, "ip"), " ");
+        EXPECT_EQ(logged(site, "正常退出本系统"), "1");
+        EXPECT_EQ(site.get("/").location(), "login.asp");  // the session is gone
+        // A second logout finds no session: no update, no log line.
+        site.exec("update user set online=1 where username='admin'");
+        site.get("/logout.asp");
+        EXPECT_EQ(admin_field(site, "online"), "1");
+        EXPECT_EQ(logged(site, "正常退出本系统"), "1");
     }
 }
 

@@ -1,25 +1,20 @@
 // The navigation rows of a new site: every entry reaches a page, the rights
 // form finds the tested codes in its groups, and the first account holds
 // every code.
-#include <gtest/gtest.h>
+#include "tests/support/page_test.h"
 
-#include <filesystem>
 #include <map>
 #include <set>
 
 #include "frame/vb.h"
 #include "server/page_table.h"
 #include "tests/support/page_urls.h"
-#include "tests/support/test_site.h"
 
-using tav::test::TestSite;
-namespace fs = std::filesystem;
+using namespace tav::test;
 
 namespace {
 
-struct Row {
-    std::string id, text, title, xm;
-};
+struct Row { std::string id, text, title, xm; };
 
 std::vector<Row> rows(TestSite& site, const std::string& sql) {
     std::vector<Row> out;

@@ -1,16 +1,10 @@
 // The polling frames of the desktop (message, sysmonitor), the reminder
 // popup, the notice popup, and the count of documents they share.
-#include <gtest/gtest.h>
-
-#include <string>
-#include <vector>
+#include "tests/support/page_test.h"
 
 #include "frame/page.h"
-#include "tests/support/pages.h"
 
-using tav::test::TestSite;
-using tav::test::expect_texts;
-using tav::test::has;
+using namespace tav::test;
 
 namespace {
 

@@ -2,15 +2,9 @@
 // threads, cards per account, accounts) equal the counts of their rows after every
 // kind of change: rows added, moved to another key, changed otherwise,
 // given a null key, removed.
-#include <gtest/gtest.h>
+#include "tests/support/page_test.h"
 
-#include <string>
-#include <vector>
-
-#include "tests/support/accounts.h"
-#include "tests/support/test_site.h"
-
-using tav::test::TestSite;
+using namespace tav::test;
 
 TEST(KeptCounts, FollowEveryChangeOfTheirRows) {
     TestSite site;

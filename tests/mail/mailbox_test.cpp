@@ -1,16 +1,10 @@
 // The folders of Email_list.asp and the way of a mail through Email_Del.asp
 // to its end, with the attachment shared by all copies of a sending.
-#include <gtest/gtest.h>
-
-#include <string>
-#include <vector>
+#include "tests/support/page_test.h"
 
 #include "tests/mail/mail_support.h"
-#include "tests/support/pages.h"
 
-using tav::test::count;
-using tav::test::has;
-using tav::test::expect_texts;
+using namespace tav::test;
 using tav::test::mail::MailSite;
 
 namespace {
@@ -136,12 +130,7 @@ TEST(MailList, FolderOutsideTheFourEndsInTheErrorReport) {
 }
 
 TEST(MailDelete, EachFolderMovesTheMailOneStep) {
-    struct Case {
-        const char* type;
-        const char* to_del;
-        const char* send_del;
-        const char* answer;
-    } cases[] = {
+    struct Case { const char* type; const char* to_del; const char* send_del; const char* answer; } cases[] = {
         {"0", "1", "0", kDeleted}, {"1", "1", "0", kDeleted}, {"2", "2", "0", kGone},
         {"3", "0", "2", kGone},    {"4", "0", "0", kDeleted}, {"x", "0", "0", kDeleted},
     };

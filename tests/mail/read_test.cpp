@@ -1,21 +1,13 @@
 // Reading a mail (who marks it read) and answering it.
-#include <gtest/gtest.h>
-
-#include <string>
+#include "tests/support/page_test.h"
 
 #include "tests/mail/mail_support.h"
-#include "tests/support/pages.h"
 
-using tav::test::has;
-using tav::test::expect_texts;
+using namespace tav::test;
 using tav::test::mail::MailSite;
 
 TEST(MailRead, WhoOpensItDecidesTheReadMark) {
-    struct Case {
-        const char* reader;
-        const char* read_after;
-        bool reply_button;
-    } cases[] = {
+    struct Case { const char* reader; const char* read_after; bool reply_button; } cases[] = {
         {"ann", "1", true},     // the recipient
         {"cid", "0", false},    // a third account: reads as a missing mail
         {"admin", "0", false},  // the sender, looking at the sent copy

@@ -1,17 +1,10 @@
 // Keeping the catalogue: the administrator's list, the form, and the save
 // page that stores, changes, replaces and removes titles with their files.
-#include <gtest/gtest.h>
-
-#include <filesystem>
-#include <fstream>
+#include "tests/support/page_test.h"
 
 #include "tests/media/media_fixture.h"
-#include "tests/support/test_site.h"
-#include "tests/support/text.h"
-#include "tests/support/pages.h"
 
 using namespace tav::test;
-namespace fs = std::filesystem;
 
 namespace {
 

@@ -1,14 +1,9 @@
 // The player pages: counters, audit lines, the playlist files under
 // Medium/temp and the address each player is handed.
-#include <gtest/gtest.h>
-
-#include <filesystem>
+#include "tests/support/page_test.h"
 
 #include "frame/encoding.h"
 #include "tests/media/media_fixture.h"
-#include "tests/support/files.h"
-#include "tests/support/test_site.h"
-#include "tests/support/text.h"
 
 using namespace tav::test;
 

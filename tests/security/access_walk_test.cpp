@@ -2,22 +2,14 @@
 // rights, and the administrator. Whom a page's rule refuses gets the login
 // page or the refusal, and no row and no file changes; nobody but its owner
 // ever sees another account's rows.
-#include <gtest/gtest.h>
+#include "tests/support/page_test.h"
 
-#include <filesystem>
-#include <fstream>
 #include <map>
-#include <string>
-#include <vector>
 
 #include "server/page_table.h"
-#include "tests/support/accounts.h"
-#include "tests/support/test_site.h"
 
-namespace fs = std::filesystem;
 using tav::Access;
-using tav::test::Reply;
-using tav::test::TestSite;
+using namespace tav::test;
 
 namespace {
 

@@ -2,25 +2,12 @@
 // directory, ledger and meeting pages: statement payloads change no row but
 // the one the request names, and markup, whether sent or stored, comes back
 // as text.
-#include <gtest/gtest.h>
-
-#include <string>
-#include <vector>
+#include "tests/support/page_test.h"
 
 #include "collaboration/netmeetingcontrol.h"
 #include "frame/vb.h"
-#include "tests/support/accounts.h"
-#include "tests/support/payloads.h"
-#include "tests/support/test_site.h"
-#include "tests/support/text.h"
 
-using tav::test::expect_inert;
-using tav::test::form_encode;
-using tav::test::has;
-using tav::test::kMarkup;
-using tav::test::kSql;
-using tav::test::Reply;
-using tav::test::TestSite;
+using namespace tav::test;
 
 namespace {
 

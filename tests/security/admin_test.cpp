@@ -1,30 +1,11 @@
 // Hostile input against every parameter of the administration pages: no
 // statement widened, no other account's row changed, nothing echoed or
 // stored comes back as markup or script, no file touched outside its folder.
-#include <filesystem>
-#include <fstream>
-#include <string>
-#include <vector>
-
-#include <gtest/gtest.h>
+#include "tests/support/page_test.h"
 
 #include "frame/password.h"
-#include "tests/support/accounts.h"
-#include "tests/support/pages.h"
-#include "tests/support/payloads.h"
-#include "tests/support/test_site.h"
-#include "tests/support/text.h"
 
-using tav::test::expect_inert;
-using tav::test::field;
-using tav::test::file;
-using tav::test::post_multipart;
-using tav::test::form_encode;
-using tav::test::has;
-using tav::test::kMarkup;
-using tav::test::kSql;
-using tav::test::Reply;
-using tav::test::TestSite;
+using namespace tav::test;
 
 namespace {
 

@@ -2,21 +2,11 @@
 // room: statements keep their shape (no row changes but the one the page
 // makes), and what is stored comes back as text or formatting, never as
 // script, in every page that shows it.
-#include <gtest/gtest.h>
-
-#include <string>
-#include <vector>
+#include "tests/support/page_test.h"
 
 #include "tests/collaboration/book_support.h"
-#include "tests/support/payloads.h"
-#include "tests/support/text.h"
 
-using tav::test::BookSite;
-using tav::test::Reply;
-using tav::test::expect_inert;
-using tav::test::form_encode;
-using tav::test::kMarkup;
-using tav::test::kSql;
+using namespace tav::test;
 
 namespace {
 

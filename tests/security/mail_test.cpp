@@ -1,20 +1,10 @@
 // Hostile values at every parameter of the mail pages: no statement changes
 // shape, no stored or reflected value runs in a page.
-#include <gtest/gtest.h>
-
-#include <string>
+#include "tests/support/page_test.h"
 
 #include "tests/mail/mail_support.h"
-#include "tests/support/payloads.h"
-#include "tests/support/pages.h"
 
-using tav::test::expect_inert;
-using tav::test::form_encode;
-using tav::test::has;
-using tav::test::expect_texts;
-using tav::test::kMarkup;
-using tav::test::kSql;
-using tav::test::rows_of;
+using namespace tav::test;
 using tav::test::mail::MailSite;
 
 namespace {

@@ -2,28 +2,12 @@
 // login without the password, no row changed, no payload echoed as markup
 // or script, no upload outside its folder; and the exploits once measured
 // on the site, each replayed.
-#include <gtest/gtest.h>
-
-#include <filesystem>
-#include <fstream>
-#include <string>
-#include <vector>
+#include "tests/support/page_test.h"
 
 #include "server/site.h"
-#include "tests/support/accounts.h"
 #include "tests/support/markup_scan.h"
-#include "tests/support/payloads.h"
-#include "tests/support/test_site.h"
-#include "tests/support/text.h"
 
-namespace fs = std::filesystem;
-using tav::test::form_encode;
-using tav::test::has;
-using tav::test::Reply;
-using tav::test::TestSite;
-using tav::test::expect_inert;
-using tav::test::kMarkup;
-using tav::test::kSql;
+using namespace tav::test;
 
 namespace {
 

@@ -2,17 +2,9 @@
 // markup payload in turn, as the administrator (who may open them all): no
 // row or file changes, no answer fails, leaks another account's password or runs a
 // payload, and a request that names a row by a payload never succeeds.
-#include <gtest/gtest.h>
-
-#include <filesystem>
-#include <string>
-#include <vector>
+#include "tests/support/page_test.h"
 
 #include "tests/datacentre/data_site.h"
-#include "tests/support/accounts.h"
-#include "tests/support/payloads.h"
-#include "tests/support/test_site.h"
-#include "tests/support/text.h"
 
 using namespace tav::test;
 
