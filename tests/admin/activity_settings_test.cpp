@@ -9,12 +9,12 @@ using Fields = std::vector<std::pair<std::string, std::string>>;
 
 // The settings form as a browser posts it: ticked boxes only, then the
 // rest; a music file when one is named.
-tav::test::Reply post_settings(TestSite& site, const Fields& fields, const std::string& music = "",
+Reply post_settings(TestSite& site, const Fields& fields, const std::string& music = "",
                                const std::string& content = "ID3") {
-    std::vector<tav::test::Part> parts;
+    std::vector<Part> parts;
     for (const auto& [name, value] : fields) parts.push_back({name, value});
-    parts.push_back(tav::test::file("mfile", music, music.empty() ? "" : content));
-    return tav::test::post_multipart(site, "/Sys_Modify.asp", parts);
+    parts.push_back(file("mfile", music, music.empty() ? "" : content));
+    return post_multipart(site, "/Sys_Modify.asp", parts);
 }
 
 std::string setting(TestSite& site, const std::string& key) {

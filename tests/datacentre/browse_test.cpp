@@ -32,7 +32,7 @@ TEST(DataList, ElevenRowsAPageWithAStrideOfTen) {
 
 TEST(DataList, AuthorsAttachmentsAndTheDefaultCategory) {
     AdminSite site;
-    std::string gone = tav::test::add_user(site, "gone", "", "pw", "离开者");
+    std::string gone = add_user(site, "gone", "", "pw", "离开者");
     add_item(site, "3110", "年度审计报告", "1", "57report.doc", date(2));
     add_item(site, "3110", "会议通知", gone, "0", date(3));
     site.exec("delete from user where id=" + gone);
@@ -40,7 +40,7 @@ TEST(DataList, AuthorsAttachmentsAndTheDefaultCategory) {
     auto r = site.get("Data_list.asp");
     expect_texts(r.body, {"年度审计报告", "会议通知", "<td>已删除</td>", "<td>有</td>", "<td>无</td>"}, {" Error "});
     // The search text travels with the page bar.
-    r = site.get("Data_list.asp?sstr=" + tav::test::form_encode("报告"));
+    r = site.get("Data_list.asp?sstr=" + form_encode("报告"));
     EXPECT_TRUE(has(r.body, "<input type=\"hidden\" name=\"sstr\" value=\"报告\">"));
     // A category without a row has no name to show.
     site.exec("update user set menu_idstr=menu_idstr || ' 9999' where username='admin'");
@@ -81,7 +81,7 @@ TEST(DataHome, SectionsByRightWithTheNewestSevenByNumber) {
 // them: each sees its own sections, and a new item shows at once.
 TEST(DataHome, EachAccountSeesItsOwnSectionsAndTheNewestItems) {
     AdminSite site;
-    tav::test::add_user(site, "reader", "4103");
+    add_user(site, "reader", "4103");
     add_item(site, "4102", "只给管理员", "1", "0", date(1));
     add_item(site, "4103", "人人可读", "1", "0", date(1));
     auto sign_in = [&](const std::string& user, const std::string& password) {
@@ -120,10 +120,10 @@ TEST(DataHome, ReminderPopupByTheSetting) {
 
 TEST(DataRead, ButtonsByRightAuthorshipAndLock) {
     TestSite site;
-    std::string author = tav::test::add_user(site, "author", "i3102");
-    tav::test::add_user(site, "reader", "3102");
-    tav::test::add_user(site, "modeller", "model 3102");
-    tav::test::add_user(site, "deleter", "del 3102");
+    std::string author = add_user(site, "author", "i3102");
+    add_user(site, "reader", "3102");
+    add_user(site, "modeller", "model 3102");
+    add_user(site, "deleter", "del 3102");
     std::string item = add_item(site, "3102", "一条", author, "0");
     std::string locked = add_item(site, "3102", "锁住", author, "0", date(2), "1");
     struct Case { const char* user; const std::string& id; bool change, lock, unlock; } cases[] = {

@@ -66,7 +66,7 @@ TEST(DataEntry, AClashingFileIsNotStoredAndTheItemGoesOn) {
 
 TEST(DataEntry, AChangeMovesTheItemAndItsAuthorButNotItsFile) {
     TestSite site;
-    std::string other = tav::test::add_user(site, "other", "i3103 del");
+    std::string other = add_user(site, "other", "i3103 del");
     ASSERT_TRUE(site.login());
     post_item(site, "0", "3102", "搬家", "正文", "m.doc", "M");
     std::string id = newest(site);
@@ -86,7 +86,7 @@ TEST(DataEntry, AChangeMovesTheItemAndItsAuthorButNotItsFile) {
 
 TEST(DataEntry, BrokenPostsEndInTheReportWithNothingWritten) {
     AdminSite site;
-    std::string before = tav::test::rows_of(site, "Datas", "id,D_title,D_text,Sub_menu");
+    std::string before = rows_of(site, "Datas", "id,D_title,D_text,Sub_menu");
     auto r = post_item(site, "0", "3102", "It's mine", "text");
     EXPECT_TRUE(has(r.body, " Error ")) << r.body;
     EXPECT_FALSE(r.location().size());
@@ -94,15 +94,15 @@ TEST(DataEntry, BrokenPostsEndInTheReportWithNothingWritten) {
     // A category value that is no category code (nor a folder name below Datas).
     for (const std::string bad : {"../user", "..", "a/b", "c:\\x"})
         EXPECT_EQ(post_item(site, "0", bad, "t", "x", "p.doc", "P").status, 403) << bad;
-    EXPECT_EQ(tav::test::rows_of(site, "Datas", "id,D_title,D_text,Sub_menu"), before);
+    EXPECT_EQ(rows_of(site, "Datas", "id,D_title,D_text,Sub_menu"), before);
     EXPECT_FALSE(exists(site, "user/0p.doc"));
 }
 
 TEST(DataEntry, FormOffersTheEntryRightsAndSetsThePictureFolder) {
     TestSite site;
-    tav::test::add_user(site, "clerk", "i3103 del");
+    add_user(site, "clerk", "i3103 del");
     ASSERT_TRUE(site.login("clerk", "pw"));
-    auto r = site.get("Data_Input.asp?m=menu31&type=" + tav::test::form_encode("（新）"));
+    auto r = site.get("Data_Input.asp?m=menu31&type=" + form_encode("（新）"));
     expect_texts(r.body,
                  {"录入 =>> 工作动态（新）", "<option value=\"3103\">审计动态</option>", "name=\"ID\" value=\"0\"", "请控制好附件的文件格式"},
                  {"<option value=\"3102\""});

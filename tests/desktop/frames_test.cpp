@@ -15,7 +15,7 @@ TEST(DesktopFrames, EightFramesInOrderAndTheMeetingPairAtLogin) {
         ASSERT_TRUE(site.login());
         auto b = site.get("/").body;
         EXPECT_TRUE(has(b, "<frameset rows=\"46,*,25,0,0,0,0\""));
-        EXPECT_EQ(tav::test::count(b, "<frame "), 8);
+        EXPECT_EQ(count(b, "<frame "), 8);
         std::string detail = meeting ? "starting.asp" : "started.asp";
         std::string net = meeting ? "start_netmeeting.asp" : "about:blank";
         const std::string frames[] = {"top_w\"", "dir\"", "detail\" noresize src=\"" + detail + "\"", "bottom\"",

@@ -63,11 +63,11 @@ TEST(LoginVerify, EmptyRecordMakesTheTrimFailButLoginGoesOnAQuoteReports) {
     EXPECT_EQ(r.location(), "./");
     EXPECT_EQ(site.scalar("select count(id) as num from monitor", "num"), "0");
     EXPECT_TRUE(has(site.log_text(), "Routine : loginverify.log_monitor"));
-    int before = tav::test::count(site.log_text(), "LINE #");
+    int before = count(site.log_text(), "LINE #");
     r = site.post_form("/loginverify.asp", {{"username", "a'b"}, {"password", "x"}});
     EXPECT_EQ(r.status, 200);
     EXPECT_TRUE(has(r.body, "Routine : loginverify.I_init")) << r.body;
-    EXPECT_EQ(tav::test::count(site.log_text(), "LINE #"), before + 1);  // logged once
+    EXPECT_EQ(count(site.log_text(), "LINE #"), before + 1);  // logged once
 }
 
 TEST(Dispatch, StaticFilesWithoutCaseInUtf8OrGb18030AndTheDatabaseNever) {

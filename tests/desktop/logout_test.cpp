@@ -77,7 +77,7 @@ TEST(SysLosePassword, HolderOfTheRightSeesFlaggedAccountsButNoPassword) {
     site.exec("insert into user(username,password,TrueName,DepartMentID,record,password_lose) "
               "values ('wangwu','pw2','王五',1,30,2)");
     site.exec("update user set password_lose=1 where username='admin'");
-    tav::test::add_user(site, "clerk", "i1905");  // the right found inside a longer code
+    add_user(site, "clerk", "i1905");  // the right found inside a longer code
     ASSERT_TRUE(site.login("clerk", "pw"));
     auto b = site.get("/sys_losepassword.asp").body;
     expect_texts(b,
@@ -87,12 +87,12 @@ TEST(SysLosePassword, HolderOfTheRightSeesFlaggedAccountsButNoPassword) {
     std::string lisi = site.scalar("select id from user where username='lisi'", "id");
     // a flag of 2 counts elsewhere but is not listed here
     expect_texts(b, {"<a href=\"sys_losepasswordDO.asp?id=" + lisi + "\">"}, {"wangwu"});
-    EXPECT_EQ(tav::test::count(b, "<tr height=\"25\"><td>&nbsp;</td>"), 11);  // filled to one page
+    EXPECT_EQ(count(b, "<tr height=\"25\"><td>&nbsp;</td>"), 11);  // filled to one page
 }
 
 TEST(SysLosePasswordDo, ClearsTheFlagAndANewPasswordMustBeChangedAtTheNextLogin) {
     AdminSite site;
-    std::string id = tav::test::add_user(site, "lost1", "1101", "old1");
+    std::string id = add_user(site, "lost1", "1101", "old1");
     site.exec("update user set password_lose=1 where id=" + id);
     for (const char* q : {"?ID=abc", ""})  // an id that is no number reports
         EXPECT_TRUE(has(site.get(std::string("/sys_losepasswordDO.asp") + q).body, "Routine : syslosepassworddo.I_init"));

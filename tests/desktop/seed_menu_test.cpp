@@ -41,7 +41,7 @@ bool static_file_exists(const std::string& name) {
 
 // A URL of the site's page table, written yet or not.
 bool known_page(const std::string& file) {
-    for (const auto& e : tav::test::expected_pages())
+    for (const auto& e : expected_pages())
         if (tav::LCase(e.url) == tav::LCase(file)) return true;
     return false;
 }

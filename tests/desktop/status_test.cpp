@@ -268,7 +268,7 @@ TEST(StatusPopup, MusicAndTheGateClosedWhileOpen) {
     d.mail(u);
     d.as("p1");
     ASSERT_TRUE(has(d.message(), "showModalDialog"));
-    expect_texts(d.site.get("/message_pop.asp?mstr=" + tav::test::form_encode("<b>有 1 封</b>")).body,
+    expect_texts(d.site.get("/message_pop.asp?mstr=" + form_encode("<b>有 1 封</b>")).body,
                  {"<bgsound src=\"./medium/ring.mid\" loop=\"infinite\">", "window.open(\"closepop.asp\",\"sound\");",
                   "<b>有 1 封</b><center>"});
     EXPECT_FALSE(has(d.message(), "showModalDialog"));  // while the popup is up the polls raise no other

@@ -10,8 +10,8 @@ namespace {
 const char kSpacer[] = "<tr><td colspan=2>&nbsp;</td></tr>";
 
 std::string upload_body(const std::string& folder, const std::string& filename, const std::string& content) {
-    return tav::test::multipart_body("----TavelorBoundary",
-                                     {tav::test::file_part("File1", filename, content), {"Folder", folder}});
+    return multipart_body("----TavelorBoundary",
+                                     {file_part("File1", filename, content), {"Folder", folder}});
 }
 
 }  // namespace

@@ -92,7 +92,7 @@ TEST(FolderTree, OpensTheBranchOfTheCurrentFolderMarkedAndInOrder) {
     EXPECT_TRUE(has(b, "images/root1.gif"));
     EXPECT_TRUE(has(b, "<img src=images/folder21.gif border=0 align=absmiddle><a href=folder.asp?folder=\\user\\admin\\a\\b>"
                        "<font style='background-color:#336699;color:white'>b</font></a><br>"));
-    EXPECT_EQ(tav::test::count(b, "background-color:#336699"), 1);
+    EXPECT_EQ(count(b, "background-color:#336699"), 1);
     // a folder that is gone shows the rest of its branch
     auto gone = site.open("folder.asp", {{"Folder", "\\user\\admin\\a\\nothere"}}).body;
     EXPECT_EQ(tree_lines(gone).size(), 7u) << gone;

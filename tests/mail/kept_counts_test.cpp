@@ -8,7 +8,7 @@ using namespace tav::test;
 
 TEST(KeptCounts, FollowEveryChangeOfTheirRows) {
     TestSite site;
-    const std::string a = tav::test::add_user(site, "ann"), b = tav::test::add_user(site, "bob");
+    const std::string a = add_user(site, "ann"), b = add_user(site, "bob");
     struct Count {
         std::string kept, counted;  // "K" stands for each key in turn
         std::vector<std::string> keys;

@@ -8,11 +8,11 @@
 #include "tests/mail/mail_support.h"
 
 using namespace tav::test;
-using tav::test::mail::MailSite;
+using mail::MailSite;
 
 namespace {
 
-std::string linked(const std::string& body) { return tav::test::linked_ids(body, "Email_read.asp?id="); }
+std::string linked(const std::string& body) { return linked_ids(body, "Email_read.asp?id="); }
 
 // What the page does to the box's text before it searches: trimmed, no apostrophes.
 std::string cleaned(std::string t) {

@@ -5,7 +5,7 @@
 #include "tests/mail/mail_support.h"
 
 using namespace tav::test;
-using tav::test::mail::MailSite;
+using mail::MailSite;
 
 TEST(MailSend, ThreeRecipientsTwoFilesShareOneAttachmentString) {
     MailSite m;

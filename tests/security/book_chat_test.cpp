@@ -18,14 +18,14 @@ struct Site : BookSite {
         reply = message("1", "reply", std::stol(parent));
         as("owner");
     }
-    std::string users() { return tav::test::rows_of(*this, "user", "id,username,password,online,menu_idstr"); }
-    std::string book() { return tav::test::rows_of(*this, "Book", "id,user_id,Book_title,book_text,Reply_id,Reply_num,reply_read,Read_num"); }
-    std::string chat() { return tav::test::rows_of(*this, "Chat", "id,user_id,Truename,To_username,Chat_text"); }
+    std::string users() { return rows_of(*this, "user", "id,username,password,online,menu_idstr"); }
+    std::string book() { return rows_of(*this, "Book", "id,user_id,Book_title,book_text,Reply_id,Reply_num,reply_read,Read_num"); }
+    std::string chat() { return rows_of(*this, "Chat", "id,user_id,Truename,To_username,Chat_text"); }
     std::string all() { return users() + book() + chat(); }
 };
 
 void inert(const Reply& r, const std::string& where) {
-    expect_inert(tav::test::without_edit_frame(r, "78%"), where);
+    expect_inert(without_edit_frame(r, "78%"), where);
 }
 
 }  // namespace
@@ -41,7 +41,7 @@ TEST(BookChatSecurity, ReadingWithAPayloadInGlOnlyCountsTheRead) {
 }
 
 TEST(BookChatSecurity, PostedPayloadsAreStoredAsTextOrRefusedAndShowInert) {
-    for (const std::string& p : tav::test::all_payloads()) {
+    for (const std::string& p : all_payloads()) {
         Site site;
         const std::string users = site.users();
         const std::string count = site.scalar("select count(id) as n from Book", "n");
@@ -74,7 +74,7 @@ TEST(BookChatSecurity, PostedPayloadsAreStoredAsTextOrRefusedAndShowInert) {
 TEST(BookChatSecurity, PayloadsPlacedInTheTablesShowInert) {
     for (const std::string& p : kMarkup) {
         Site site;
-        const std::string q = tav::test::sql_quoted(p);
+        const std::string q = sql_quoted(p);
         site.exec("update Book set Book_title='" + q + "',book_text='" + q + "',User_IP='" + q + "'");
         site.exec("update user set TrueName='" + q + "' where id=" + site.owner + " or id=1");
         site.exec("insert into Chat(user_id,Truename,To_username,Chat_text) values (1,'" + q + "','" + q + "','" + q +

@@ -36,7 +36,7 @@ TEST(FilestoreSecurity, FolderAndFileNamesOnTheDiskStayText) {
 // each replayed: every one fails, and honest requests beside them still work.
 TEST(CollaborationExploits, EachReplayedExploitFails) {
     StoreSite site;  // the administrator, signed in
-    const std::string victim = tav::test::add_user(site, "victim", "1201 1202 1203");
+    const std::string victim = add_user(site, "victim", "1201 1202 1203");
     site.exec("insert into Address(User_id,Name,Work,Telphone,Mobile,Sex,Email) values (" + victim +
               ",'秘密名片','w','t','m','男','e')");
     site.exec("insert into Record(user_id,Rec_title,Rec_text,Rec_money) values (" + victim + ",'秘密账目','x',9)");

@@ -5,7 +5,7 @@
 #include "tests/mail/mail_support.h"
 
 using namespace tav::test;
-using tav::test::mail::MailSite;
+using mail::MailSite;
 
 namespace {
 
@@ -45,7 +45,7 @@ TEST(MailSecurity, StoredSubjectsBodiesNamesAndFilesComeBackInert) {
     for (const std::string& p : kMarkup) {
         Seeded m;
         // An account name, and a mail whose every part carries the payload.
-        const std::string q = tav::test::sql_quoted(p);
+        const std::string q = sql_quoted(p);
         m.site.exec("update user set TrueName='" + q + "' where id=" + m.bob);
         m.send(m.ann + "@" + m.bob + "@", p, p, {{2, p, "P"}}, "1");
         std::string id = m.last_id();
@@ -55,7 +55,7 @@ TEST(MailSecurity, StoredSubjectsBodiesNamesAndFilesComeBackInert) {
         std::string raw = m.last_id();
 
         for (const char* type : {"0", "3"}) expect_inert(m.site.get(std::string("/Email_list.asp?type=") + type), p);
-        expect_inert(tav::test::without_edit_frame(m.site.get("/Email_send.asp")), "send form " + p);
+        expect_inert(without_edit_frame(m.site.get("/Email_send.asp")), "send form " + p);
         expect_inert(m.site.get("/Select_user.asp"), "dialog " + p);
         m.as("bob");
         expect_inert(m.site.get("/Email_list.asp?type=0"), "inbox " + p);
@@ -66,7 +66,7 @@ TEST(MailSecurity, StoredSubjectsBodiesNamesAndFilesComeBackInert) {
         if (reply.status == 302) {
             std::string form = reply.location();
             form.insert(0, 1, '/');
-            expect_inert(tav::test::without_edit_frame(m.site.get(form)), "reply form " + p);
+            expect_inert(without_edit_frame(m.site.get(form)), "reply form " + p);
         }
     }
 }
@@ -107,7 +107,7 @@ TEST(MailExploits, AnotherAccountsMailStaysOutOfReach) {
     EXPECT_FALSE(std::filesystem::exists(m.site.root() + "/y.html"));
     std::string docs = rows_of(m.site, "Email where Email_title='附件'", "Email_doc");
     expect_texts(docs, {"1x.html|", "1y.html|"});
-    EXPECT_EQ(tav::test::count(docs, "0|"), 2) << docs;
+    EXPECT_EQ(count(docs, "0|"), 2) << docs;
 
     // A subject is text: stored as typed (the apostrophe as ‘), shown as text.
     m.send(m.ann + "@", "a</script>\"'<b", "x");
