@@ -50,57 +50,64 @@ TEST(CollaborationExploits, EachReplayedExploitFails) {
 
     struct Exploit {
         const char* what;
+        bool anonymous;
         std::vector<std::pair<std::string, std::string>> get;  // page first, then the query
     };
     const std::string me = "\\user\\admin";
     const std::vector<Exploit> exploits = {
-        {"rename over the site script",
+        {"anonymous rename over the site script", true,
+         {{"file_rename_save.asp", ""}, {"Folder", "\\"}, {"old_name", "help.htm"}, {"new_name", "TavelorJS.js"}}},
+        {"rename over the site script", false,
          {{"file_rename_save.asp", ""}, {"Folder", me}, {"old_name", "mine.txt"}, {"new_name", "..\\..\\TavelorJS.js"}}},
-        {"rename from the site root",
+        {"rename from the site root", false,
          {{"file_rename_save.asp", ""}, {"Folder", "\\"}, {"old_name", "TavelorJS.js"}, {"new_name", "x.js"}}},
-        {"rename compat",
+        {"rename compat", false,
          {{"Folder_rename.asp", ""}, {"Folder", "\\x"}, {"CURR_DIR", "\\compat"}, {"ROOT", me}, {"FDO", "rename"}}},
-        {"rename compat by its own root",
+        {"rename compat by its own root", false,
          {{"Folder_rename.asp", ""}, {"Folder", "\\x"}, {"CURR_DIR", "\\compat"}, {"ROOT", "\\"}, {"FDO", "rename"}}},
-        {"delete compat", {{"Folder_delete.asp", ""}, {"CURR_DIR", "\\compat"}, {"FDO", "delete"}}},
-        {"delete compat by ..",
+        {"delete compat", false, {{"Folder_delete.asp", ""}, {"CURR_DIR", "\\compat"}, {"FDO", "delete"}}},
+        {"delete compat by ..", false,
          {{"Folder_delete.asp", ""}, {"CURR_DIR", me + "\\..\\..\\compat"}, {"FDO", "delete"}}},
-        {"delete help.htm", {{"file.asp", ""}, {"Folder", "\\"}, {"does", "delete"}, {"file_name", "help.htm"}}},
-        {"delete help.htm by ..",
+        {"delete help.htm", false, {{"file.asp", ""}, {"Folder", "\\"}, {"does", "delete"}, {"file_name", "help.htm"}}},
+        {"delete help.htm by ..", false,
          {{"file.asp", ""}, {"Folder", me}, {"does", "delete"}, {"file_name", "..\\..\\help.htm"}}},
-        {"list the mail folder", {{"file.asp", ""}, {"Folder", "\\Email"}}},
-        {"list another account", {{"file.asp", ""}, {"Folder", "\\user\\victim"}}},
-        {"walk the site root", {{"folder.asp", ""}, {"Folder", "\\"}}},
-        {"folder in compat",
+        {"list the mail folder", false, {{"file.asp", ""}, {"Folder", "\\Email"}}},
+        {"list another account", false, {{"file.asp", ""}, {"Folder", "\\user\\victim"}}},
+        {"walk the site root", false, {{"folder.asp", ""}, {"Folder", "\\"}}},
+        {"folder in compat", false,
          {{"Folder_create.asp", ""}, {"Folder", "x"}, {"CURR_DIR", "\\compat\\"}, {"FDO", "create"}}},
-        {"folder named CON",
+        {"folder named CON", false,
          {{"Folder_create.asp", ""}, {"Folder", "CON"}, {"CURR_DIR", me + "\\"}, {"FDO", "create"}}},
         // Paths that climb out of the site, or name the site's root or its database.
-        {"create beside the site",
+        {"create beside the site", false,
          {{"Folder_create.asp", ""}, {"Folder", "escaped"}, {"CURR_DIR", "\\..\\..\\"}, {"FDO", "create"}}},
-        {"create by a climbing name",
+        {"create by a climbing name", false,
          {{"Folder_create.asp", ""}, {"Folder", "..\\..\\..\\escaped"}, {"CURR_DIR", me + "\\"}, {"FDO", "create"}}},
-        {"rename to a climbing path",
+        {"rename to a climbing path", false,
          {{"Folder_rename.asp", ""}, {"Folder", "\\..\\..\\..\\escaped"}, {"CURR_DIR", me + "\\a"},
           {"ROOT", me}, {"FDO", "rename"}}},
-        {"rename under a climbing root",
+        {"rename under a climbing root", false,
          {{"Folder_rename.asp", ""}, {"Folder", "\\a"}, {"CURR_DIR", me + "\\a"}, {"ROOT", "\\..\\.."}, {"FDO", "rename"}}},
-        {"delete beside the site", {{"Folder_delete.asp", ""}, {"CURR_DIR", "\\..\\.."}, {"FDO", "delete"}}},
-        {"delete the site root", {{"Folder_delete.asp", ""}, {"CURR_DIR", "\\"}, {"FDO", "delete"}}},
-        {"delete the database", {{"Folder_delete.asp", ""}, {"CURR_DIR", "\\datebase"}, {"FDO", "delete"}}},
-        {"rename the database",
+        {"delete beside the site", false, {{"Folder_delete.asp", ""}, {"CURR_DIR", "\\..\\.."}, {"FDO", "delete"}}},
+        {"delete the site root", false, {{"Folder_delete.asp", ""}, {"CURR_DIR", "\\"}, {"FDO", "delete"}}},
+        {"delete the database", false, {{"Folder_delete.asp", ""}, {"CURR_DIR", "\\datebase"}, {"FDO", "delete"}}},
+        {"rename the database", false,
          {{"Folder_rename.asp", ""}, {"Folder", "\\db"}, {"CURR_DIR", "\\DATEBASE"}, {"ROOT", me}, {"FDO", "rename"}}},
-        {"delete the database file",
+        {"delete the database file", false,
          {{"file.asp", ""}, {"Folder", "\\datebase"}, {"does", "delete"}, {"file_name", "office.mdb"}}},
-        {"move the database file in",
+        {"move the database file in", false,
          {{"file_rename_save.asp", ""}, {"Folder", me}, {"old_name", "..\\..\\datebase\\office.mdb"}, {"new_name", "db.txt"}}},
     };
     site.mkdir("a");
     const fs::path outside = fs::path(site.root()).parent_path();
     for (const Exploit& e : exploits) {
+        if (e.anonymous) site.forget_session();
         auto r = site.open(e.get[0].first, {e.get.begin() + 1, e.get.end()});
         EXPECT_TRUE(r.status == 403 || r.status == 400 || r.location() == "login.asp") << e.what << " " << r.status;
         EXPECT_FALSE(has(r.body, "secret.txt") || has(r.body, "help.htm</a>")) << e.what;
+        if (e.anonymous) {
+            ASSERT_TRUE(site.login());
+        }
     }
     EXPECT_EQ(slurp(site.disk("TavelorJS.js")), js);
     EXPECT_TRUE(fs::exists(site.disk("help.htm")));
