@@ -36,8 +36,9 @@ TEST(Registration, EmptyOptionalFieldsGetTheSiteDefaultsFolderAndWelcomeMail) {
     EXPECT_FALSE(has(r.body, "<html")) << "the answer is bare text";
 
     // No rights from registration.
-    EXPECT_EQ(rows_of(site, "user where username='zhang3'", "TrueName,DepartMentID,sex,IDCard,Telphone,Mobile,Email,Duty,"
-                                                             "Address,SpeTech,Zip,UserRemark,start_meeting,plays,record,menu_idstr"),
+    EXPECT_EQ(rows_of(site, "user where username='zhang3'",
+                      "TrueName,DepartMentID,sex,IDCard,Telphone,Mobile,Email,Duty,Address,SpeTech,Zip,UserRemark,"
+                      "start_meeting,plays,record,menu_idstr"),
               "张三|2|女|330102|0571-|13*|zhang3@office.example.com|末填|浙江省杭州市|末知|310002| |0|0|30||\n");
     EXPECT_TRUE(tav::password::is_hash(col(site, "zhang3", "password")));
     EXPECT_TRUE(std::filesystem::is_directory(site.root() + "/user/zhang3"));

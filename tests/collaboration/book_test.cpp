@@ -53,9 +53,10 @@ TEST(BookList, DeleteColumnOnlyForGlExactlyOneAndTheManagers) {
     site.user("u1201", "1201");
     site.user("u1204", "1204");
     site.message("1", "hello");
-    for (const Case& c : std::vector<Case>{{"", "admin", false}, {"?GL=0", "admin", false}, {"?GL=01", "admin", false},
-                                           {"?GL=1", "admin", true}, {"?gl=1", "admin", true}, {"?GL=1&p=0", "admin", true},
-                                           {"?GL=1", "u1201", false}, {"?GL=1", "u1204", true}}) {
+    for (const Case& c : std::vector<Case>{{"", "admin", false},         {"?GL=0", "admin", false},
+                                           {"?GL=01", "admin", false},   {"?GL=1", "admin", true},
+                                           {"?gl=1", "admin", true},     {"?GL=1&p=0", "admin", true},
+                                           {"?GL=1", "u1201", false},    {"?GL=1", "u1204", true}}) {
         SCOPED_TRACE(std::string(c.as) + c.query);
         site.as(c.as);
         std::string body = site.get(std::string("Book_list.asp") + c.query).body;

@@ -42,7 +42,8 @@ struct Site : TestSite {
 // One field at a time holds the payload (a quote in any other value would
 // stop the statement before it runs and hide the field under test).
 TEST(AddressRecordSecurity, StatementPayloadsInTextsChangeOnlyTheNamedRowAndOnlyToThatText) {
-    const std::vector<std::string> fields = {"Name", "Work", "Telphone", "Mobile", "Sex", "Email", "Rec_Title", "Rec_Text"};
+    const std::vector<std::string> fields = {"Name", "Work",  "Telphone",  "Mobile",
+                                             "Sex",  "Email", "Rec_Title", "Rec_Text"};
     for (const std::string& p : kSql) {
         const std::string trimmed = tav::Trim(tav::Value(p)).str();
         Site site;
@@ -55,7 +56,8 @@ TEST(AddressRecordSecurity, StatementPayloadsInTextsChangeOnlyTheNamedRowAndOnly
                 for (std::size_t i = 0; i < 6; ++i) f.emplace_back(fields[i], fields[i] == field ? p : "v");
                 site.post_form("Address_EditDo.asp", f);
             } else {
-                site.get("Record_Save.asp?id=" + site.row + "&Rec_Title=" + (field == "Rec_Title" ? form_encode(p) : "s") +
+                site.get("Record_Save.asp?id=" + site.row +
+                         "&Rec_Title=" + (field == "Rec_Title" ? form_encode(p) : "s") +
                          "&Rec_Text=" + (field == "Rec_Text" ? form_encode(p) : "x") + "&Rec_money=1");
             }
             // Changed to exactly the text sent, or not at all when a quote broke the statement.
