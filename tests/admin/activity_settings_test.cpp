@@ -1,20 +1,7 @@
 // The activity log views and the settings form with its save.
-#include <filesystem>
-#include <fstream>
+#include "tests/support/page_test.h"
 
-#include <gtest/gtest.h>
-
-#include "tests/support/accounts.h"
-#include "tests/support/test_site.h"
-#include "tests/support/pages.h"
-#include "tests/support/text.h"
-
-using tav::test::AdminSite;
-using tav::test::TestSite;
-using tav::test::add_user;
-using tav::test::count;
-using tav::test::has;
-using tav::test::expect_texts;
+using namespace tav::test;
 
 namespace {
 
@@ -22,12 +9,12 @@ using Fields = std::vector<std::pair<std::string, std::string>>;
 
 // The settings form as a browser posts it: ticked boxes only, then the
 // rest; a music file when one is named.
-tav::test::Reply post_settings(TestSite& site, const Fields& fields, const std::string& music = "",
+Reply post_settings(TestSite& site, const Fields& fields, const std::string& music = "",
                                const std::string& content = "ID3") {
-    std::vector<tav::test::Part> parts;
+    std::vector<Part> parts;
     for (const auto& [name, value] : fields) parts.push_back({name, value});
-    parts.push_back(tav::test::file("mfile", music, music.empty() ? "" : content));
-    return tav::test::post_multipart(site, "/Sys_Modify.asp", parts);
+    parts.push_back(file("mfile", music, music.empty() ? "" : content));
+    return post_multipart(site, "/Sys_Modify.asp", parts);
 }
 
 std::string setting(TestSite& site, const std::string& key) {

@@ -1,16 +1,8 @@
 // The rights form and its save: the string is the names of the ticked
 // boxes, and every tick on the form is a substring test.
-#include <gtest/gtest.h>
+#include "tests/support/page_test.h"
 
-#include "tests/support/accounts.h"
-#include "tests/support/test_site.h"
-#include "tests/support/pages.h"
-#include "tests/support/text.h"
-
-using tav::test::TestSite;
-using tav::test::add_user;
-using tav::test::has;
-using tav::test::expect_texts;
+using namespace tav::test;
 
 namespace {
 
@@ -39,10 +31,7 @@ TEST(RightsSave, TickedBoxesInPostedOrderWithFlagColumnsAndTheFormComingBack) {
     EXPECT_EQ(site.scalar("select start_meeting from user where id=" + id, "start_meeting"), "0");
 
     auto b = site.get("/Sys_User_Menu_modify.asp?id=" + id).body;
-    struct Expect {
-        const char* box;
-        bool on;
-    };
+    struct Expect { const char* box; bool on; };
     const Expect expect[] = {
         {"1101", true},  {"1102", false}, {"i3102", true}, {"3102", true},  // input alone reads as read too
         {"model", true}, {"del", true},                                   // model holds del

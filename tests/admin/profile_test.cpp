@@ -1,27 +1,16 @@
 // Profile forms, the own password and the two signature images.
-#include <filesystem>
-#include <fstream>
-
-#include <gtest/gtest.h>
+#include "tests/support/page_test.h"
 
 #include "frame/password.h"
-#include "tests/support/accounts.h"
-#include "tests/support/test_site.h"
-#include "tests/support/pages.h"
-#include "tests/support/text.h"
 
-using tav::test::AdminSite;
-using tav::test::TestSite;
-using tav::test::add_user;
-using tav::test::has;
-using tav::test::expect_texts;
+using namespace tav::test;
 
 namespace {
 
-tav::test::Reply post_signature(TestSite& site, const std::string& ok_no, const std::string& filename) {
-    std::vector<tav::test::Part> parts = {{"OK_NO", ok_no}};
-    if (!filename.empty()) parts.push_back(tav::test::file("file1", filename, "GIF89a"));
-    return tav::test::post_multipart(site, "/user_signe.asp", parts);
+Reply post_signature(TestSite& site, const std::string& ok_no, const std::string& filename) {
+    std::vector<Part> parts = {{"OK_NO", ok_no}};
+    if (!filename.empty()) parts.push_back(file("file1", filename, "GIF89a"));
+    return post_multipart(site, "/user_signe.asp", parts);
 }
 
 std::string col(TestSite& site, const std::string& id, const std::string& column) {
@@ -52,26 +41,8 @@ TEST(ProfileForms, OwnFormLocksTheNameAndAdminFormCarriesRecordAndMeeting) {
     EXPECT_TRUE(has(adm, "name=\"UserPassWord\" value=\"\"")) << "a new password may be set, none is shown";
 }
 
-TEST(ProfileForms, SavingTheOwnProfileClearsTheMeetingFlagAndKeepsRecord) {
-    AdminSite site;
-    site.exec("update user set start_meeting=1, record=20 where username='admin'");
-    // What the own form posts: no start_meeting, no record.
-    auto r = site.post_form("/NewRegisterDo.asp", {{"TureName", "系统管理员"}, {"UserName", "admin"},
-                                                   {"UserPassWord", "admin"}, {"PassWord", "admin"},
-                                                   {"DepartMentID", "1"}, {"sex", "男"}, {"ID", "1"}});
-    EXPECT_EQ(r.status, 302);
-    EXPECT_EQ(col(site, "1", "start_meeting"), "0");
-    EXPECT_EQ(col(site, "1", "record"), "20");
-    EXPECT_EQ(col(site, "1", "Mobile"), "13*");
-}
-
 TEST(PasswordChange, ComparesAfterTrimAndTreatsBlanksAsNoChange) {
-    struct Case {
-        const char* old_pw;
-        const char* new_pw;
-        const char* shown;
-        const char* stored;
-    };
+    struct Case { const char* old_pw; const char* new_pw; const char* shown; const char* stored; };
     const Case cases[] = {
         {"  admin ", " new_1 ", "<br><font color=red>密码已经修改！</font>", "new_1"},
         {"wrong", "new_1", "<br><font color=red>原密码错误！</font>", "admin"},
@@ -99,7 +70,7 @@ TEST(PasswordChange, ComparesAfterTrimAndTreatsBlanksAsNoChange) {
 TEST(Signature, ImagesAreStoredByTheirSideAndKeptWhenTheNameIsTaken) {
     AdminSite site;  // makes user/admin
     auto first = site.get("/user_signe.asp").body;
-    EXPECT_EQ(tav::test::count(first, "<img src=\"\" border=\"1\">"), 2) << "no images yet";
+    EXPECT_EQ(count(first, "<img src=\"\" border=\"1\">"), 2) << "no images yet";
     EXPECT_TRUE(has(first, "action=\"user_signe_upload.asp\""));
     expect_texts(site.get("/user_signe_upload.asp?OK_NO=no&ID=1").body,
                  {"<input type=\"hidden\" name=\"OK_NO\" value=\"no\">",

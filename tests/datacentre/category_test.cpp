@@ -1,21 +1,15 @@
 // Main menus, categories and the generic name list: the codes they get, the
 // rows they write and remove, and the names they refuse.
-#include <gtest/gtest.h>
+#include "tests/support/page_test.h"
 
 #include "tests/datacentre/data_site.h"
-#include "tests/support/accounts.h"
-#include "tests/support/pages.h"
-#include "tests/support/text.h"
 
-using tav::test::has;
-using tav::test::expect_texts;
-using tav::test::AdminSite;
-using tav::test::TestSite;
+using namespace tav::test;
 
 namespace {
 
 std::string menu_rows(TestSite& site, const std::string& code) {
-    return tav::test::rows_of(site, "menu where menu_id like '" + code + "%' or menu_id='menu" + code + "'",
+    return rows_of(site, "menu where menu_id like '" + code + "%' or menu_id='menu" + code + "'",
                               "menu_id,menu_text,user_text,xm");
 }
 
@@ -28,7 +22,7 @@ std::string id_of(TestSite& site, const std::string& menu_id) {
 TEST(DataCategories, NewMainMenuTakesTheFirstFreeCodeAndStopsAtNine) {
     AdminSite site;
     site.exec("insert into menu(menu_id,menu_text,user_text,xm) values ('menu34','menu34','第四','sjzx_m')");
-    auto r = site.get("Menu.asp?id=0&user_text=" + tav::test::form_encode(" 新闻中心 "));
+    auto r = site.get("Menu.asp?id=0&user_text=" + form_encode(" 新闻中心 "));
     EXPECT_EQ(menu_rows(site, "33"),
               "menu33|menu33|新闻中心|sjzx_m|\n"
               "3300|<INPUT type=`hidden` name=`menu33` value=”| |sjzx|\n"
@@ -40,15 +34,15 @@ TEST(DataCategories, NewMainMenuTakesTheFirstFreeCodeAndStopsAtNine) {
                     "新增数据中心主菜单: 新闻中心"));
     for (int n = 5; n <= 9; ++n) site.get("Menu.asp?id=0&user_text=m" + std::to_string(n));
     EXPECT_EQ(id_of(site, "menu39") != "", true);
-    std::string before = tav::test::rows_of(site, "menu", "id,menu_id,user_text");
+    std::string before = rows_of(site, "menu", "id,menu_id,user_text");
     r = site.get("Menu.asp?id=0&user_text=tenth");
     expect_texts(r.body, {"<font color=red>达到主菜单的最多数量限制！</font>"}, {"<form", "数据中心主菜单管理"});
-    EXPECT_EQ(tav::test::rows_of(site, "menu", "id,menu_id,user_text"), before);
+    EXPECT_EQ(rows_of(site, "menu", "id,menu_id,user_text"), before);
 }
 
 TEST(DataCategories, DeletingAMainMenuTakesItsRowsButKeepsItsItems) {
     AdminSite site;
-    tav::test::add_item(site, "3102", "留下的条目");
+    add_item(site, "3102", "留下的条目");
     auto r = site.get("Menu.asp?id=" + id_of(site, "menu31") + "&del=yes");
     EXPECT_EQ(r.location(), "menu.asp");
     EXPECT_EQ(menu_rows(site, "31"), "");
@@ -62,9 +56,7 @@ TEST(DataCategories, DeletingAMainMenuTakesItsRowsButKeepsItsItems) {
 TEST(DataCategories, RenamesAndDuplicates) {
     AdminSite site;
     std::string m31 = id_of(site, "menu31");
-    struct Case {
-        std::string url, answer;
-    } cases[] = {
+    struct Case { std::string url, answer; } cases[] = {
         {"Menu.asp?id=" + m31 + "&user_text=工作动态", "此主菜单名称已经存在，请更名："},
         {"Menu.asp?id=0&user_text=法规制度", "此主菜单名称已经存在，请更名："},
         {"Menu.asp?id=" + m31, "请输入新的主菜单名称："},
@@ -75,19 +67,19 @@ TEST(DataCategories, RenamesAndDuplicates) {
         {"type_modify.asp?Dtable=word_type&id=0&new_name=" + site.scalar("select name from word_type", "name"),
          "此类别名称已经存在，请更名："},
     };
-    std::string before = tav::test::rows_of(site, "menu", "id,menu_id,menu_text,user_text,xm");
+    std::string before = rows_of(site, "menu", "id,menu_id,menu_text,user_text,xm");
     for (const Case& c : cases) {
         auto r = site.get(c.url);
         EXPECT_TRUE(has(r.body, c.answer)) << c.url << "\n" << r.body;
         EXPECT_FALSE(has(r.body, " Error ")) << c.url;
     }
-    EXPECT_EQ(tav::test::rows_of(site, "menu", "id,menu_id,menu_text,user_text,xm"), before);
+    EXPECT_EQ(rows_of(site, "menu", "id,menu_id,menu_text,user_text,xm"), before);
 
     // A rename changes the name only; a category's entry text follows its name.
-    auto r = site.get("Menu.asp?id=" + m31 + "&user_text=" + tav::test::form_encode("新动态") + "&old_text=x");
+    auto r = site.get("Menu.asp?id=" + m31 + "&user_text=" + form_encode("新动态") + "&old_text=x");
     EXPECT_TRUE(has(r.body, "此主菜单成功修改为："));
     EXPECT_EQ(site.scalar("select menu_text from menu where id=" + m31, "menu_text"), "menu31");
-    r = site.get("Data_type.asp?m_id=31&id=" + id_of(site, "3103") + "&user_text=" + tav::test::form_encode("审计快讯"));
+    r = site.get("Data_type.asp?m_id=31&id=" + id_of(site, "3103") + "&user_text=" + form_encode("审计快讯"));
     EXPECT_TRUE(has(r.body, "成功地修改类别名称："));
     EXPECT_EQ(site.scalar("select menu_text from menu where menu_id='3103'", "menu_text"),
               "`images/arrow1.gif`,` 审计快讯`,`Data_list.asp?sub_menu=3103`, `detail`,");
@@ -120,25 +112,25 @@ TEST(DataCategories, CategoryCodes) {
 
 TEST(DataCategories, ApostropheOrUnknownRowEndsInTheReportAndWritesNothing) {
     AdminSite site;
-    std::string before = tav::test::rows_of(site, "menu", "id,menu_id,menu_text,user_text,xm") +
-                         tav::test::rows_of(site, "DepartMent", "id,name");
+    std::string before = rows_of(site, "menu", "id,menu_id,menu_text,user_text,xm") +
+                         rows_of(site, "DepartMent", "id,name");
     for (const std::string url : {"Menu.asp?id=0&user_text=it's", "Data_type.asp?m_id=31&id=0&user_text=it's",
                                   "type_modify.asp?Dtable=DepartMent&id=0&new_name=it's", "Menu.asp?id=99999"}) {
         EXPECT_TRUE(has(site.get(url).body, " Error ")) << url;
     }
     EXPECT_EQ(site.get("type_modify.asp?Dtable=nosuchtable&id=0&new_name=x").status, 403);
-    EXPECT_EQ(tav::test::rows_of(site, "menu", "id,menu_id,menu_text,user_text,xm") +
-                  tav::test::rows_of(site, "DepartMent", "id,name"),
+    EXPECT_EQ(rows_of(site, "menu", "id,menu_id,menu_text,user_text,xm") +
+                  rows_of(site, "DepartMent", "id,name"),
               before);
 }
 
 TEST(DataCategories, NameListOverAnyTable) {
     AdminSite site;
-    auto r = site.get("type_modify.asp?Dtable=DepartMent&id=0&new_name=" + tav::test::form_encode("新部门"));
+    auto r = site.get("type_modify.asp?Dtable=DepartMent&id=0&new_name=" + form_encode("新部门"));
     EXPECT_EQ(site.scalar("select Remark from DepartMent where name='新部门'", "Remark"), " ");
     expect_texts(r.body, {"新部门"}, {"新增类别成功"});
     std::string id = site.scalar("select id from DepartMent where name='新部门'", "id");
-    r = site.get("type_modify.asp?Dtable=DepartMent&id=" + id + "&new_name=" + tav::test::form_encode("改名部门"));
+    r = site.get("type_modify.asp?Dtable=DepartMent&id=" + id + "&new_name=" + form_encode("改名部门"));
     EXPECT_TRUE(has(r.body, "成功地修改类别名称："));
     EXPECT_EQ(site.scalar("select name from DepartMent where id=" + id, "name"), "改名部门");
     EXPECT_TRUE(has(site.scalar("select work_text from monitor order by id desc", "work_text"), "将 DepartMent 表"));

@@ -1,12 +1,8 @@
 // The data centre list's search: the rows shown are those of the plain like
 // statement of the category, for every kind of term, hostile ones included.
-#include <gtest/gtest.h>
-
-#include <string>
-#include <vector>
+#include "tests/support/page_test.h"
 
 #include "tests/datacentre/data_site.h"
-#include "tests/support/pages.h"
 
 using namespace tav::test;
 

@@ -2,15 +2,9 @@
 // status cells, the welcome page that marks the account online.
 #include <tuple>
 
-#include <gtest/gtest.h>
+#include "tests/support/page_test.h"
 
-#include "tests/support/test_site.h"
-#include "tests/support/text.h"
-#include "tests/support/pages.h"
-
-using tav::test::AdminSite;
-using tav::test::TestSite;
-using tav::test::has;
+using namespace tav::test;
 
 TEST(DesktopFrames, EightFramesInOrderAndTheMeetingPairAtLogin) {
     TestSite site;
@@ -21,7 +15,7 @@ TEST(DesktopFrames, EightFramesInOrderAndTheMeetingPairAtLogin) {
         ASSERT_TRUE(site.login());
         auto b = site.get("/").body;
         EXPECT_TRUE(has(b, "<frameset rows=\"46,*,25,0,0,0,0\""));
-        EXPECT_EQ(tav::test::count(b, "<frame "), 8);
+        EXPECT_EQ(count(b, "<frame "), 8);
         std::string detail = meeting ? "starting.asp" : "started.asp";
         std::string net = meeting ? "start_netmeeting.asp" : "about:blank";
         const std::string frames[] = {"top_w\"", "dir\"", "detail\" noresize src=\"" + detail + "\"", "bottom\"",
@@ -36,10 +30,7 @@ TEST(DesktopFrames, EightFramesInOrderAndTheMeetingPairAtLogin) {
 }
 
 TEST(DesktopTop, HeadlineSizeFollowsNameAndHeadlineLength) {
-    struct Case {
-        int len;
-        std::string tail, size;
-    };
+    struct Case { int len; std::string tail, size; };
     const Case cases[] = {
         {3, "自动化网络办公系统", "13"}, {4, "自动化网络办公系统", "12.5"}, {5, "网络办公系统", "13.5"},
         {7, "办公系统", "15"},

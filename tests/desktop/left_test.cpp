@@ -1,20 +1,13 @@
 // The navigation frame: the section's rows filtered by the rights string and
 // turned back from their stored form into hidden fields.
-#include <gtest/gtest.h>
+#include "tests/support/page_test.h"
 
-#include "tests/support/test_site.h"
-#include "tests/support/pages.h"
-#include "tests/support/text.h"
-
-using tav::test::AdminSite;
-using tav::test::TestSite;
-using tav::test::has;
-using tav::test::expect_texts;
+using namespace tav::test;
 
 namespace {
 
 // The value of the hidden field of one folder, as the page wrote it.
-std::string field(const std::string& body, const std::string& folder) {
+std::string hidden_value(const std::string& body, const std::string& folder) {
     std::string open = "<INPUT type='hidden' name='" + folder + "' value=\"";
     std::size_t at = body.find(open);
     if (at == std::string::npos) return "<missing>";
@@ -32,7 +25,7 @@ std::string entry(const std::string& label, const std::string& url) {
 TEST(NavigationMenu, FoldersOfTheSectionWithTheirEntriesAndTheStartPage) {
     AdminSite site;
     auto b = site.get("/left.asp?xm=bgzx").body;
-    expect_texts(field(b, "menu19"),
+    expect_texts(hidden_value(b, "menu19"),
                  {entry("密码遗失", "sys_losepassword.asp"), entry("部门维护", "type_modify.asp?Dtable=DepartMent")});
     // Other sections' folders stay out; no stored quote survives.
     expect_texts(b,
@@ -40,10 +33,10 @@ TEST(NavigationMenu, FoldersOfTheSectionWithTheirEntriesAndTheStartPage) {
                   "'images/arrow1.gif', '1',strSQL);",
                   "window.open(\"started.asp\",\"detail\");", "欢迎使用[示范单位网络办公系统]！"},
                  {"data_home.asp", "`", "”"});
-    EXPECT_EQ(field(b, "menu11"), "<missing>");
+    EXPECT_EQ(hidden_value(b, "menu11"), "<missing>");
     // No section means home, with the data centre's home page.
     b = site.get("/left.asp").body;
-    EXPECT_TRUE(has(field(b, "menu41"), entry("通知公告", "Data_list.asp?sub_menu=4102")));
+    EXPECT_TRUE(has(hidden_value(b, "menu41"), entry("通知公告", "Data_list.asp?sub_menu=4102")));
     expect_texts(b, {"window.open(\"data_home.asp\",\"detail\");"}, {"started.asp"});
 }
 
@@ -51,22 +44,22 @@ TEST(NavigationMenu, RightsFilterEntriesButLeaveFolderButtonsAndStoredQuotesTurn
     AdminSite site;
     site.exec("update user set menu_idstr='1901 1904' where username='admin'");
     auto b = site.get("/left.asp?xm=bgzx").body;
-    EXPECT_EQ(field(b, "menu19"), entry("系统参数", "Sys_Modify.asp") + entry("用户管理", "Sys_User.asp"));
-    EXPECT_EQ(field(b, "menu23"), "");
+    EXPECT_EQ(hidden_value(b, "menu19"), entry("系统参数", "Sys_Modify.asp") + entry("用户管理", "Sys_User.asp"));
+    EXPECT_EQ(hidden_value(b, "menu23"), "");
     EXPECT_TRUE(has(b, "new Array('0','公文处理'"));
     // A right found inside a longer code counts: i1905 grants 1905.
     site.exec("update user set menu_idstr='i1905' where username='admin'");
-    EXPECT_EQ(field(site.get("/left.asp?xm=bgzx").body, "menu19"), entry("密码遗失", "sys_losepassword.asp"));
+    EXPECT_EQ(hidden_value(site.get("/left.asp?xm=bgzx").body, "menu19"), entry("密码遗失", "sys_losepassword.asp"));
     // Null rights act like none.
     site.exec("update user set menu_idstr=null where username='admin'");
     b = site.get("/left.asp?xm=wlzx").body;
-    EXPECT_EQ(field(b, "menu11") + field(b, "menu14"), "");
+    EXPECT_EQ(hidden_value(b, "menu11") + hidden_value(b, "menu14"), "");
     expect_texts(b, {"new Array('0','电子邮件'", "</html>"}, {" Error "});
     // Ids holding 00 pass for everybody.
     site.exec("update user set menu_idstr='7701' where username='admin'");
     site.exec("insert into menu(menu_id,menu_text,user_text,xm) values "
               "('41001','`images/arrow1.gif`,` 旧栏目`,`Old.asp`, `detail`,','旧栏目','home')");
-    EXPECT_EQ(field(site.get("/left.asp?xm=home").body, "menu41"), entry("旧栏目", "Old.asp"));
+    EXPECT_EQ(hidden_value(site.get("/left.asp?xm=home").body, "menu41"), entry("旧栏目", "Old.asp"));
     // Only the opening row loses its ”; an entry keeps it, trimmed.
     site.exec("insert into menu(menu_id,menu_text,user_text,xm) values ('menu77','menu77','试验','test_m'),"
               "('7700','<INPUT type=`hidden` name=`menu77` value=”',' ','test'),"

@@ -1,17 +1,10 @@
 // Leaving the desktop, and the lost-password flag from the user's report to
 // the administrator's list.
-#include <gtest/gtest.h>
+#include "tests/support/page_test.h"
 
 #include "frame/password.h"
-#include "tests/support/accounts.h"
-#include "tests/support/test_site.h"
-#include "tests/support/pages.h"
-#include "tests/support/text.h"
 
-using tav::test::AdminSite;
-using tav::test::TestSite;
-using tav::test::has;
-using tav::test::expect_texts;
+using namespace tav::test;
 
 namespace {
 
@@ -24,35 +17,29 @@ std::string logged(TestSite& site, const std::string& text) {
 
 }  // namespace
 
-TEST(Logout, MarksOfflineLogsAbandonsAndGoesToLogin) {
-    AdminSite site;
-    site.get("/started.asp");
-    auto r = site.get("/logout.asp");
-    EXPECT_EQ(r.location(), "login.asp");
-    EXPECT_EQ(admin_field(site, "online"), "0");
-    EXPECT_EQ(admin_field(site, "ip"), " ");
-    EXPECT_EQ(logged(site, "正常退出本系统"), "1");
-    EXPECT_EQ(site.get("/").location(), "login.asp");  // the session is gone
-    // A second logout finds no session: no update, no log line, same ending.
-    site.exec("update user set online=1 where username='admin'");
-    EXPECT_EQ(site.get("/logout.asp").location(), "login.asp");
-    EXPECT_EQ(admin_field(site, "online"), "1");
-    EXPECT_EQ(logged(site, "正常退出本系统"), "1");
-}
-
-TEST(Logout, AnyOtherSettingClosesTheWindowAMissingOneReportsAfterTheSessionEnded) {
-    for (bool missing : {false, true}) {
+// The setting sends the browser to the login page ("0"), closes the window
+// (anything else), or, when missing, reports after the session ended.
+TEST(Logout, MarksOfflineLogsAndEndsTheSessionAsTheSettingSays) {
+    for (const char* setting : {"0", "1", ""}) {
+        SCOPED_TRACE(setting);
         TestSite site;
-        site.exec(missing ? "delete from software where softname='logout'"
-                          : "update software set Hardserial='1' where softname='logout'");
+        site.exec(*setting ? std::string("update software set Hardserial='") + setting + "' where softname='logout'"
+                           : "delete from software where softname='logout'");
         ASSERT_TRUE(site.login());
         site.get("/started.asp");
         auto r = site.get("/logout.asp");
-        EXPECT_EQ(r.status, 200);
-        EXPECT_EQ(has(r.body, "window.close();"), !missing);
-        EXPECT_EQ(has(r.body, "Routine : logout.I_init"), missing) << r.body;
+        EXPECT_EQ(r.location(), *setting == '0' ? "login.asp" : "");
+        EXPECT_EQ(has(r.body, "window.close();"), *setting == '1');
+        EXPECT_EQ(has(r.body, "Routine : logout.I_init"), !*setting) << r.body;
         EXPECT_EQ(admin_field(site, "online"), "0");
-        EXPECT_EQ(site.get("/").location(), "login.asp");
+        EXPECT_EQ(admin_field(site, "ip"), " ");
+        EXPECT_EQ(logged(site, "正常退出本系统"), "1");
+        EXPECT_EQ(site.get("/").location(), "login.asp");  // the session is gone
+        // A second logout finds no session: no update, no log line.
+        site.exec("update user set online=1 where username='admin'");
+        site.get("/logout.asp");
+        EXPECT_EQ(admin_field(site, "online"), "1");
+        EXPECT_EQ(logged(site, "正常退出本系统"), "1");
     }
 }
 
@@ -90,7 +77,7 @@ TEST(SysLosePassword, HolderOfTheRightSeesFlaggedAccountsButNoPassword) {
     site.exec("insert into user(username,password,TrueName,DepartMentID,record,password_lose) "
               "values ('wangwu','pw2','王五',1,30,2)");
     site.exec("update user set password_lose=1 where username='admin'");
-    tav::test::add_user(site, "clerk", "i1905");  // the right found inside a longer code
+    add_user(site, "clerk", "i1905");  // the right found inside a longer code
     ASSERT_TRUE(site.login("clerk", "pw"));
     auto b = site.get("/sys_losepassword.asp").body;
     expect_texts(b,
@@ -100,12 +87,12 @@ TEST(SysLosePassword, HolderOfTheRightSeesFlaggedAccountsButNoPassword) {
     std::string lisi = site.scalar("select id from user where username='lisi'", "id");
     // a flag of 2 counts elsewhere but is not listed here
     expect_texts(b, {"<a href=\"sys_losepasswordDO.asp?id=" + lisi + "\">"}, {"wangwu"});
-    EXPECT_EQ(tav::test::count(b, "<tr height=\"25\"><td>&nbsp;</td>"), 11);  // filled to one page
+    EXPECT_EQ(count(b, "<tr height=\"25\"><td>&nbsp;</td>"), 11);  // filled to one page
 }
 
 TEST(SysLosePasswordDo, ClearsTheFlagAndANewPasswordMustBeChangedAtTheNextLogin) {
     AdminSite site;
-    std::string id = tav::test::add_user(site, "lost1", "1101", "old1");
+    std::string id = add_user(site, "lost1", "1101", "old1");
     site.exec("update user set password_lose=1 where id=" + id);
     for (const char* q : {"?ID=abc", ""})  // an id that is no number reports
         EXPECT_TRUE(has(site.get(std::string("/sys_losepasswordDO.asp") + q).body, "Routine : syslosepassworddo.I_init"));

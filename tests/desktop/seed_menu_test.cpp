@@ -1,25 +1,20 @@
 // The navigation rows of a new site: every entry reaches a page, the rights
 // form finds the tested codes in its groups, and the first account holds
 // every code.
-#include <gtest/gtest.h>
+#include "tests/support/page_test.h"
 
-#include <filesystem>
 #include <map>
 #include <set>
 
 #include "frame/vb.h"
 #include "server/page_table.h"
 #include "tests/support/page_urls.h"
-#include "tests/support/test_site.h"
 
-using tav::test::TestSite;
-namespace fs = std::filesystem;
+using namespace tav::test;
 
 namespace {
 
-struct Row {
-    std::string id, text, title, xm;
-};
+struct Row { std::string id, text, title, xm; };
 
 std::vector<Row> rows(TestSite& site, const std::string& sql) {
     std::vector<Row> out;
@@ -46,7 +41,7 @@ bool static_file_exists(const std::string& name) {
 
 // A URL of the site's page table, written yet or not.
 bool known_page(const std::string& file) {
-    for (const auto& e : tav::test::expected_pages())
+    for (const auto& e : expected_pages())
         if (tav::LCase(e.url) == tav::LCase(file)) return true;
     return false;
 }

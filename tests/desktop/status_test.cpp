@@ -1,16 +1,10 @@
 // The polling frames of the desktop (message, sysmonitor), the reminder
 // popup, the notice popup, and the count of documents they share.
-#include <gtest/gtest.h>
-
-#include <string>
-#include <vector>
+#include "tests/support/page_test.h"
 
 #include "frame/page.h"
-#include "tests/support/pages.h"
 
-using tav::test::TestSite;
-using tav::test::expect_texts;
-using tav::test::has;
+using namespace tav::test;
 
 namespace {
 
@@ -274,7 +268,7 @@ TEST(StatusPopup, MusicAndTheGateClosedWhileOpen) {
     d.mail(u);
     d.as("p1");
     ASSERT_TRUE(has(d.message(), "showModalDialog"));
-    expect_texts(d.site.get("/message_pop.asp?mstr=" + tav::test::form_encode("<b>有 1 封</b>")).body,
+    expect_texts(d.site.get("/message_pop.asp?mstr=" + form_encode("<b>有 1 封</b>")).body,
                  {"<bgsound src=\"./medium/ring.mid\" loop=\"infinite\">", "window.open(\"closepop.asp\",\"sound\");",
                   "<b>有 1 封</b><center>"});
     EXPECT_FALSE(has(d.message(), "showModalDialog"));  // while the popup is up the polls raise no other

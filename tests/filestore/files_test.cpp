@@ -1,28 +1,17 @@
 // The file list of a folder, and deleting, renaming and uploading files.
-#include <gtest/gtest.h>
-
-#include <filesystem>
+#include "tests/support/page_test.h"
 
 #include "tests/filestore/store_site.h"
-#include "tests/support/files.h"
-#include "tests/support/multipart.h"
-#include "tests/support/pages.h"
-#include "tests/support/text.h"
 
-namespace fs = std::filesystem;
-using tav::test::count;
-using tav::test::has;
-using tav::test::expect_texts;
-using tav::test::slurp;
-using tav::test::StoreSite;
+using namespace tav::test;
 
 namespace {
 
 const char kSpacer[] = "<tr><td colspan=2>&nbsp;</td></tr>";
 
 std::string upload_body(const std::string& folder, const std::string& filename, const std::string& content) {
-    return tav::test::multipart_body("----TavelorBoundary",
-                                     {tav::test::file_part("File1", filename, content), {"Folder", folder}});
+    return multipart_body("----TavelorBoundary",
+                                     {file_part("File1", filename, content), {"Folder", folder}});
 }
 
 }  // namespace
@@ -89,9 +78,7 @@ TEST(FileActions, DeleteRenameAndSave) {
 
     // A name with a folder part, or one that exists, is refused with its reason.
     site.touch("d.txt", "D");
-    struct Case {
-        std::string old_name, new_name, lands, refusal;
-    } cases[] = {{"b.txt", "新 名.txt", "新 名.txt", ""},
+    struct Case { std::string old_name, new_name, lands, refusal; } cases[] = {{"b.txt", "新 名.txt", "新 名.txt", ""},
                  {"新 名.txt", "sub\\in.txt", "新 名.txt", "不能含有“/”或“\\”"},
                  {"新 名.txt", "d.txt", "新 名.txt", "已经有名为“d.txt”"},
                  {"nothere", "x", "", ""}};
@@ -120,9 +107,7 @@ TEST(FileUpload, FormPostExistingNameAndLogin) {
                  {"<input type=\"file\" name=\"File1\"", "name=\"Folder\" value=\"\\user\\admin\\docs\"",
                   "你没有选择文件！\\n请通过浏览按钮从文件夹中选取某个文件"});
 
-    struct Case {
-        std::string name, content, stored;
-    } cases[] = {
+    struct Case { std::string name, content, stored; } cases[] = {
         {"C:\\fakepath\\报告 一.txt", "first", "first"},
         // the same name again: the old file stays, and success is shown all the same
         {"报告 一.txt", "second", "first"},

@@ -1,19 +1,14 @@
 // The folder tree: which folders it shows, in which order, which is marked,
 // and the walk for a folder outside the account ending at the time limit.
-#include <gtest/gtest.h>
-
+#include "tests/support/page_test.h"
 
 #include "filestore/names.h"
 #include "filestore/walk.h"
 #include "frame/errors.h"
 #include "frame/host.h"
 #include "tests/filestore/store_site.h"
-#include "tests/support/pages.h"
-#include "tests/support/text.h"
 
-using tav::test::has;
-using tav::test::expect_texts;
-using tav::test::StoreSite;
+using namespace tav::test;
 
 namespace {
 
@@ -33,9 +28,7 @@ std::vector<std::string> tree_lines(const std::string& body) {
 }  // namespace
 
 TEST(FolderOrder, ExchangeSortByCharacterCode) {
-    struct Case {
-        std::vector<std::string> in, out;
-    } cases[] = {
+    struct Case { std::vector<std::string> in, out; } cases[] = {
         {{"a\\b", "a1", "a"}, {"a", "a1", "a\\b"}},
         // capitals and digits sit below the backslash, lower case and Chinese above it
         {{"a\\b", "ab", "aB", "a", "a中"}, {"a", "aB", "a\\b", "ab", "a中"}},
@@ -51,10 +44,7 @@ TEST(FolderOrder, ExchangeSortByCharacterCode) {
 }
 
 TEST(FolderOrder, ShownNamesOfTheForms) {
-    struct Case {
-        const char* folder;
-        const char* shown;
-    } cases[] = {
+    struct Case { const char* folder; const char* shown; } cases[] = {
         {"\\user\\me\\a\\b", "\\a\\b"}, {"\\user\\me", "\\"}, {"\\user\\me\\", "\\"},
         {"\\a_new", "\\a_new"},         {"", "\\"},           {"\\user\\me\\文件", "\\文件"},
     };
@@ -102,7 +92,7 @@ TEST(FolderTree, OpensTheBranchOfTheCurrentFolderMarkedAndInOrder) {
     EXPECT_TRUE(has(b, "images/root1.gif"));
     EXPECT_TRUE(has(b, "<img src=images/folder21.gif border=0 align=absmiddle><a href=folder.asp?folder=\\user\\admin\\a\\b>"
                        "<font style='background-color:#336699;color:white'>b</font></a><br>"));
-    EXPECT_EQ(tav::test::count(b, "background-color:#336699"), 1);
+    EXPECT_EQ(count(b, "background-color:#336699"), 1);
     // a folder that is gone shows the rest of its branch
     auto gone = site.open("folder.asp", {{"Folder", "\\user\\admin\\a\\nothere"}}).body;
     EXPECT_EQ(tree_lines(gone).size(), 7u) << gone;

@@ -2,19 +2,13 @@
 // threads, cards per account, accounts) equal the counts of their rows after every
 // kind of change: rows added, moved to another key, changed otherwise,
 // given a null key, removed.
-#include <gtest/gtest.h>
+#include "tests/support/page_test.h"
 
-#include <string>
-#include <vector>
-
-#include "tests/support/accounts.h"
-#include "tests/support/test_site.h"
-
-using tav::test::TestSite;
+using namespace tav::test;
 
 TEST(KeptCounts, FollowEveryChangeOfTheirRows) {
     TestSite site;
-    const std::string a = tav::test::add_user(site, "ann"), b = tav::test::add_user(site, "bob");
+    const std::string a = add_user(site, "ann"), b = add_user(site, "bob");
     struct Count {
         std::string kept, counted;  // "K" stands for each key in turn
         std::vector<std::string> keys;

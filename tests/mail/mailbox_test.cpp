@@ -1,17 +1,11 @@
 // The folders of Email_list.asp and the way of a mail through Email_Del.asp
 // to its end, with the attachment shared by all copies of a sending.
-#include <gtest/gtest.h>
-
-#include <string>
-#include <vector>
+#include "tests/support/page_test.h"
 
 #include "tests/mail/mail_support.h"
-#include "tests/support/pages.h"
 
-using tav::test::count;
-using tav::test::has;
-using tav::test::expect_texts;
-using tav::test::mail::MailSite;
+using namespace tav::test;
+using mail::MailSite;
 
 namespace {
 
@@ -40,37 +34,24 @@ TEST(MailList, FoldersAreConditionsOnTheFlags) {
     insert_mail(m, a, "1", "我删的", ",Send_del", ",2");
     m.as("ann");
 
-    struct Case {
-        std::string type;
-        std::vector<std::string> shown;
-        const char* heading;
-        const char* person;
-    } cases[] = {
-        {"0", {"新的", "读过"}, "我的信箱-&gt;&gt;收件箱", "发件人"},
-        {"1", {"读过"}, "我的信箱-&gt;&gt;已阅读过的邮件", "发件人"},
-        {"2", {"扔了"}, "我的信箱-&gt;&gt;已经删除了邮件", "发件人"},
-        {"3", {"我发的"}, "我的信箱-&gt;&gt;已经发送的邮件", "收件人"},
-        {" 3 ", {"我发的"}, "我的信箱-&gt;&gt;已经发送的邮件", "收件人"},
+    // Each folder: its mails, heading, the person column and the states (the
+    // sent folder tells unread mails as sent, and names the recipient).
+    const std::string in = "我的信箱-&gt;&gt;", from = "<td width=\"80\">发件人</td>", sent = in + "已经发送的邮件";
+    const std::vector<std::string> sent_texts = {">我发的</a>", sent, "<td width=\"80\">收件人</td>", "已发送",
+                                                 "系统管理员", "彻底删除选中项"};
+    struct Case { std::string type; int mails; std::vector<std::string> texts; } cases[] = {
+        {"0", 2, {">新的</a>", ">读过</a>", in + "收件箱", from, "<font color=\"red\">新邮件</font>", "value=\"删除选中项\""}},
+        {"1", 1, {">读过</a>", in + "已阅读过的邮件", from, "已查阅"}},
+        {"2", 1, {">扔了</a>", in + "已经删除了邮件", from}},
+        {"3", 1, sent_texts},
+        {" 3 ", 1, sent_texts},
     };
-    for (const Case& c : cases) {
-        std::string body = m.list("type=" + c.type);
-        EXPECT_EQ(mails_listed(body), static_cast<int>(c.shown.size())) << c.type;
-        for (const auto& t : c.shown) EXPECT_TRUE(has(body, ">" + t + "</a>")) << c.type << " " << t;
-        EXPECT_TRUE(has(body, c.heading)) << c.type;
-        EXPECT_TRUE(has(body, std::string("<td width=\"80\">") + c.person + "</td>")) << c.type;
-        // The states: the sent folder tells unread mails as sent.
-        if (c.type == "0") {
-            EXPECT_TRUE(has(body, "<font color=\"red\">新邮件</font>"));
-        }
-        if (c.type == "1") {
-            EXPECT_TRUE(has(body, "已查阅"));
-        }
-        if (c.type.find('3') != std::string::npos) {
-            // the recipient, in the sent folder
-            expect_texts(body, {"已发送", "系统管理员", "彻底删除选中项"});
-        }
+    for (const auto& [type, mails, texts] : cases) {
+        SCOPED_TRACE(type);
+        std::string body = m.list("type=" + type);
+        EXPECT_EQ(mails_listed(body), mails);
+        for (const auto& t : texts) EXPECT_TRUE(has(body, t)) << t;
     }
-    EXPECT_TRUE(has(m.list("type=0"), "value=\"删除选中项\""));
 }
 
 TEST(MailList, TheSystemsMailIsUrgentAndFromNobody) {
@@ -106,9 +87,8 @@ TEST(MailList, PagesOfTen) {
 
     std::string first = m.list("type=0");
     EXPECT_EQ(mails_listed(first), 10);
-    EXPECT_TRUE(has(first, ">第9封</a>"));  // newest first
-    // Ten mails make two pages, the second blank.
-    expect_texts(first, {"<option value=\"1\">2</option>", "页/共2页"});
+    // Newest first; ten mails make two pages, the second blank.
+    expect_texts(first, {">第9封</a>", "<option value=\"1\">2</option>", "页/共2页"});
     std::string second = m.list("type=0&p=1");
     EXPECT_EQ(mails_listed(second), 0);
     EXPECT_EQ(count(second, "<tr height=\"28\">"), 10);
@@ -117,11 +97,9 @@ TEST(MailList, PagesOfTen) {
     EXPECT_EQ(mails_listed(m.list("type=0&p=-3")), 10);
     // The running number counts on over the pages.
     insert_mail(m, "1", a, "第十一封");
-    std::string next = m.list("type=0&p=1");
-    EXPECT_TRUE(has(next, "onclick=\"changechecked(this)\">11")) << next;
+    EXPECT_TRUE(has(m.list("type=0&p=1"), "onclick=\"changechecked(this)\">11"));
     // The bar's links keep the folder and the search.
-    std::string found = m.list("type=0&sstr=封");
-    expect_texts(found,
+    expect_texts(m.list("type=0&sstr=封"),
                  {"href=\"Email_list.asp?p=1&type=0&sstr=封\"", "<input type=\"hidden\" name=\"sstr\" value=\"封\">"});
 }
 
@@ -136,25 +114,20 @@ TEST(MailList, FolderOutsideTheFourEndsInTheErrorReport) {
 }
 
 TEST(MailDelete, EachFolderMovesTheMailOneStep) {
-    struct Case {
-        const char* type;
-        const char* to_del;
-        const char* send_del;
-        const char* answer;
-    } cases[] = {
+    struct Case { const char* type; const char* to_del; const char* send_del; const char* answer; } cases[] = {
         {"0", "1", "0", kDeleted}, {"1", "1", "0", kDeleted}, {"2", "2", "0", kGone},
         {"3", "0", "2", kGone},    {"4", "0", "0", kDeleted}, {"x", "0", "0", kDeleted},
     };
+    MailSite m;
+    std::string a = m.user("ann");
     for (const Case& c : cases) {
-        MailSite m;
-        std::string a = m.user("ann");
         insert_mail(m, "1", a, "一");
         std::string id = m.last_id();
         if (std::string(c.type) == "3") m.as("admin", "admin");  // the sender's folder
         else m.as("ann");
         EXPECT_EQ(m.del(id, c.type), std::string(c.answer) + c.type) << c.type;
-        EXPECT_EQ(m.scalar("select To_del as v from Email where id=" + id), c.to_del) << c.type;
-        EXPECT_EQ(m.scalar("select Send_del as v from Email where id=" + id), c.send_del) << c.type;
+        EXPECT_EQ(rows_of(m.site, "Email where id=" + id, "To_del,Send_del"),
+                  std::string(c.to_del) + "|" + c.send_del + "|\n") << c.type;
     }
 }
 
@@ -164,11 +137,11 @@ TEST(MailDelete, StrayTokensAreSkipped) {
     insert_mail(m, "1", a, "一");
     std::string id = m.last_id();
     m.as("ann");
-    std::string before = tav::test::rows_of(m.site, "Email", "id,To_del,Send_del");
+    std::string before = rows_of(m.site, "Email", "id,To_del,Send_del");
     // Ticking the select-all box alone sends "kall".
     EXPECT_EQ(m.del("kall", "0"), std::string(kDeleted) + "0");
     EXPECT_EQ(m.del("kall*1%20or%201=1**", "2"), std::string(kDeleted) + "2");
-    EXPECT_EQ(tav::test::rows_of(m.site, "Email", "id,To_del,Send_del"), before);
+    EXPECT_EQ(rows_of(m.site, "Email", "id,To_del,Send_del"), before);
     // A number that is no mail reports in del_email and the rest goes on.
     auto r = m.site.get("/Email_Del.asp?dellist=99999*" + id + "&type=2");
     EXPECT_EQ(r.location(), std::string(kGone) + "2");

@@ -1,23 +1,18 @@
 // The mail list's search: by title as the list always did, and with the tick
 // box "搜索正文" also in the body and the sender's name, over the account's
 // own folder only. The rows shown are those of the plain like statement.
-#include <gtest/gtest.h>
+#include "tests/support/page_test.h"
 
 #include <algorithm>
-#include <string>
-#include <vector>
 
 #include "tests/mail/mail_support.h"
-#include "tests/support/pages.h"
 
-using tav::test::form_encode;
-using tav::test::has;
-using tav::test::expect_texts;
-using tav::test::mail::MailSite;
+using namespace tav::test;
+using mail::MailSite;
 
 namespace {
 
-std::string linked(const std::string& body) { return tav::test::linked_ids(body, "Email_read.asp?id="); }
+std::string linked(const std::string& body) { return linked_ids(body, "Email_read.asp?id="); }
 
 // What the page does to the box's text before it searches: trimmed, no apostrophes.
 std::string cleaned(std::string t) {
@@ -34,9 +29,7 @@ struct Mailboxes {
         ann = m.user("ann", "安娜");
         bob = m.user("bob", "Bob 鲍勃");
         carl = m.user("carl", "卡尔");
-        struct Mail {
-            std::string from, to, title, body;
-        } mails[] = {
+        struct Mail { std::string from, to, title, body; } mails[] = {
             {bob, ann, "季度预算审核", "<p>请审阅 Budget 表</p>"},
             {bob, ann, "Budget 50% done", "<p>进度</p>"},
             {carl, ann, "BUDGET_v2", "见附件 a_b"},

@@ -1,20 +1,11 @@
 // Composing and sending: the form, the recipient dialog, and the rows and
 // files a sending leaves.
-#include <gtest/gtest.h>
-
-#include <string>
-#include <vector>
+#include "tests/support/page_test.h"
 
 #include "tests/mail/mail_support.h"
-#include "tests/support/files.h"
-#include "tests/support/pages.h"
 
-using tav::test::has;
-using tav::test::expect_texts;
-using tav::test::count;
-using tav::test::mail::MailSite;
-
-using tav::test::slurp;
+using namespace tav::test;
+using mail::MailSite;
 
 TEST(MailSend, ThreeRecipientsTwoFilesShareOneAttachmentString) {
     MailSite m;

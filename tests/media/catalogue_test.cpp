@@ -1,13 +1,10 @@
 // The reader's catalogue: one kind at a time, two titles to a row, the
 // initial index and the search, the right to play several at once.
-#include <gtest/gtest.h>
+#include "tests/support/page_test.h"
 
 #include <regex>
 
 #include "tests/media/media_fixture.h"
-#include "tests/support/test_site.h"
-#include "tests/support/text.h"
-#include "tests/support/pages.h"
 
 using namespace tav::test;
 
@@ -96,10 +93,7 @@ TEST(MediaCatalogue, InitialAndWordFilter) {
     add_title(site, {.title = "its a song", .py = "B"});
     add_title(site, {.title = "yellow", .py = "Y"});
     add_title(site, {.title = "other", .py = "B"});
-    struct Case {
-        std::string query;
-        std::vector<std::string> shown;
-    } cases[] = {
+    struct Case { std::string query; std::vector<std::string> shown; } cases[] = {
         {"PY=B", {"its a song", "other"}},
         {"PY=Y", {"yellow"}},  // not in the index, but the filter still works
         {"sstr=it's", {"its a song"}},  // the apostrophe goes

@@ -1,17 +1,10 @@
 // Keeping the catalogue: the administrator's list, the form, and the save
 // page that stores, changes, replaces and removes titles with their files.
-#include <gtest/gtest.h>
-
-#include <filesystem>
-#include <fstream>
+#include "tests/support/page_test.h"
 
 #include "tests/media/media_fixture.h"
-#include "tests/support/test_site.h"
-#include "tests/support/text.h"
-#include "tests/support/pages.h"
 
 using namespace tav::test;
-namespace fs = std::filesystem;
 
 namespace {
 
@@ -33,32 +26,23 @@ bool exists(TestSite& site, const std::string& rel) { return fs::exists(site.roo
 
 }  // namespace
 
-TEST(MediaMaintenance, ListShowsIdsKindsAndWhichPlayerOpens) {
+TEST(MediaMaintenance, ListShowsIdsKindsAndWhichPlayerOpensAndTheFormPreselectsTheKind) {
     TestSite site;
     std::string mp3 = add_title(site, {.title = "m", .text = "x"});
-    std::string rm = add_title(site, {.title = "r", .kind = "audio_rm"});
+    std::string rm = add_title(site, {.title = "r", .kind = "video_rm"});
     std::string odd = add_title(site, {.title = "o", .kind = "flash"});
     std::string vid = add_title(site, {.title = "v", .kind = "video_asf"});
     ASSERT_TRUE(site.login());
-    auto b = site.get("/Sys_Medium.asp").body;
     // the id, not a running number
-    expect_texts(b,
-                 {"<td>" + mp3 + "</td>", "<td>mp3音频</td>", "<td>_rm音频</td>", "<td>未知</td>", "<td>asf视频</td>",
+    expect_texts(site.get("/Sys_Medium.asp").body,
+                 {"<td>" + mp3 + "</td>", "<td>mp3音频</td>", "<td>_rm视频</td>", "<td>未知</td>", "<td>asf视频</td>",
                   "openWin('Medium_play_Audio.asp?id=" + odd + "')", "openWin('Medium_play_Video.asp?id=" + vid + "')",
                   "<a href=\"Medium_Info.asp?id=" + mp3 + "\">", "<td>暂无</td>",
                   "Sys_Medium_Modify.asp?id=" + rm + "\""});
     EXPECT_FALSE(has(site.get("/Sys_Medium.asp?sstr=zz").body, "openWin('Medium_play"));
-}
-
-TEST(MediaMaintenance, FormWithTheKindPreselected) {
-    TestSite site;
-    std::string id = add_title(site, {.title = "t", .kind = "video_rm"});
-    std::string odd = add_title(site, {.title = "o", .kind = "flash"});
-    ASSERT_TRUE(site.login());
-    auto edit = site.get("/Sys_Medium_Modify.asp?ID=" + id).body;
-    expect_texts(edit, {"修改媒体文件属性", "删除此媒体", "<option value=\"video_rm\" selected>"});
-    auto fresh = site.get("/Sys_Medium_Modify.asp").body;
-    expect_texts(fresh, {"添加新媒体文件", "value=\"/Medium/\""}, {"删除此媒体"});
+    expect_texts(site.get("/Sys_Medium_Modify.asp?ID=" + rm).body,
+                 {"修改媒体文件属性", "删除此媒体", "<option value=\"video_rm\" selected>"});
+    expect_texts(site.get("/Sys_Medium_Modify.asp").body, {"添加新媒体文件", "value=\"/Medium/\""}, {"删除此媒体"});
     EXPECT_FALSE(has(site.get("/Sys_Medium_Modify.asp?ID=" + odd).body, " selected>"));
 }
 

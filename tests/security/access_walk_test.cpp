@@ -2,22 +2,14 @@
 // rights, and the administrator. Whom a page's rule refuses gets the login
 // page or the refusal, and no row and no file changes; nobody but its owner
 // ever sees another account's rows.
-#include <gtest/gtest.h>
+#include "tests/support/page_test.h"
 
-#include <filesystem>
-#include <fstream>
 #include <map>
-#include <string>
-#include <vector>
 
 #include "server/page_table.h"
-#include "tests/support/accounts.h"
-#include "tests/support/test_site.h"
 
-namespace fs = std::filesystem;
 using tav::Access;
-using tav::test::Reply;
-using tav::test::TestSite;
+using namespace tav::test;
 
 namespace {
 
@@ -27,8 +19,8 @@ const char kMark[] = "Vx7Own";
 struct Walk : TestSite {
     std::string victim, mail, address, record;
     Walk() {
-        victim = tav::test::add_user(*this, "victim", "", "pw", "受害者");
-        tav::test::add_user(*this, "plain", "", "pw", "普通");
+        victim = add_user(*this, "victim", "", "pw", "受害者");
+        add_user(*this, "plain", "", "pw", "普通");
         exec("update software set hardserial='0' where softname='regnewuser'");
         // Rows of others first, so that no id sent below is the administrator's own (1).
         exec("insert into Email(send_user_id,to_user_id,Email_title) values (1,1,'first')");
@@ -100,7 +92,7 @@ TEST(AccessWalk, EveryPageAsNobodyAsAnAccountWithoutRightsAndAsTheAdministrator)
             const Access& rule = p.access;
             const bool refused = (rule.kind != Access::Kind::Public && !*who.user) ||
                                  (rule.kind == Access::Kind::Right && who.user == std::string("plain"));
-            const std::string before = tav::test::snapshot(site);
+            const std::string before = snapshot(site);
             for (const Reply& r : site.hit(p.url)) {
                 std::string ctx = who.name;
                 ctx.append(" ").append(p.url);
@@ -115,7 +107,7 @@ TEST(AccessWalk, EveryPageAsNobodyAsAnAccountWithoutRightsAndAsTheAdministrator)
                 }
             }
             if (refused) {
-                EXPECT_EQ(tav::test::snapshot(site), before) << who.name << " changed something through " << p.url;
+                EXPECT_EQ(snapshot(site), before) << who.name << " changed something through " << p.url;
             }
             // The administrator holds every right: no rule turns it away (the
             // victim's ids above may still be refused inside a page).

@@ -2,24 +2,13 @@
 // keep their shape (no row changes but the one a page is there to write, and
 // that one holds the value as typed), and nothing stored or echoed runs as
 // script on any page that shows it, the navigation frame included.
-#include <gtest/gtest.h>
+#include "tests/support/page_test.h"
 
-#include <filesystem>
 #include <functional>
-#include <string>
-#include <vector>
 
 #include "tests/datacentre/data_site.h"
-#include "tests/support/accounts.h"
-#include "tests/support/payloads.h"
-#include "tests/support/text.h"
 
-using tav::test::expect_inert;
-using tav::test::form_encode;
-using tav::test::kMarkup;
-using tav::test::kSql;
-using tav::test::AdminSite;
-using tav::test::TestSite;
+using namespace tav::test;
 
 namespace {
 
@@ -29,10 +18,10 @@ std::string fill(std::string url, const std::string& value) {
 }
 
 std::string all_rows(TestSite& site) {
-    return tav::test::rows_of(site, "user", "id,username,menu_idstr") +
-           tav::test::rows_of(site, "Datas", "id,User_id,D_title,D_text,D_afile,Sub_menu,Main_menu,lock") +
-           tav::test::rows_of(site, "menu", "id,menu_id,menu_text,user_text,xm") +
-           tav::test::rows_of(site, "DepartMent", "id,name,Remark");
+    return rows_of(site, "user", "id,username,menu_idstr") +
+           rows_of(site, "Datas", "id,User_id,D_title,D_text,D_afile,Sub_menu,Main_menu,lock") +
+           rows_of(site, "menu", "id,menu_id,menu_text,user_text,xm") +
+           rows_of(site, "DepartMent", "id,name,Remark");
 }
 
 std::string trimmed(const std::string& s) {
@@ -44,10 +33,10 @@ std::string trimmed(const std::string& s) {
 
 TEST(DataCentreSecurity, StoredNamesTitlesAndBodiesStayText) {
     AdminSite site;
-    const std::string users = tav::test::rows_of(site, "user", "id,username,menu_idstr");
+    const std::string users = rows_of(site, "user", "id,username,menu_idstr");
     std::vector<std::string> items;
     int n = 0;
-    for (const std::string& p : tav::test::all_payloads()) {
+    for (const std::string& p : all_payloads()) {
         bool quote = p.find('\'') != std::string::npos;
         // Menu names hold no quote of any kind, angle bracket, backslash or control.
         bool storable = p.find_first_of("'\"`<>\\\t\r\n") == std::string::npos;
@@ -64,13 +53,13 @@ TEST(DataCentreSecurity, StoredNamesTitlesAndBodiesStayText) {
                                            (storable ? trimmed(p) : std::string("-")) + "'", "c");
         EXPECT_EQ(name, storable ? "1" : "0") << p;  // in whole, as text, once (names are unique)
         EXPECT_EQ(site.scalar("select count(*) as c from menu where menu_id like '55%'", "c"), "0");
-        tav::test::post_item(site, "0", "3102", p, p);
-        tav::test::post_item(site, "0", "3103", std::string("t").append(std::to_string(n)), p);
-        tav::test::post_multipart(site, "Data_InputDo.asp",
+        post_item(site, "0", "3102", p, p);
+        post_item(site, "0", "3103", std::string("t").append(std::to_string(n)), p);
+        post_multipart(site, "Data_InputDo.asp",
                                   {{"ID", "0"}, {"Main_menu", p}, {"D_title", "m"}, {"Sub_menu", "3110"},
-                                   {"body", "x"}, tav::test::file("Afile", p + ".doc", "F")});
+                                   {"body", "x"}, file("Afile", p + ".doc", "F")});
     }
-    EXPECT_EQ(tav::test::rows_of(site, "user", "id,username,menu_idstr"), users);
+    EXPECT_EQ(rows_of(site, "user", "id,username,menu_idstr"), users);
     // Every body was saved through the markup allowlist.
     tav::Recordset rs = site.query("select id,D_text from Datas");
     for (; !rs.eof(); rs.movenext()) {
@@ -87,7 +76,7 @@ TEST(DataCentreSecurity, StoredNamesTitlesAndBodiesStayText) {
         pages.push_back("Data_read.asp?id=" + id);
         pages.push_back("Data_Input.asp?ID=" + id);
     }
-    for (const std::string& p : tav::test::all_payloads()) pages.push_back(fill("Data_Input.asp?m={}", p));
+    for (const std::string& p : all_payloads()) pages.push_back(fill("Data_Input.asp?m={}", p));
     // Let the account see and enter every category the payloads made.
     tav::Recordset cats = site.query("select menu_id from menu");
     std::string rights = "del";
@@ -96,7 +85,7 @@ TEST(DataCentreSecurity, StoredNamesTitlesAndBodiesStayText) {
         rights += cats("menu_id").str();
     }
     site.exec("update user set menu_idstr='" + rights + "' where username='admin'");
-    for (const std::string& url : pages) expect_inert(tav::test::without_edit_frame(site.get(url)), url);
+    for (const std::string& url : pages) expect_inert(without_edit_frame(site.get(url)), url);
 }
 
 TEST(DataCentreSecurity, CategoryNamesCannotForgeAMenuEntry) {
@@ -104,7 +93,7 @@ TEST(DataCentreSecurity, CategoryNamesCannotForgeAMenuEntry) {
     // Quotes and their stored forms (backquote, typographic quotes) would end
     // the entry's fields in the navigation frame: such a name is refused, on
     // an insert and on a rename alike, and no row changes.
-    const std::string before = tav::test::rows_of(site, "menu", "id,menu_id,menu_text,user_text,xm");
+    const std::string before = rows_of(site, "menu", "id,menu_id,menu_text,user_text,xm");
     const std::string m31 = site.scalar("select id from menu where menu_id='menu31'", "id");
     const std::string c3102 = site.scalar("select id from menu where menu_id='3102'", "id");
     for (const std::string bad : {"x`,`javascript:alert(1)`,`detail`,`", "a\"b", "a<b", "</script>", "a\\b",
@@ -112,18 +101,18 @@ TEST(DataCentreSecurity, CategoryNamesCannotForgeAMenuEntry) {
         for (const std::string& url : {std::string("Data_type.asp?m_id=31&xm=sjzx&id=0&user_text={}"),
                                        "Data_type.asp?m_id=31&id=" + c3102 + "&user_text={}",
                                        std::string("Menu.asp?id=0&user_text={}"), "Menu.asp?id=" + m31 + "&user_text={}"}) {
-            tav::test::Reply r = site.get(fill(url, bad));
-            EXPECT_TRUE(tav::test::has(r.body, "名称中不能含有引号")) << fill(url, bad);
+            Reply r = site.get(fill(url, bad));
+            EXPECT_TRUE(has(r.body, "名称中不能含有引号")) << fill(url, bad);
         }
     }
-    EXPECT_EQ(tav::test::rows_of(site, "menu", "id,menu_id,menu_text,user_text,xm"), before);
+    EXPECT_EQ(rows_of(site, "menu", "id,menu_id,menu_text,user_text,xm"), before);
     // A row written by other means with a script link is left out.
     site.exec("insert into menu(menu_id,menu_text,user_text,xm) values ('3177','`images/arrow1.gif`,` y`,"
               "` JavaScript:alert(1)`, `detail`,','y','sjzx')");
     site.exec("update user set menu_idstr='3177 3102' where username='admin'");
     std::string b = site.get("left.asp?xm=sjzx").body;
     // The name stays inside its label; no field of the value starts a script link.
-    std::string low = tav::test::lower_ascii(b);
+    std::string low = lower_ascii(b);
     EXPECT_EQ(low.find("'javascript:"), std::string::npos) << b;
     EXPECT_EQ(low.find("' javascript:"), std::string::npos) << b;
     EXPECT_EQ(b.find("Data_list.asp?sub_menu=3177"), std::string::npos) << b;
@@ -135,26 +124,26 @@ TEST(DataCentreSecurity, CategoryNamesCannotForgeAMenuEntry) {
 // and nothing changes, on disk or in the store.
 TEST(DataCentreExploits, EachReplayedExploitIsRefused) {
     TestSite site;
-    std::string author = tav::test::add_user(site, "author", "3102 i3102");
-    tav::test::add_user(site, "reader", "3102");
-    tav::test::add_user(site, "keeper", "32A9 1906 3103");
-    std::string item = tav::test::add_item(site, "3102", "条目", author);
-    std::string other = tav::test::add_item(site, "3103", "他类", "1");
-    std::string locked = tav::test::add_item(site, "3102", "锁住", author, "0", "2026-01-01 10:00:00", "1");
+    std::string author = add_user(site, "author", "3102 i3102");
+    add_user(site, "reader", "3102");
+    add_user(site, "keeper", "32A9 1906 3103");
+    std::string item = add_item(site, "3102", "条目", author);
+    std::string other = add_item(site, "3103", "他类", "1");
+    std::string locked = add_item(site, "3102", "锁住", author, "0", "2026-01-01 10:00:00", "1");
     auto id_of = [&](const char* code) { return site.scalar("select id from menu where menu_id='" + std::string(code) + "'", "id"); };
     const std::string c3102 = id_of("3102"), nav1904 = id_of("1904");
     const std::string admin = site.scalar("select id from user where username='admin'", "id");
     const std::string escape = "/../../../images/x.html";
     auto upload = [&](const std::string& id, const std::string& sub, const std::string& filename,
                       const std::string& main = "menu31") {
-        return tav::test::post_multipart(site, "Data_InputDo.asp",
+        return post_multipart(site, "Data_InputDo.asp",
                                          {{"ID", id}, {"Main_menu", main}, {"D_title", "t"}, {"Sub_menu", sub},
-                                          {"body", "b"}, tav::test::file("Afile", filename, "<script>x</script>")});
+                                          {"body", "b"}, file("Afile", filename, "<script>x</script>")});
     };
     struct Try {
         const char* who;  // "" for no session
         std::string what;
-        std::function<tav::test::Reply()> run;
+        std::function<Reply()> run;
     };
     const std::vector<Try> tries = {
         {"", "anonymous upload", [&] { return upload("0", "3102", escape); }},
@@ -202,7 +191,7 @@ TEST(DataCentreExploits, EachReplayedExploitIsRefused) {
         if (*t.who) {
             ASSERT_TRUE(site.login(t.who, std::string(t.who) == "admin" ? "admin" : "pw")) << t.who;
         }
-        tav::test::Reply r = t.run();
+        Reply r = t.run();
         if (*t.who) {
             EXPECT_EQ(r.status, 403) << t.what << "\n" << r.body;
         } else {
@@ -211,8 +200,8 @@ TEST(DataCentreExploits, EachReplayedExploitIsRefused) {
         expect_inert(r, t.what);
         EXPECT_EQ(all_rows(site), before) << t.what;
     }
-    EXPECT_FALSE(tav::test::exists(site, "images/x.html"));
-    EXPECT_FALSE(tav::test::exists(site, "Datas/images"));
+    EXPECT_FALSE(exists(site, "images/x.html"));
+    EXPECT_FALSE(exists(site, "Datas/images"));
 
     // An honest upload keeps only the name's last component, inside its
     // category's folder; names the file system treats specially are dropped.
@@ -223,11 +212,11 @@ TEST(DataCentreExploits, EachReplayedExploitIsRefused) {
     tav::Recordset rs = site.query("select d_afile from Datas where User_id=" + author + " order by id");
     std::string stored;
     for (; !rs.eof(); rs.movenext()) stored += rs("d_afile").str() + " ";
-    EXPECT_TRUE(tav::test::has(stored, "x.html ")) << stored;
-    EXPECT_TRUE(tav::test::has(stored, "y.html ")) << stored;
-    EXPECT_TRUE(tav::test::has(stored, " 0 0 0 0 ")) << stored;  // the four refused names: no attachment
-    EXPECT_FALSE(tav::test::exists(site, "images/x.html"));
-    EXPECT_FALSE(tav::test::exists(site, "y.html"));
+    EXPECT_TRUE(has(stored, "x.html ")) << stored;
+    EXPECT_TRUE(has(stored, "y.html ")) << stored;
+    EXPECT_TRUE(has(stored, " 0 0 0 0 ")) << stored;  // the four refused names: no attachment
+    EXPECT_FALSE(exists(site, "images/x.html"));
+    EXPECT_FALSE(exists(site, "y.html"));
     int files = 0;  // the two kept names, nothing else
     for (const auto& e : std::filesystem::directory_iterator(site.root() + "/Datas/3102")) files += e.is_regular_file();
     EXPECT_EQ(files, 2);

@@ -1,22 +1,12 @@
 // Names on the disk that carry payloads come back as text in the file
 // store's tree, lists and forms; and the exploits once measured on the file
 // store and the collaboration pages, replayed.
-#include <gtest/gtest.h>
-
-#include <filesystem>
-#include <fstream>
+#include "tests/support/page_test.h"
 
 #include "frame/html.h"
 #include "tests/filestore/store_site.h"
-#include "tests/support/accounts.h"
-#include "tests/support/payloads.h"
-#include "tests/support/text.h"
 
-namespace fs = std::filesystem;
-using tav::test::expect_inert;
-using tav::test::has;
-using tav::test::kMarkup;
-using tav::test::StoreSite;
+using namespace tav::test;
 
 TEST(FilestoreSecurity, FolderAndFileNamesOnTheDiskStayText) {
     StoreSite site;
@@ -46,7 +36,7 @@ TEST(FilestoreSecurity, FolderAndFileNamesOnTheDiskStayText) {
 // each replayed: every one fails, and honest requests beside them still work.
 TEST(CollaborationExploits, EachReplayedExploitFails) {
     StoreSite site;  // the administrator, signed in
-    const std::string victim = tav::test::add_user(site, "victim", "1201 1202 1203");
+    const std::string victim = add_user(site, "victim", "1201 1202 1203");
     site.exec("insert into Address(User_id,Name,Work,Telphone,Mobile,Sex,Email) values (" + victim +
               ",'秘密名片','w','t','m','男','e')");
     site.exec("insert into Record(user_id,Rec_title,Rec_text,Rec_money) values (" + victim + ",'秘密账目','x',9)");
@@ -55,10 +45,6 @@ TEST(CollaborationExploits, EachReplayedExploitFails) {
     fs::create_directories(site.disk("user/victim"));
     std::ofstream(site.disk("user/victim/secret.txt")) << "s";
     site.touch("mine.txt");
-    auto slurp = [](const fs::path& p) {
-        std::ifstream in(p, std::ios::binary);
-        return std::string(std::istreambuf_iterator<char>(in), {});
-    };
     const std::string js = slurp(site.disk("TavelorJS.js"));
     ASSERT_FALSE(js.empty());
 

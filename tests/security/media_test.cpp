@@ -1,20 +1,11 @@
 // Hostile input stored in the media catalogue or sent to its save page:
 // statements stay whole, no stored value runs as script, no file lands or
 // goes outside the media folders.
-#include <gtest/gtest.h>
-
-#include <filesystem>
-#include <string>
-#include <vector>
+#include "tests/support/page_test.h"
 
 #include "tests/media/media_fixture.h"
-#include "tests/support/accounts.h"
-#include "tests/support/payloads.h"
-#include "tests/support/test_site.h"
-#include "tests/support/text.h"
 
 using namespace tav::test;
-namespace fs = std::filesystem;
 
 TEST(MediaSecurity, StoredMarkupStaysTextOnEveryPage) {
     AdminSite site;

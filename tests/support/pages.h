@@ -51,4 +51,9 @@ inline Reply post_multipart(TestSite& site, const std::string& url, const std::v
     return site.post_raw(url, multipart_type(b), multipart_body(b, parts));
 }
 
+// The newest line of the activity log.
+inline std::string last_activity(TestSite& site) {
+    return site.scalar("select work_text from monitor order by id desc", "work_text");
+}
+
 }  // namespace tav::test
